@@ -1,0 +1,65 @@
+# GoogleTest from its sources, and kv_add_tests.
+
+if(NOT EXISTS ${KV_GOOGLETEST_DIR}/CMakeLists.txt)
+    message(FATAL_ERROR "No GoogleTest sources in KV_GOOGLETEST_DIR (${KV_GOOGLETEST_DIR}); the Debian package is "
+        "googletest. Set KV_BUILD_TESTS=OFF to build without tests.")
+endif()
+
+set(INSTALL_GTEST OFF)
+set(gtest_force_shared_crt OFF)
+add_subdirectory(${KV_GOOGLETEST_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+if(KV_CHECKED)
+    # Changes the layout of the standard containers, so both sides of an interface need it.
+    foreach(target gtest gtest_main gmock gmock_main)
+        target_compile_definitions(${target} PRIVATE _GLIBCXX_DEBUG _GLIBCXX_ASSERTIONS)
+    endforeach()
+endif()
+
+include(GoogleTest)
+
+# Seconds after which a test has failed. A test takes a small part of one when the machine is idle.
+set(KV_TEST_TIMEOUT 60)
+
+if(CMAKE_CROSSCOMPILING)
+    # Every test needs the prefix of this build tree, and is much faster while the server of that prefix stays alive.
+    add_test(NAME wine_server_start COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine ${PROJECT_BINARY_DIR} start)
+    add_test(NAME wine_server_stop COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine ${PROJECT_BINARY_DIR} stop)
+    set_tests_properties(wine_server_start PROPERTIES FIXTURES_SETUP wine_server TIMEOUT 120)
+    set_tests_properties(wine_server_stop PROPERTIES FIXTURES_CLEANUP wine_server TIMEOUT 60)
+    set(KV_TEST_FIXTURES wine_server)
+endif()
+
+# kv_add_test_program(NAME SOURCES file... [LINK library...])
+#
+# A program that tests start or load, built like the product.
+function(kv_add_test_program name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK")
+    add_executable(${name} ${arg_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_build_options)
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
+    if(MINGW)
+        target_link_options(${name} PRIVATE -municode)
+    endif()
+endfunction()
+
+# kv_add_tests(NAME SOURCES file... [LINK library...] [LABELS label...])
+#
+# Defines the test program NAME and registers each of its tests with CTest. Every test runs in a process of its own,
+# because the system under test keeps process-wide state.
+function(kv_add_tests name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;LABELS")
+    add_executable(${name} ${arg_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_support gmock kv_build_options)
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
+    gtest_discover_tests(${name}
+        NO_PRETTY_VALUES
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 120
+        PROPERTIES
+            TIMEOUT ${KV_TEST_TIMEOUT}
+            FIXTURES_REQUIRED "${KV_TEST_FIXTURES}"
+            LABELS "${arg_LABELS}"
+    )
+endfunction()

@@ -1,0 +1,19 @@
+# Cross build for Windows x64 with mingw-w64 (posix threads); what is built runs under Wine.
+
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+set(KV_MINGW_TRIPLE x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${KV_MINGW_TRIPLE}-gcc-posix) # GoogleTest enables C
+set(CMAKE_CXX_COMPILER ${KV_MINGW_TRIPLE}-g++-posix)
+set(CMAKE_RC_COMPILER ${KV_MINGW_TRIPLE}-windres)
+set(CMAKE_OBJDUMP ${KV_MINGW_TRIPLE}-objdump)
+
+set(CMAKE_FIND_ROOT_PATH /usr/${KV_MINGW_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# Runs a built program under Wine, in the prefix of the build tree that it belongs to.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine;${CMAKE_BINARY_DIR};run)

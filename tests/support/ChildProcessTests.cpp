@@ -1,0 +1,42 @@
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+TEST(ChildProcessTests, RunBesideTest_GivesAllBitsOfTheExitCode)
+{
+    EXPECT_EQ(KVTest::RunBesideTest(L"kv_ending.exe", L"0x83E8C0FE"), 0x83E8C0FEu);
+    EXPECT_EQ(KVTest::RunBesideTest(L"kv_ending.exe", L"0"), 0u);
+}
+
+TEST(ChildProcessTests, RunBesideTest_CrashedProgram_GivesTheExceptionCode)
+{
+    EXPECT_EQ(KVTest::RunBesideTest(L"kv_ending.exe", L"crash"), static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION));
+}
+
+TEST(ChildProcessTests, RunBesideTest_HangingProgram_GivesNothingAfterTheTime)
+{
+    EXPECT_EQ(KVTest::RunBesideTest(L"kv_ending.exe", L"hang", 500), std::nullopt);
+}
+
+TEST(ChildProcessTests, Destruction_EndsAProcessThatStillRuns)
+{
+    HANDLE process = nullptr;
+    {
+        const KVTest::ChildProcess child(L"\"" + KVTest::PathBesideTest(L"kv_ending.exe") + L"\" hang");
+        EXPECT_EQ(child.WaitForExit(0), std::nullopt);
+        process = ::OpenProcess(SYNCHRONIZE, FALSE, child.GetId());
+        ASSERT_NE(process, nullptr);
+    }
+    EXPECT_EQ(::WaitForSingleObject(process, 0), WAIT_OBJECT_0);
+    ::CloseHandle(process);
+}
+
+TEST(ChildProcessTests, Construction_MissingProgram_Throws)
+{
+    EXPECT_THROW(KVTest::ChildProcess(KVTest::PathBesideTest(L"no such program.exe")), std::runtime_error);
+}
+} // namespace

@@ -1,0 +1,19 @@
+#include "utils/AccessViolation.h"
+
+namespace KVUtils
+{
+namespace
+{
+// The information words are only there when the record counts them: a program may raise the code without any.
+ULONG_PTR InformationWord(const EXCEPTION_RECORD& record, DWORD index) noexcept
+{
+    return index < record.NumberParameters ? record.ExceptionInformation[index] : 0;
+}
+} // namespace
+
+CAccessViolation::CAccessViolation(const EXCEPTION_RECORD& record) noexcept
+    : CWin32Exception(record), m_isWriteAccess(InformationWord(record, 0) == 1),
+      m_inaccessibleAddress(reinterpret_cast<const void*>(InformationWord(record, 1)))
+{
+}
+} // namespace KVUtils

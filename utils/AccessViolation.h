@@ -1,0 +1,22 @@
+#pragma once
+
+#include "utils/Win32Exception.h"
+
+namespace KVUtils
+{
+/// An access to memory that the process may not touch that way.
+class CAccessViolation : public CWin32Exception
+{
+public:
+    explicit CAccessViolation(const EXCEPTION_RECORD& record) noexcept;
+
+    /// True for an attempt to write; false for one to read or to execute.
+    bool IsWriteAccess() const noexcept { return m_isWriteAccess; }
+    /// The address that could not be accessed: to be compared, not read.
+    const void* GetInaccessibleAddress() const noexcept { return m_inaccessibleAddress; }
+
+private:
+    bool m_isWriteAccess;
+    const void* m_inaccessibleAddress;
+};
+} // namespace KVUtils

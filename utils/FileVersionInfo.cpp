@@ -1,0 +1,118 @@
+#include "utils/FileVersionInfo.h"
+
+#include <cstdio>
+#include <new>
+
+namespace KVUtils
+{
+namespace
+{
+constexpr std::size_t kMaxBlockName = 260; // characters, the terminating zero included
+} // namespace
+
+CFileVersionInfo::CFileVersionInfo(const wchar_t* filePath)
+{
+    if (filePath == nullptr || !ReadVersionData(filePath))
+    {
+        return;
+    }
+    FindTranslations();
+    FindFixedFileInfo();
+}
+
+bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
+{
+    DWORD ignored = 0;
+    const DWORD size = ::GetFileVersionInfoSizeW(filePath, &ignored);
+    if (size == 0)
+    {
+        return false;
+    }
+    try
+    {
+        m_versionData = std::make_unique<std::byte[]>(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
+    if (::GetFileVersionInfoW(filePath, 0, size, m_versionData.get()) == FALSE)
+    {
+        m_versionData.reset();
+        return false;
+    }
+    return true;
+}
+
+void CFileVersionInfo::FindTranslations()
+{
+    void* table = nullptr;
+    UINT byteCount = 0;
+    if (::VerQueryValueW(m_versionData.get(), L"\\VarFileInfo\\Translation", &table, &byteCount) != FALSE)
+    {
+        m_translations = static_cast<const Translation*>(table);
+        m_translationCount = byteCount / sizeof(Translation);
+    }
+}
+
+void CFileVersionInfo::FindFixedFileInfo()
+{
+    void* fixedFileInfo = nullptr;
+    UINT byteCount = 0;
+    if (::VerQueryValueW(m_versionData.get(), L"\\", &fixedFileInfo, &byteCount) != FALSE &&
+        byteCount >= sizeof(VS_FIXEDFILEINFO))
+    {
+        m_fixedFileInfo = static_cast<const VS_FIXEDFILEINFO*>(fixedFileInfo);
+    }
+}
+
+const wchar_t* CFileVersionInfo::GetStringValue(const wchar_t* name) const
+{
+    if (name == nullptr || m_versionData == nullptr || m_translations == nullptr || m_translationCount == 0)
+    {
+        return nullptr;
+    }
+    void* value = nullptr;
+    // Deliberate: no early exit, the last translation that holds the entry wins. A query that fails leaves the value of
+    // an earlier one in place.
+    for (UINT i = 0; i < m_translationCount; ++i)
+    {
+        wchar_t blockName[kMaxBlockName];
+        const int length = _snwprintf_s(blockName, kMaxBlockName, _TRUNCATE, L"\\StringFileInfo\\%04x%04x\\%ls",
+                                        static_cast<unsigned>(m_translations[i].language),
+                                        static_cast<unsigned>(m_translations[i].codePage), name);
+        if (length < 0)
+        {
+            return nullptr; // cut: no entry has a name of this length, and the cut name may be another entry's
+        }
+        UINT characterCount = 0;
+        ::VerQueryValueW(m_versionData.get(), blockName, &value, &characterCount);
+    }
+    return static_cast<const wchar_t*>(value);
+}
+
+const wchar_t* CFileVersionInfo::GetCompanyName() const
+{
+    return GetStringValue(L"CompanyName");
+}
+
+const wchar_t* CFileVersionInfo::GetFileDescription() const
+{
+    return GetStringValue(L"FileDescription");
+}
+
+const wchar_t* CFileVersionInfo::GetFileVersion() const
+{
+    return GetStringValue(L"FileVersion");
+}
+
+const wchar_t* CFileVersionInfo::GetProductName() const
+{
+    return GetStringValue(L"ProductName");
+}
+
+const wchar_t* CFileVersionInfo::GetProductVersion() const
+{
+    return GetStringValue(L"ProductVersion");
+}
+} // namespace KVUtils

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+
+namespace KVUtils
+{
+/// Throws the structured exception as a C++ exception: CAccessViolation for an access violation, CWin32Exception for
+/// any other code. Never returns. The signature is the one that `_set_se_translator` expects.
+[[noreturn]] void TranslateStructuredException(unsigned int code, EXCEPTION_POINTERS* pointers);
+
+/// Makes faults in the code that it runs arrive as C++ exceptions (CAccessViolation, CWin32Exception):
+///
+///     KVUtils::CStructuredExceptionScope translator;
+///     try { translator.Run([&] { MayFault(); }); }
+///     catch (const KVUtils::CWin32Exception& fault) { ... }
+///
+/// The translator is installed on the calling thread when the object is made, and what was there before is in force
+/// again when it is destroyed, however the scope is left. Scopes nest; the innermost one that runs the faulting code
+/// translates. Other threads are not affected. Use it on the thread that made it.
+///
+/// C++ exceptions, informational structured exceptions (`OutputDebugStringW` raises one) and faults that a function
+/// between the scope and the fault handles itself (`lstrlenW` answers 0 for a bad pointer) pass untouched.
+///
+/// Only code inside Run is covered with every compiler. With g++ the destructors of objects between the fault and Run
+/// do not run, because its frames cannot be unwound by a structured exception: take no lock and hold nothing else
+/// inside Run that a fault must not leave behind. With MSVC (/EHa) they do run.
+///
+/// As always on Windows, a thread that survives a stack overflow calls `_resetstkoflw` before it can survive another.
+class CStructuredExceptionScope
+{
+public:
+    CStructuredExceptionScope() noexcept;
+    ~CStructuredExceptionScope();
+    CStructuredExceptionScope(const CStructuredExceptionScope&) = delete;
+    CStructuredExceptionScope& operator=(const CStructuredExceptionScope&) = delete;
+
+    /// Calls body once, on this thread. What body throws, or the translated fault, leaves Run as a C++ exception.
+    template <typename Body> void Run(const Body& body) const
+    {
+        // The cast only takes the const off on the way through the pointer; the call puts it back on.
+        Call([](void* argument) { (*static_cast<const Body*>(argument))(); },
+             const_cast<void*>(static_cast<const void*>(std::addressof(body))));
+    }
+
+private:
+    static void Call(void (*function)(void*), void* argument);
+
+    void (*m_previous)(unsigned int, EXCEPTION_POINTERS*) = nullptr; // used where the compiler has a translator
+};
+} // namespace KVUtils
