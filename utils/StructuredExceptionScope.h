@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <memory>
-
 namespace KVUtils
 {
 /// Throws the structured exception as a C++ exception: CAccessViolation for an access violation, CWin32Exception for
@@ -37,11 +35,10 @@ public:
     CStructuredExceptionScope& operator=(const CStructuredExceptionScope&) = delete;
 
     /// Calls body once, on this thread. What body throws, or the translated fault, leaves Run as a C++ exception.
-    template <typename Body> void Run(const Body& body) const
+    template <typename Body> void Run(Body&& body) const
     {
-        // The cast only takes the const off on the way through the pointer; the call puts it back on.
-        Call([](void* argument) { (*static_cast<const Body*>(argument))(); },
-             const_cast<void*>(static_cast<const void*>(std::addressof(body))));
+        auto call = [&body] { body(); };
+        Call([](void* argument) { (*static_cast<decltype(call)*>(argument))(); }, &call);
     }
 
 private:

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <windows.h>
+
+#include <stdexcept>
+
+namespace KVTest
+{
+/// A page that may not be read or written; any access to it is an access violation at an address that the test knows.
+class ForbiddenPage
+{
+public:
+    ForbiddenPage() : m_page(::VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS))
+    {
+        if (m_page == nullptr)
+        {
+            throw std::runtime_error("no page can be had");
+        }
+    }
+    ~ForbiddenPage() { ::VirtualFree(m_page, 0, MEM_RELEASE); }
+    ForbiddenPage(const ForbiddenPage&) = delete;
+    ForbiddenPage& operator=(const ForbiddenPage&) = delete;
+
+    volatile char* GetChars() const noexcept { return static_cast<volatile char*>(m_page); }
+    const wchar_t* GetText() const noexcept { return static_cast<const wchar_t*>(m_page); }
+    void* GetAddress() const noexcept { return m_page; }
+
+private:
+    void* m_page;
+};
+
+// A checked build would put a trap of its own in place of the processor's fault.
+#if defined(_MSC_VER)
+#define KV_NOT_SANITIZED
+#else
+#define KV_NOT_SANITIZED [[gnu::no_sanitize("undefined"), gnu::noinline]]
+#endif
+
+KV_NOT_SANITIZED inline void Divide(int dividend, const volatile int& divisor)
+{
+    const volatile int quotient = dividend / divisor;
+    static_cast<void>(quotient);
+}
+} // namespace KVTest
