@@ -29,6 +29,10 @@ template <typename T> struct Argument
         {
             return reinterpret_cast<Kept>(static_cast<std::uintptr_t>(0x10010 + position * 0x100));
         }
+        else if constexpr (std::is_enum_v<Kept>)
+        {
+            return static_cast<Kept>(1); // other values may be none of the enumeration's
+        }
         else
         {
             return static_cast<Kept>(position + 3);
