@@ -1,0 +1,81 @@
+#include "ga_client/ClientId.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <rpc.h>
+
+#include "ga_client/DataFolder.h"
+#include "winapi/WinApi.h"
+
+namespace GAClient
+{
+namespace
+{
+constexpr wchar_t kSection[] = L"Users";
+constexpr wchar_t kKey[] = L"UUID";
+
+// Empty when there is none.
+std::wstring ReadClientId(const std::wstring& identityFile)
+{
+    constexpr DWORD kBufferSize = 256;
+    wchar_t value[kBufferSize] = {};
+    const DWORD length =
+        KVWinApi::g_winApi->GetPrivateProfileStringW(kSection, kKey, L"", value, kBufferSize, identityFile.c_str());
+    return std::wstring(value, length < kBufferSize ? length : kBufferSize - 1);
+}
+
+// The registry form without its braces, in lower case: only A to F occur, so that no locale has a say.
+std::wstring PlainForm(const wchar_t* registryForm)
+{
+    std::wstring plain;
+    for (const wchar_t* next = registryForm; *next != L'\0'; ++next)
+    {
+        if (*next == L'{' || *next == L'}')
+        {
+            continue;
+        }
+        const bool isUpper = *next >= L'A' && *next <= L'F';
+        plain += isUpper ? static_cast<wchar_t>(*next - L'A' + L'a') : *next;
+    }
+    return plain;
+}
+
+// Empty when the system cannot generate one.
+std::wstring GenerateClientId()
+{
+    constexpr int kBufferSize = 64; // the registry form has 38 characters
+    UUID uuid{};
+    wchar_t registryForm[kBufferSize] = {};
+    if (::UuidCreate(&uuid) != RPC_S_OK || ::StringFromGUID2(uuid, registryForm, kBufferSize) == 0)
+    {
+        return {};
+    }
+    return PlainForm(registryForm);
+}
+} // namespace
+
+bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstring& applicationVersion,
+                          std::wstring& clientId)
+{
+    if (applicationName.empty())
+    {
+        return false;
+    }
+    const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
+    const std::wstring identityFile = folder + applicationName + L".ini";
+    // Without a folder the name alone would mean a file in the Windows folder.
+    clientId = folder.empty() ? std::wstring() : ReadClientId(identityFile);
+    if (!clientId.empty())
+    {
+        return true;
+    }
+    clientId = GenerateClientId();
+    if (folder.empty())
+    {
+        return false;
+    }
+    return KVWinApi::g_winApi->WritePrivateProfileStringW(kSection, kKey, clientId.c_str(), identityFile.c_str()) !=
+           FALSE;
+}
+} // namespace GAClient

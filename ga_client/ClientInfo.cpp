@@ -1,0 +1,9 @@
+#include "ga_client/ClientInfo.h"
+
+namespace GAClient
+{
+void ClientInfo::Reset()
+{
+    *this = ClientInfo();
+}
+} // namespace GAClient

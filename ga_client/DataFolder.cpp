@@ -1,0 +1,44 @@
+#include "ga_client/DataFolder.h"
+
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include "winapi/WinApi.h"
+
+namespace GAClient
+{
+namespace
+{
+// Empty when the shell does not know it. Created by the shell when it is missing.
+std::wstring LocalApplicationDataFolder()
+{
+    wchar_t path[MAX_PATH] = {}; // what the shell writes at most
+    const BOOL found = KVWinApi::g_winApi->SHGetSpecialFolderPathW(nullptr, path, CSIDL_LOCAL_APPDATA, TRUE);
+    return found != FALSE ? path : L"";
+}
+
+void CreateFolderChain(const std::wstring& folder)
+{
+    // Up to the last backslash. The result is not looked at: an existing folder (183, or 80) is what is wanted, and
+    // after any other failure the files in the folder cannot be opened, which each of their users handles.
+    ::SHCreateDirectoryExW(nullptr, folder.substr(0, folder.rfind(L'\\')).c_str(), nullptr);
+}
+} // namespace
+
+std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion)
+{
+    if (applicationName.empty() || applicationVersion.empty())
+    {
+        return {};
+    }
+    const std::wstring base = LocalApplicationDataFolder();
+    if (base.empty())
+    {
+        return {};
+    }
+    std::wstring folder = base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
+    CreateFolderChain(folder);
+    return folder;
+}
+} // namespace GAClient

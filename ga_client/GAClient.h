@@ -1,0 +1,119 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "ga_client/ClientInfo.h"
+#include "ga_client/CustomFacts.h"
+#include "ga_client/EventFields.h"
+
+namespace GAClient
+{
+class CRequestTracker;
+
+/// The measurement client: turns calls into hits and sees to it that they reach the collection host, in this process or
+/// a later one.
+///
+/// Called from one thread. Before a successful Initialize, and again after Uninitialize, every other operation does
+/// nothing and returns false, 0, or what is said at it. An argument that is refused changes nothing. No operation waits
+/// longer than one HTTP exchange or one turn at the queue file; Uninitialize waits as long as its tracker's Stop.
+///
+/// Only a lack of memory is thrown (std::bad_alloc).
+///
+/// Declaration order is slot order and part of the interface.
+class IGAClient
+{
+public:
+    /// Prepares the client. The three texts must not be empty; with asynchronous hits are sent on a thread of their
+    /// own, otherwise on the caller's. Dispatch is held at first. False when the client is initialised already, a text
+    /// is empty, or the client id can be neither read nor written.
+    ///
+    /// Deliberate: when the tracker cannot be started the result is true nevertheless, and the client ignores every
+    /// call from then on.
+    virtual bool Initialize(const std::wstring& propertyId, const std::wstring& applicationName,
+                            const std::wstring& applicationVersion, bool useSsl, bool asynchronous) = 0;
+    /// Stops and gives up the tracker, with a flush of at most so many milliseconds when that is wanted. What could not
+    /// be sent is in the queue file afterwards. Returns what stopping the tracker returned.
+    virtual bool Uninitialize(bool flushOnExit, std::uint32_t flushBudgetMs) = 0;
+    /// While dispatch is held hits are only queued.
+    virtual void SetDispatchHeld(bool held) = 0;
+    /// The largest number of queued hits; a count below 1 is ignored. 500 at first.
+    virtual void SetMaxQueuedRequests(std::int32_t count) = 0;
+    /// Starts the session on a screen: a screen view that starts the session, and the event of the application's start.
+    /// Leaves custom dimensions and metrics pending.
+    virtual bool Start(const std::wstring& screenName) = 0;
+    /// Ends the session with the event of the application's end, on the screen of Start. The tracker goes on.
+    virtual bool Stop() = 0;
+    /// Milliseconds for each step of an exchange, 1 to 120000; any other value is refused.
+    virtual bool SetRequestTimeout(std::int32_t timeoutMs) = 0;
+    /// Set a value that goes out with the next screen view, event or exception, and with no later hit.
+    virtual bool SetCustomDimension(std::uint32_t index, const std::wstring& value) = 0;
+    virtual bool SetCustomMetric(std::int32_t index, std::uint32_t value) = 0;
+    /// A screen view. The name, which must not be empty, is that of the events that follow.
+    virtual bool TrackScreenView(const std::wstring& screenName) = 0;
+    /// An event on the screen viewed last: 1, or 0 when it was refused. Action and category must not be empty. The
+    /// value is -1 for none, or more.
+    virtual std::int32_t TrackEvent(const std::wstring& action, const std::wstring& category, const std::wstring& label,
+                                    std::int32_t value, bool nonInteraction) = 0;
+    /// An event on a screen of its own, without value: 1, or 0 when it was refused. Only the label may be empty.
+    virtual std::int32_t TrackEventOnScreen(const std::wstring& action, const std::wstring& category,
+                                            const std::wstring& screenName, const std::wstring& label) = 0;
+    /// An exception. The description must not be empty.
+    virtual bool TrackException(const std::wstring& description, bool fatal) = 0;
+    /// Sends up to count queued hits now, on this thread: 0xFFFFFFFF when a send failed or the client is not
+    /// initialised, 0 when the queue is empty or dispatch is held, otherwise the number of hits still queued.
+    virtual std::uint32_t Dispatch(std::uint32_t count) = 0;
+    /// Replaces requests by a copy of the queued hits, oldest first: what is still outstanding. False and unchanged
+    /// without tracker.
+    virtual bool GetQueuedRequests(std::list<std::wstring>& requests) = 0;
+
+    virtual ~IGAClient() = default;
+};
+
+/// The client. A program uses the one of GetGAClient.
+class CGAClient : public IGAClient
+{
+public:
+    CGAClient();
+    /// Saves what is queued to the queue file, without a flush.
+    ~CGAClient() override;
+    CGAClient(const CGAClient&) = delete;
+    CGAClient& operator=(const CGAClient&) = delete;
+
+    bool Initialize(const std::wstring& propertyId, const std::wstring& applicationName,
+                    const std::wstring& applicationVersion, bool useSsl, bool asynchronous) override;
+    bool Uninitialize(bool flushOnExit, std::uint32_t flushBudgetMs) override;
+    void SetDispatchHeld(bool held) override;
+    void SetMaxQueuedRequests(std::int32_t count) override;
+    bool Start(const std::wstring& screenName) override;
+    bool Stop() override;
+    bool SetRequestTimeout(std::int32_t timeoutMs) override;
+    bool SetCustomDimension(std::uint32_t index, const std::wstring& value) override;
+    bool SetCustomMetric(std::int32_t index, std::uint32_t value) override;
+    bool TrackScreenView(const std::wstring& screenName) override;
+    std::int32_t TrackEvent(const std::wstring& action, const std::wstring& category, const std::wstring& label,
+                            std::int32_t value, bool nonInteraction) override;
+    std::int32_t TrackEventOnScreen(const std::wstring& action, const std::wstring& category,
+                                    const std::wstring& screenName, const std::wstring& label) override;
+    bool TrackException(const std::wstring& description, bool fatal) override;
+    std::uint32_t Dispatch(std::uint32_t count) override;
+    bool GetQueuedRequests(std::list<std::wstring>& requests) override;
+
+private:
+    bool TrackEventHit(const std::wstring& screenName, const EventFields& fields);
+    void TrackIfBuilt(const std::wstring& request);
+    void ClearCustomFacts();
+
+    std::wstring m_sessionScreenName;
+    std::wstring m_clientId;
+    ClientInfo m_clientInfo;
+    std::wstring m_lastScreenName;
+    CustomFacts m_customFacts;
+    std::shared_ptr<CRequestTracker> m_tracker; // null when not initialised; a worker left behind shares it
+};
+
+/// The client of this process, made at the first call and destroyed at process exit, which saves its queue.
+IGAClient& GetGAClient();
+} // namespace GAClient

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <windows.h>
+
+namespace GAClient
+{
+/// The lock of a tracker's queue: a critical section that serves its threads in turn. Recursive.
+///
+/// The worker sends hits back to back and holds the lock during each exchange. A critical section alone favours the
+/// thread that has just left it, so a caller that waits could be passed over for the length of the whole queue. Who
+/// wants the lock therefore first goes through a door, which the waiting thread keeps closed behind itself.
+class CQueueLock
+{
+public:
+    CQueueLock();
+    ~CQueueLock();
+    CQueueLock(const CQueueLock&) = delete;
+    CQueueLock& operator=(const CQueueLock&) = delete;
+
+    /// Holds the lock for a scope.
+    class CHold
+    {
+    public:
+        explicit CHold(CQueueLock& lock);
+        ~CHold();
+        CHold(const CHold&) = delete;
+        CHold& operator=(const CHold&) = delete;
+
+    private:
+        CQueueLock& m_lock;
+    };
+
+private:
+    CRITICAL_SECTION m_door{};
+    CRITICAL_SECTION m_section{};
+};
+} // namespace GAClient

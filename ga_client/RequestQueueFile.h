@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <string>
+
+namespace GAClient
+{
+/// The file in which the hits of one version of one application wait for a later process.
+///
+/// Statlet_RequestQueue.txt in the data folder (DataFolder.h): one request string a line, each line ended by a single
+/// line feed. Processes take turns by the named mutex "Statlet_" NAME VERSION, for which an operation waits up to 30
+/// seconds. Both operations are silent about what goes wrong.
+///
+/// Characters are stored as the low 8 bits of their UTF-16 code units and read back with sign extension: plain ASCII
+/// survives, other characters do not. The asymmetry is deliberate and kept.
+///
+/// Not synchronised within the process: the tracker calls it under its lock, which comes before the mutex.
+class CRequestQueueFile
+{
+public:
+    /// No file is used when either text is empty.
+    CRequestQueueFile(std::wstring applicationName, std::wstring applicationVersion);
+
+    /// Appends the hits to the file, oldest first. False when nothing was written: no file to use, the mutex not to be
+    /// had, a file of 1 MiB or more, or a failure of the file system, after which the file is as long as before.
+    bool Save(const std::list<std::wstring>& requests) const;
+
+    /// Moves the hits of the file to the end of the queue while that holds fewer than queueLimit entries; those beyond
+    /// are discarded. The file is left empty.
+    ///
+    /// When the file cannot be read and emptied, nothing is loaded and the file stays as it is: hits that stayed in it
+    /// would be sent again by every later process.
+    void Load(std::list<std::wstring>& queue, std::int32_t queueLimit) const;
+
+private:
+    std::wstring m_applicationName;
+    std::wstring m_applicationVersion;
+};
+} // namespace GAClient

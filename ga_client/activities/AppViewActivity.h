@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+
+#include "ga_client/ClientInfo.h"
+#include "ga_client/CustomFacts.h"
+
+namespace Activities
+{
+/// A screen that the user opened. Declaration order is slot order and part of the interface.
+class IAppViewActivity
+{
+public:
+    virtual ~IAppViewActivity() = default;
+
+    /// Puts the request string of a plain screen view into out. Always true.
+    virtual bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
+                              std::wstring& out) = 0;
+    /// Puts the request string of a screen view that starts or ends the session into out. Always true.
+    virtual bool BuildSessionRequest(const GAClient::ClientInfo& clientInfo, bool sessionStart, std::wstring& out) = 0;
+};
+
+namespace AppView
+{
+/// A value object for one hit. An empty screen name is left out of the hit.
+class CAppViewActivity : public IAppViewActivity
+{
+public:
+    CAppViewActivity(std::wstring screenName, std::wstring clientId);
+
+    bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
+                      std::wstring& out) override;
+    bool BuildSessionRequest(const GAClient::ClientInfo& clientInfo, bool sessionStart, std::wstring& out) override;
+
+private:
+    std::wstring m_screenName;
+    std::wstring m_clientId;
+};
+} // namespace AppView
+} // namespace Activities

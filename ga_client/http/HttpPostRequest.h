@@ -1,0 +1,54 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "ga_client/http/CollectionHost.h"
+#include "winapi/InternetHandles.h"
+
+namespace Http
+{
+/// Delivers one request string to the collection host.
+class IHttpPostRequest
+{
+public:
+    virtual ~IHttpPostRequest() = default;
+
+    /// True when the server answered 200, 201 or 202. Any other outcome is false, tells no reason, and may be retried.
+    virtual bool Send(const std::wstring& request, bool useSsl) = 0;
+};
+
+/// WinINet transport: a POST whose path and query are the request string, with an empty body. Session and connection
+/// are opened at the first send, kept while sends succeed, and closed after any failure, so that the next send opens
+/// afresh.
+///
+/// Held by value in a request tracker; one thread at a time, under the tracker's lock. It has no time-out of its own:
+/// with a timeout of 0 the system's time-outs bound an exchange.
+class CHttpPostRequest : public IHttpPostRequest
+{
+public:
+    /// The request begins with "/collect?"; an empty one sends the previous one again. Errors in the server
+    /// certificate's date and name are tolerated on purpose, other certificate errors are failures.
+    bool Send(const std::wstring& request, bool useSsl) override;
+
+    /// Milliseconds for each of connecting, sending and receiving; 0 for the system's defaults. Read when a connection
+    /// opens, so a change waits for the next one.
+    void SetTimeout(DWORD timeoutMs) noexcept { m_timeoutMs = timeoutMs; }
+
+private:
+    bool Exchange();
+    bool Open();
+    void ApplyTimeout() noexcept;
+    bool Post() const;
+    void Close() noexcept;
+
+    std::wstring m_header;
+    std::wstring m_path; // outlives Send: an empty request sends it again
+    std::wstring m_host = kCollectionHost;
+    DWORD m_timeoutMs = 0;
+    bool m_useSsl = false;
+    KVWinApi::CUniqueInternet m_session;
+    KVWinApi::CUniqueInternet m_connection; // declared after the session, hence closed before it
+};
+} // namespace Http
