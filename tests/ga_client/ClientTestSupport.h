@@ -227,4 +227,25 @@ private:
 
     std::atomic<DWORD> status = kNoAnswer;
 };
+
+/// The computer of SampleClientInfo, with an internet of the test's own.
+class SampleComputerApi : public FakeInternetApi
+{
+public:
+    HWND GetDesktopWindow() override { return reinterpret_cast<HWND>(0x100); }
+    HDC GetWindowDC(HWND) override { return reinterpret_cast<HDC>(0x200); }
+    HDC GetDC(HWND) override { return reinterpret_cast<HDC>(0x300); }
+    int ReleaseDC(HWND, HDC) override { return 1; }
+    int GetDeviceCaps(HDC, int index) override { return index == HORZRES ? 1920 : index == VERTRES ? 1080 : 32; }
+    int GetLocaleInfoW(LCID, LCTYPE type, LPWSTR text, int size) override
+    {
+        const std::wstring value = type == LOCALE_SISO639LANGNAME ? L"en" : L"US";
+        if (size != 0)
+        {
+            value.copy(text, 2);
+            text[2] = L'\0';
+        }
+        return 3;
+    }
+};
 } // namespace KVTest
