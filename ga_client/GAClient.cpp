@@ -235,7 +235,8 @@ void CGAClient::TrackIfBuilt(const std::wstring& request)
 
 void CGAClient::ClearCustomFacts()
 {
-    m_customFacts = CustomFacts();
+    m_customFacts.dimensions.clear();
+    m_customFacts.metrics.clear();
 }
 
 IGAClient& GetGAClient()

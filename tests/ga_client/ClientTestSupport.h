@@ -159,8 +159,8 @@ public:
             posts.back().header = headers;
             path = posts.back().path;
         }
-        status = answer(path);
-        return status != kNoAnswer ? TRUE : FALSE;
+        m_status = answer(path);
+        return m_status != kNoAnswer ? TRUE : FALSE;
     }
     BOOL HttpQueryInfoW(HINTERNET request, DWORD level, LPVOID buffer, LPDWORD size, LPDWORD index) override
     {
@@ -168,7 +168,7 @@ public:
         Record(L"query " + NameOf(request) + L" " + std::to_wstring(level) + L" " + std::to_wstring(*size) +
                (index == nullptr ? L"" : L" index"));
         // A failed send can leave a status behind.
-        const DWORD value = status != kNoAnswer ? status.load() : HTTP_STATUS_OK;
+        const DWORD value = m_status != kNoAnswer ? m_status.load() : HTTP_STATUS_OK;
         *static_cast<DWORD*>(buffer) = value;
         return queryFails ? FALSE : TRUE;
     }
@@ -225,7 +225,7 @@ private:
                    : handles[IndexOf(handle)] + std::to_wstring(IndexOf(handle) + 1);
     }
 
-    std::atomic<DWORD> status = kNoAnswer;
+    std::atomic<DWORD> m_status = kNoAnswer;
 };
 
 /// The computer of SampleClientInfo, with an internet of the test's own.
