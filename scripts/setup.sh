@@ -11,6 +11,7 @@ ninja ninja-build
 clang-format clang-format
 clang-tidy clang-tidy
 python3 python3
+openssl openssl
 ${KV_WINE64:-/usr/lib/wine/wine64} wine64
 wineserver wine
 /usr/src/googletest/CMakeLists.txt googletest
