@@ -1,5 +1,7 @@
 #include "ga_client/GAClient.h"
 
+#include <new>
+
 #include "ga_client/activities/AppViewActivity.h"
 #include "ga_client/activities/EventActivity.h"
 #include "ga_client/activities/ExceptionActivity.h"
@@ -36,12 +38,20 @@ CGAClient::CGAClient() = default;
 
 CGAClient::~CGAClient()
 {
-    if (m_tracker != nullptr)
+    if (m_tracker == nullptr)
     {
-        m_tracker->SetProcessEnding();
-        m_tracker->SetFlushOnStop(false);
-        m_tracker->SetFlushBudget(0);
+        return;
+    }
+    m_tracker->SetProcessEnding();
+    m_tracker->SetFlushOnStop(false);
+    m_tracker->SetFlushBudget(0);
+    try
+    {
         m_tracker->Stop();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return; // the hits are lost; nobody is left to be told, and an exception here would end the program loudly
     }
 }
 

@@ -4,7 +4,8 @@
 
 namespace GAClient
 {
-/// The lock of a tracker's queue: a critical section that serves its threads in turn. Recursive.
+/// The lock of a tracker's queue: a critical section that serves its threads in turn. Not recursive: the thread that
+/// holds it would wait at the door for one that waits for it.
 ///
 /// The worker sends hits back to back and holds the lock during each exchange. A critical section alone favours the
 /// thread that has just left it, so a caller that waits could be passed over for the length of the whole queue. Who

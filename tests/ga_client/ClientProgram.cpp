@@ -36,7 +36,14 @@ public:
         path[(std::min<std::size_t>)(folder.size(), MAX_PATH - 1)] = L'\0';
         return TRUE;
     }
+    BOOL HttpSendRequestW(HINTERNET request, LPCWSTR headers, DWORD length, LPVOID optional,
+                          DWORD optionalLength) override
+    {
+        isSending = true;
+        return CWinApi::HttpSendRequestW(request, headers, length, optional, optionalLength);
+    }
     std::wstring folder;
+    std::atomic<bool> isSending = false;
 };
 
 // Retries after milliseconds rather than a second, and does not wait for the worker when it is to be left behind.
@@ -116,7 +123,10 @@ int wmain(int argc, wchar_t** argv)
     }
     if (mode == L"abandon")
     {
-        ::Sleep(200); // the worker is in its exchange then
+        for (DWORD waited = 0; waited < kLongestSendMs && !s_winApi.isSending; waited += 5)
+        {
+            ::Sleep(5);
+        }
         s_kernelApi.abandons = true;
         s_lateEnd.delayMs = 600;
     }

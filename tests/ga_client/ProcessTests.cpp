@@ -6,7 +6,6 @@
 #include <memory>
 #include <random>
 #include <regex>
-#include <set>
 
 #include "ga_client/DataFolder.h"
 #include "tests/ga_client/ClientTestSupport.h"
@@ -165,10 +164,17 @@ TEST_F(ProcessTests, EightProcesses_WithAFailingThenHealthyNetwork_DeliverEachHi
     EXPECT_EQ(FileBytes(), "");
 }
 
-// Some of the processes are ended abruptly, at moments that the seed decides.
-TEST_F(ProcessTests, EightProcesses_EndedAbruptly_TearNothingAndSendNothingTwice)
+namespace
 {
-    std::mt19937 random(20141116);
+class AbruptEndTests : public ProcessTests, public testing::WithParamInterface<unsigned>
+{
+};
+} // namespace
+
+// Some of the processes are ended abruptly, at moments that the seed decides.
+TEST_P(AbruptEndTests, EightProcesses_TearNothingAndSendNothingTwice)
+{
+    std::mt19937 random(GetParam());
     m_status = 503;
     const auto first = StartAll(L"send", L'a');
     ::Sleep(100);
@@ -211,3 +217,5 @@ TEST_F(ProcessTests, EightProcesses_EndedAbruptly_TearNothingAndSendNothingTwice
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Seeds, AbruptEndTests, testing::Range(1U, 4U));
