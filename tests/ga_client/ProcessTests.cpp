@@ -45,6 +45,7 @@ protected:
     std::vector<std::unique_ptr<KVTest::ChildProcess>> StartAll(const std::wstring& mode, wchar_t prefix)
     {
         std::vector<std::unique_ptr<KVTest::ChildProcess>> processes;
+        processes.reserve(kProcesses);
         for (int i = 0; i < kProcesses; ++i)
         {
             processes.push_back(Start(mode, prefix + std::to_wstring(i), kHits));

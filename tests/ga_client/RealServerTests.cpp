@@ -219,6 +219,37 @@ TEST_F(RealServerTests, Garbage_EndsTheExchangeAndNothingElse)
     EXPECT_EQ(m_server.Arrived().size(), result == 0 ? 1U : 2U);
 }
 
+// What a damaged queue file can hand to the transport. Whether such a hit arrives, and how, is the system's choice.
+TEST_F(RealServerTests, OddRequests_AreSentOrKeptAndHoldUpNobodyForEver)
+{
+    const std::wstring odd[] = {
+        std::wstring(1048576, L'x'),
+        L"/collect?" + std::wstring(1048576, L'y'),
+        std::wstring(L"/collect?a\0b", 12),
+        L"\uFF80\uFFFF\uFFE9",
+        L"http://other.example/collect?v=1",
+        L"//other.example/collect?v=1",
+        L"/collect?v=1 HTTP/1.1\r\nX-Field: 1",
+        L"\t\x01\x7F",
+        L"#",
+        L"##1#",
+    };
+    for (const std::wstring& request : odd)
+    {
+        GAClient::CSyncRequestTracker tracker(m_name, kVersion, false);
+        tracker.SetDispatchHeld(false);
+        const bool isSent = tracker.TrackRequest(request);
+        Requests queue;
+        tracker.GetQueuedRequests(queue);
+        EXPECT_EQ(queue, isSent ? Requests() : Requests({request}));
+    }
+    for (const Request& request : m_server.Requests())
+    {
+        EXPECT_EQ(request.method, "POST");
+        EXPECT_NE(request.head.find("Content-Length: 0\r\n"), std::string::npos);
+    }
+}
+
 TEST_F(RealServerTests, Worker_SendsAllHitsOnceAndInOrder)
 {
     EXPECT_TRUE(SendByWorker(100));
