@@ -51,7 +51,7 @@ void CFileVersionInfo::FindTranslations()
     if (::VerQueryValueW(m_versionData.get(), L"\\VarFileInfo\\Translation", &table, &byteCount) != FALSE)
     {
         m_translations = static_cast<const Translation*>(table);
-        m_translationCount = byteCount / sizeof(Translation);
+        m_translationCount = byteCount / static_cast<UINT>(sizeof(Translation));
     }
 }
 

@@ -30,7 +30,7 @@ class CStructuredExceptionScope
 {
 public:
     CStructuredExceptionScope() noexcept;
-    ~CStructuredExceptionScope();
+    ~CStructuredExceptionScope(); // NOLINT(performance-trivially-destructible): not trivial with every compiler
     CStructuredExceptionScope(const CStructuredExceptionScope&) = delete;
     CStructuredExceptionScope& operator=(const CStructuredExceptionScope&) = delete;
 

@@ -46,7 +46,7 @@ std::wstring TemporaryFolder::PathOf(std::wstring_view name) const
 
 std::wstring TemporaryFolder::WriteFile(std::wstring_view name, std::string_view bytes) const
 {
-    const std::wstring path = PathOf(name);
+    std::wstring path = PathOf(name);
     std::ofstream file(std::filesystem::path(path), std::ios::binary | std::ios::trunc);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
@@ -59,7 +59,7 @@ std::wstring TemporaryFolder::WriteFile(std::wstring_view name, std::string_view
 
 std::wstring TemporaryFolder::MakeFolder(std::wstring_view name) const
 {
-    const std::wstring path = PathOf(name);
+    std::wstring path = PathOf(name);
     if (::CreateDirectoryW(path.c_str(), nullptr) == FALSE)
     {
         throw std::runtime_error("the folder cannot be made");

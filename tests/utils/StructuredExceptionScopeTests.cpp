@@ -419,19 +419,4 @@ TEST(StructuredExceptionScopeTests, FaultOnAThreadWithoutScope_IsNotTranslated)
 {
     EXPECT_EQ(KVTest::RunBesideTest(L"kv_faulting.exe", L"thread"), 0xC0000005u);
 }
-
-// Far deeper than any stack; the result depends on every frame, so that none is optimised away.
-int Recurse(int depth)
-{
-    volatile char space[4096];
-    space[0] = static_cast<char>(depth);
-    return depth == 0 ? 0 : Recurse(depth - 1) + space[0];
-}
-
-TEST(StructuredExceptionScopeTests, StackOverflow_IsAWin32Exception)
-{
-    std::uint32_t code = 0;
-    std::thread([&code] { code = CatchFrom<CWin32Exception>([] { Recurse(1000000); }).GetExceptionCode(); }).join();
-    EXPECT_EQ(code, 0xC00000FDu);
-}
 } // namespace

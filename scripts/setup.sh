@@ -1,0 +1,55 @@
+# Sourced by ./check and ./demo: makes sure that what the build needs is there.
+# kv_setup installs what is missing on Debian and Ubuntu, as root or through sudo; elsewhere, or when KV_NO_INSTALL is set,
+# it names what is missing in one line and ends the caller with 1.
+
+# What is looked for, and the Debian package that brings it: a command, or the path of a file.
+kv_requirements="
+x86_64-w64-mingw32-g++-posix g++-mingw-w64-x86-64-posix
+x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64
+cmake cmake
+ninja ninja-build
+clang-format clang-format
+clang-tidy clang-tidy
+python3 python3
+${KV_WINE64:-/usr/lib/wine/wine64} wine64
+wineserver wine
+/usr/src/googletest/CMakeLists.txt googletest
+"
+
+kv_is_there() {
+    case $1 in
+    /*) [ -e "$1" ] ;;
+    *) command -v "$1" >/dev/null 2>&1 ;;
+    esac
+}
+
+kv_missing_packages() {
+    echo "$kv_requirements" | while read -r item package; do
+        [ -z "$item" ] || kv_is_there "$item" || echo "$package"
+    done | sort -u | tr '\n' ' '
+}
+
+kv_install() {
+    as_root=
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null 2>&1 || return 1
+        as_root=sudo
+    fi
+    command -v apt-get >/dev/null 2>&1 || return 1
+    echo "Installing: $*"
+    $as_root apt-get update -qq &&
+        $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
+}
+
+kv_setup() {
+    missing=$(kv_missing_packages)
+    [ -z "$missing" ] && return
+    if [ -z "${KV_NO_INSTALL:-}" ]; then
+        # Unquoted: a list of package names.
+        # shellcheck disable=SC2086
+        kv_install $missing && missing=$(kv_missing_packages)
+        [ -z "$missing" ] && return
+    fi
+    echo "Missing, and not to be installed from here; the Debian packages are: $missing" >&2
+    exit 1
+}
