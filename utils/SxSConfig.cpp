@@ -20,7 +20,7 @@ std::wstring s_dataFolder;
 CIniFile s_iniFile;
 } // namespace
 
-IIniFile& CSxSConfig::_GetIniFile() // NOLINT(bugprone-reserved-identifier): the name is part of the interface
+IIniFile& CSxSConfig::_GetIniFile() // NOLINT(readability-identifier-naming): the name is part of the interface
 {
     if (s_iniPath.empty())
     {

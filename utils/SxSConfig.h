@@ -16,7 +16,7 @@ class CSxSConfig
 public:
     /// "config.ini" in the product folder: one object for the whole process, its path set anew at each call. With an
     /// unknown product folder the path is the bare file name, which the system looks up in the Windows folder.
-    static IIniFile& _GetIniFile(); // NOLINT(bugprone-reserved-identifier): the name is part of the interface
+    static IIniFile& _GetIniFile(); // NOLINT(readability-identifier-naming): the name is part of the interface
 
     /// The parent of the folder that holds the executable; empty when the system does not tell.
     static const std::wstring& GetSxSProductFolder();
