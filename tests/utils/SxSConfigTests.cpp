@@ -244,6 +244,20 @@ TEST(InstalledProgramTests, InstalledProgram_FindsItsProductAndItsSettings)
     EXPECT_EQ(probe.Told(L"data folder"), L"C:\\data");
 }
 
+TEST_F(SxSConfigTests, SampleFile_GivesTheValuesThatItSays)
+{
+    const std::wstring sample = KVTest::PathBesideTest(L"sample_config.ini");
+    ASSERT_TRUE(::CopyFileW(sample.c_str(), (m_productFolder + L"\\config.ini").c_str(), TRUE));
+    std::wstring prefix;
+    EXPECT_TRUE(CSxSConfig::_GetIniFile().ReadString(L"Analytics", L"PropertyIDPrefix", prefix));
+    EXPECT_EQ(prefix, L"NV-1000-");
+    bool useSsl = false;
+    EXPECT_TRUE(CSxSConfig::_GetIniFile().GetBool(L"Analytics", L"UseSSL", useSsl));
+    EXPECT_TRUE(useSsl);
+    EXPECT_EQ(CSxSConfig::GetModelName(), L"Norvik Device Centre");
+    EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product"); // the default: it is commented out
+}
+
 TEST(InstalledProgramTests, InstalledProgram_WithoutSettings_HasItsDataBelowTheCommonApplicationData)
 {
     KVTest::InstalledProbe probe;
