@@ -20,10 +20,11 @@ if(MSVC)
     target_compile_options(kv_build_options INTERFACE
         /W4 /WX /permissive- /utf-8
         /EHa # structured exceptions reach the translator, and destructors run on their way
+        /wd4996 # "deprecated": system functions that the facade wraps, runtime functions that tests provoke
         /guard:cf
+        /Brepro
     )
     target_link_options(kv_build_options INTERFACE /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /guard:cf /Brepro)
-    target_compile_options(kv_build_options INTERFACE /Brepro)
 else()
     target_compile_options(kv_build_options INTERFACE
         $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast

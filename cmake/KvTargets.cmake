@@ -8,6 +8,7 @@ function(kv_add_library name)
     add_library(${target} STATIC ${arg_SOURCES})
     add_library(KV::${name} ALIAS ${target})
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+    target_compile_features(${target} PUBLIC cxx_std_20)
     target_link_libraries(${target} PUBLIC ${arg_LINK} PRIVATE kv_build_options)
     set_target_properties(${target} PROPERTIES
         VERIFY_INTERFACE_HEADER_SETS ON

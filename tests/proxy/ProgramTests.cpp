@@ -32,10 +32,9 @@ TEST(ProgramTests, VersionResource_FixedPartSaysTheSameVersion)
     const KVUtils::CFileVersionInfo info(KVTest::PathBesideTest(kProgram).c_str());
     const VS_FIXEDFILEINFO* fixed = info.GetFixedFileInfo();
     ASSERT_NE(fixed, nullptr);
-    const std::wstring version = std::to_wstring(HIWORD(fixed->dwFileVersionMS)) + L"." +
-                                 std::to_wstring(LOWORD(fixed->dwFileVersionMS)) + L"." +
-                                 std::to_wstring(HIWORD(fixed->dwFileVersionLS)) + L"." +
-                                 std::to_wstring(LOWORD(fixed->dwFileVersionLS));
+    const std::wstring version =
+        std::to_wstring(HIWORD(fixed->dwFileVersionMS)) + L"." + std::to_wstring(LOWORD(fixed->dwFileVersionMS)) +
+        L"." + std::to_wstring(HIWORD(fixed->dwFileVersionLS)) + L"." + std::to_wstring(LOWORD(fixed->dwFileVersionLS));
     EXPECT_EQ(version, KV_TEST_VERSION);
     EXPECT_EQ(fixed->dwProductVersionMS, fixed->dwFileVersionMS);
     EXPECT_EQ(fixed->dwProductVersionLS, fixed->dwFileVersionLS);

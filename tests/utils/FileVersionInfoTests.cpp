@@ -7,6 +7,7 @@
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/VirtualSlots.h"
 
 namespace
 {
@@ -106,6 +107,18 @@ TEST(FileVersionInfoTests, Results_PointIntoTheObjectAndAreNotCopied)
     EXPECT_EQ(info.GetFileVersion(), info.GetFileVersion());
     EXPECT_EQ(info.GetFileVersion(), info.GetStringValue(L"FileVersion"));
     static_assert(!std::is_copy_constructible_v<CFileVersionInfo>);
+}
+
+TEST(FileVersionInfoTests, Interface_DeclaresItsOperationsInSlotOrder)
+{
+    using KVUtils::AFileVersionInfo;
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetStringValue), 2u); // the destructor comes first and takes two
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetCompanyName), 3u);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetFileDescription), 4u);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetFileVersion), 5u);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetProductName), 6u);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetProductVersion), 7u);
+    EXPECT_EQ(KVTest::SlotCountOf<AFileVersionInfo>(), 8u);
 }
 
 // Slots 3 to 7 only forward to the look-up by name.

@@ -63,7 +63,7 @@ TEST(StructuredExceptionScopeTests, Write_HasTheWriteFlag)
 }
 
 // The instruction that faults lies in a function of its own, whose code is compared with the address reported.
-[[gnu::noinline]] void WriteTo(volatile char* place)
+void WriteTo(volatile char* place)
 {
     *place = 1;
 }

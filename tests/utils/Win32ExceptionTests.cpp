@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/VirtualSlots.h"
+
 namespace
 {
 using KVUtils::CAccessViolation;
@@ -36,6 +38,13 @@ TEST(Win32ExceptionTests, What_IsTheInheritedOne)
 {
     const CWin32Exception exception(MakeRecord(0xC0000005));
     EXPECT_STREQ(exception.what(), std::exception().what());
+}
+
+TEST(Win32ExceptionTests, MessageText_IsDeclaredAfterDestructorAndWhat)
+{
+    EXPECT_EQ(KVTest::SlotOf(&CWin32Exception::what), 2u); // the destructor takes two
+    EXPECT_EQ(KVTest::SlotOf(&CWin32Exception::GetMessageText), 3u);
+    EXPECT_EQ(KVTest::SlotCountOf<CAccessViolation>(), 4u);
 }
 
 TEST(Win32ExceptionTests, LiveCount_FollowsConstructionCopyAndDestruction)
