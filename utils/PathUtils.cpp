@@ -36,7 +36,7 @@ std::wstring CPathUtils::StripFilename(const std::wstring& path)
     {
         return path;
     }
-    const std::wstring drive = GetDrive(path);
+    std::wstring drive = GetDrive(path);
     std::size_t position = path.rfind(kSeparator);
     if (position == std::wstring::npos)
     {

@@ -53,7 +53,7 @@ protected:
         return text;
     }
 
-    KVTest::TemporaryFolder m_folder; // NOLINT(readability-identifier-naming): the house's name of a member
+    KVTest::TemporaryFolder m_folder;
     CIniFile m_ini;
     int m_count = 0;
 };

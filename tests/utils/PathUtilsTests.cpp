@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cwchar>
 #include <string>
 
 #include "tests/support/ScopedSubstitute.h"
@@ -79,12 +78,10 @@ public:
         sawZeroedBuffer = std::all_of(buffer, buffer + size + 1, [](wchar_t unit) { return unit == L'\0'; });
         if (isFailing)
         {
-            std::wmemcpy(buffer, L"C:\\garbage\\x", 12);
+            std::wstring(L"C:\\garbage\\x").copy(buffer, size);
             return 0;
         }
-        const std::size_t length = std::min<std::size_t>(m_path.size(), size);
-        std::wmemcpy(buffer, m_path.data(), length);
-        return static_cast<DWORD>(length);
+        return static_cast<DWORD>(m_path.copy(buffer, size));
     }
     void SetPath(const std::wstring& path) { m_path = path; }
 

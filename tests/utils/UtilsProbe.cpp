@@ -27,7 +27,7 @@ int wmain()
     text += L"argument string=" + commandLine.GetArgumentString() + L"\n";
     for (const auto& [key, value] : commandLine.GetArgumentMap())
     {
-        text += L"switch " + key + L"=" + value + L"\n";
+        text.append(L"switch ").append(key).append(L"=").append(value).append(L"\n");
     }
 
     std::FILE* const file = ::_wfopen(output.c_str(), L"wb");
