@@ -6,12 +6,16 @@
 #include <array>
 #include <cstdlib>
 
+#include "logging/Trace.h"
+#include "utils/UtilsLogModule.h"
 #include "winapi/KernelApi.h"
 
 namespace KVUtils
 {
 namespace
 {
+KV_TRACE_SOURCE(g_logModule, L"PathUtils.cpp");
+
 constexpr wchar_t kSeparator = L'\\';
 
 // Empty for a path without a drive, and for one that cannot be split.
@@ -32,6 +36,7 @@ std::wstring g_pathOfExecutableOverride;
 
 std::wstring CPathUtils::StripFilename(const std::wstring& path)
 {
+    KV_TRACE(L"KVUtils::CPathUtils::StripFilename");
     if (path.empty())
     {
         return path;
@@ -51,6 +56,7 @@ std::wstring CPathUtils::StripFilename(const std::wstring& path)
 
 std::wstring CPathUtils::GetPathOfExecutable()
 {
+    KV_TRACE(L"KVUtils::CPathUtils::GetPathOfExecutable");
     if (!g_pathOfExecutableOverride.empty())
     {
         return g_pathOfExecutableOverride;
@@ -61,7 +67,9 @@ std::wstring CPathUtils::GetPathOfExecutable()
     {
         buffer[0] = L'\0';
     }
-    return StripFilename(buffer.data());
+    std::wstring result = StripFilename(buffer.data());
+    KV_LOGF(kLogInfo + 7, L"GetPathOfExecutable: wstrResult = %s", result.c_str());
+    return result;
 }
 
 std::wstring CombinePaths(const std::wstring& head, const std::wstring& tail)

@@ -21,8 +21,8 @@ public:
     static std::wstring GetPathOfExecutable();
 };
 
-/// While not empty, `CPathUtils::GetPathOfExecutable` returns this text as it is, without asking the system or logging.
-/// For hosts that stand in for another program; set it before other threads run.
+/// While not empty, `CPathUtils::GetPathOfExecutable` returns this text as it is, without asking the system. For hosts
+/// that stand in for another program; set it before other threads run.
 extern std::wstring g_pathOfExecutableOverride;
 
 /// The two with one backslash between: at most one backslash each is taken away at the end of `head` and at the

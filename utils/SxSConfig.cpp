@@ -6,13 +6,17 @@
 
 #include <array>
 
+#include "logging/Trace.h"
 #include "utils/PathUtils.h"
+#include "utils/UtilsLogModule.h"
 #include "winapi/ShellApi.h"
 
 namespace KVUtils
 {
 namespace
 {
+KV_TRACE_SOURCE(g_logModule, L"SxSConfig.cpp");
+
 std::wstring s_productFolder;
 std::wstring s_iniPath;
 std::wstring s_modelName;
@@ -22,11 +26,13 @@ CIniFile s_iniFile;
 
 IIniFile& CSxSConfig::_GetIniFile() // NOLINT(readability-identifier-naming): the name is part of the interface
 {
+    KV_TRACE(L"KVUtils::CSxSConfig::_GetIniFile");
     if (s_iniPath.empty())
     {
         s_iniPath = CombinePaths(GetSxSProductFolder(), L"config.ini");
-        if (s_iniPath.empty())
+        if (s_iniPath.empty()) // cannot be, as there is always the file name; kept for safety
         {
+            KV_LOGF(kLogError, L"CSxSConfig failed to set ini file path to %s", s_iniPath.c_str());
             return s_iniFile;
         }
     }
@@ -49,6 +55,7 @@ const std::wstring& CSxSConfig::GetSxSProductFolder()
 
 const std::wstring& CSxSConfig::GetDataFolder()
 {
+    KV_TRACE(L"KVUtils::CSxSConfig::GetDataFolder");
     if (!s_dataFolder.empty())
     {
         return s_dataFolder;
@@ -65,6 +72,8 @@ const std::wstring& CSxSConfig::GetDataFolder()
         return s_dataFolder;
     }
     s_dataFolder = CombinePaths(CombinePaths(commonData.data(), L"Norvik"), name);
+    // Deliberate: the text names another function. Those who read the logs know it that way.
+    KV_LOGF(kLogInfo, L"CSxSConfig::SetSxSProductFolder, data folder is %s", s_dataFolder.c_str());
     return s_dataFolder;
 }
 
