@@ -86,6 +86,10 @@ struct CLogModule::Line
 
     /// The flags that are enabled as well.
     std::uint32_t EffectiveFlags() const noexcept { return Settings.Categories & Flags; }
+    bool IsTooDetailed() const noexcept
+    {
+        return Has(kLogInfo) && Settings.DetailLevel < (Flags & kLogDetailLevelMask);
+    }
     bool Has(std::uint32_t flag) const noexcept { return (Flags & flag) != 0; }
     bool HasOption(std::uint32_t option) const noexcept { return (Settings.Options & option) != 0; }
 };
@@ -334,7 +338,7 @@ void CLogModule::RunWorker(const wchar_t* workerName, const Line& line, const Bo
 // text: null for the short name of the scope.
 void CLogModule::InternalLogSimpleString(const Line& line, const wchar_t* text, bool endOfLine) noexcept
 {
-    if (line.Has(kLogInfo) && line.Settings.DetailLevel < (line.Flags & kLogDetailLevelMask))
+    if (line.IsTooDetailed())
     {
         return;
     }
@@ -368,6 +372,10 @@ void CLogModule::InternalLogSimpleString(const Line& line, const wchar_t* text, 
 
 void CLogModule::InternalLogFormattedString(const Line& line, const wchar_t* format, va_list arguments) noexcept
 {
+    if (line.IsTooDetailed()) // before the work of formatting
+    {
+        return;
+    }
     RunWorker(L"InternalLogFormattedString", line, [&] {
         const std::optional<std::wstring> text = format != nullptr ? FormatText(format, arguments) : std::nullopt;
         if (text)
