@@ -56,15 +56,16 @@ bool AppendByFormatter(std::wstring& text, std::uint32_t errorCode, ErrorTextFor
 
 std::wstring ComposeErrorText(std::uint32_t errorCode, ErrorTextFormatter formatter, ScratchBuffer& buffer)
 {
-    // Read before the look-up of errorCode, which may set it.
-    const DWORD lastError = ::GetLastError();
     std::wstring result;
     AppendFormatted(result, buffer, L"[Err: 0x%08X] ", errorCode);
     if (AppendByFormatter(result, errorCode, formatter, buffer))
     {
         return result;
     }
-    if (std::optional<std::wstring> text = GetSystemText(errorCode))
+    std::optional<std::wstring> text = GetSystemText(errorCode);
+    // Read after the look-up: one that succeeds leaves the last error alone, and why one has failed is told this way.
+    const DWORD lastError = ::GetLastError();
+    if (text)
     {
         RemoveLastTwo(*text); // its line end
         result += *text;
@@ -73,9 +74,9 @@ std::wstring ComposeErrorText(std::uint32_t errorCode, ErrorTextFormatter format
     {
         return result;
     }
-    if (const std::optional<std::wstring> text = GetSystemText(lastError))
+    if (const std::optional<std::wstring> lastErrorText = GetSystemText(lastError))
     {
-        result += FormatText(L", [GLE: 0x%08X] %s ", static_cast<unsigned>(lastError), text->c_str());
+        result += FormatText(L", [GLE: 0x%08X] %s ", static_cast<unsigned>(lastError), lastErrorText->c_str());
         // Fixed, and tested: this takes the blank and the line feed; the carriage return stays.
         RemoveLastTwo(result);
     }

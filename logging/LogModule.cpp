@@ -67,11 +67,9 @@ const wchar_t* ExceptionNote(ExceptionState state) noexcept
 }
 
 // In pieces: the pieces need no memory, which may be what is short.
-void NoteFault(const wchar_t* workerName, const KVUtils::CWin32Exception& fault) noexcept
+void NoteFault(const wchar_t* opening, const KVUtils::CWin32Exception& fault) noexcept
 {
-    ::OutputDebugStringW(L"Exception Exit: ");
-    ::OutputDebugStringW(workerName);
-    ::OutputDebugStringW(L" (");
+    ::OutputDebugStringW(opening);
     ::OutputDebugStringW(fault.GetMessageText());
     ::OutputDebugStringW(L")\r\n");
 }
@@ -307,7 +305,7 @@ void CLogModule::BindMonitor(const MonitorValues& values) noexcept
 //
 // The locks are taken outside Run, since a fault does not run the destructors of what it leaves in there.
 template <typename Body>
-void CLogModule::RunWorker(const wchar_t* workerName, const Line& line, const Body& body) noexcept
+void CLogModule::RunWorker(const wchar_t* faultNote, const Line& line, const Body& body) noexcept
 {
     const CCriticalSectionLock lock(m_criticalSection);
     const HANDLE fileMutex = line.Settings.FileRecord != nullptr ? line.Settings.FileRecord->Lock.get() : nullptr;
@@ -324,7 +322,7 @@ void CLogModule::RunWorker(const wchar_t* workerName, const Line& line, const Bo
     }
     catch (const KVUtils::CWin32Exception& fault)
     {
-        NoteFault(workerName, fault);
+        NoteFault(faultNote, fault);
     }
     catch (...) // NOLINT(bugprone-empty-catch): dropped below
     {
@@ -342,7 +340,7 @@ void CLogModule::InternalLogSimpleString(const Line& line, const wchar_t* text, 
     {
         return;
     }
-    RunWorker(L"InternalLogSimpleString", line, [&] {
+    RunWorker(L"Exception Exit: InternalLogSimpleString (", line, [&] {
         if (line.Scope == nullptr)
         {
             WriteLine(line.Settings, line.EffectiveFlags(), 0, text);
@@ -376,7 +374,7 @@ void CLogModule::InternalLogFormattedString(const Line& line, const wchar_t* for
     {
         return;
     }
-    RunWorker(L"InternalLogFormattedString", line, [&] {
+    RunWorker(L"Exception Exit: InternalLogFormattedString (", line, [&] {
         const std::optional<std::wstring> text = format != nullptr ? FormatText(format, arguments) : std::nullopt;
         if (text)
         {
@@ -422,13 +420,12 @@ void CLogModule::WriteScopeLine(const Line& line)
 
 void CLogModule::FinishEntry(const Line& line)
 {
-    // Before the monitor is told, which may fail: the exit line takes the blanks off again.
+    m_monitor.Notify(MonitorEvent::Class, line.Scope->GetClassName().c_str());
+    m_monitor.Notify(MonitorEvent::Entry, line.Scope->GetShortName().c_str());
     if (line.HasOption(kOptionIndent) && line.Settings.FileRecord != nullptr)
     {
         line.Settings.FileRecord->Indentation.append(kIndentStep, L' ');
     }
-    m_monitor.Notify(MonitorEvent::Class, line.Scope->GetClassName().c_str());
-    m_monitor.Notify(MonitorEvent::Entry, line.Scope->GetShortName().c_str());
 }
 
 void CLogModule::FinishExit(const Line& line)

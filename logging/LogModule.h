@@ -79,7 +79,7 @@ private:
 
     void InternalLogSimpleString(const Line& line, const wchar_t* text, bool endOfLine) noexcept;
     void InternalLogFormattedString(const Line& line, const wchar_t* format, va_list arguments) noexcept;
-    template <typename Body> void RunWorker(const wchar_t* workerName, const Line& line, const Body& body) noexcept;
+    template <typename Body> void RunWorker(const wchar_t* faultNote, const Line& line, const Body& body) noexcept;
 
     void AppendToScope(const Line& line, const wchar_t* text);
     void WriteScopeLine(const Line& line);
