@@ -127,7 +127,10 @@ CLogModule::~CLogModule()
 
 void CLogModule::ResetSettings() noexcept
 {
-    *m_settings.Own = LogModuleSettings();
+    if (m_settings.Own != nullptr)
+    {
+        *m_settings.Own = LogModuleSettings();
+    }
 }
 
 void CLogModule::LogString(CLogFunction* scope, std::uint32_t flags, const wchar_t* text, bool endOfLine) noexcept
@@ -271,8 +274,7 @@ bool CLogModule::IsRefreshDue(DWORD now) const noexcept
 {
     const LogFileRecord* const file = m_settings.Own->FileRecord;
     const bool isOpenPending = file != nullptr && file->IsOpenPending;
-    // Unsigned difference: right across the tick count's wrap at 49.7 days.
-    return !m_settings.WasRefreshed || isOpenPending || now - m_settings.LastRefresh > m_pollIntervalMs;
+    return !m_settings.WasRefreshed || isOpenPending || IsIntervalOver(m_settings.LastRefresh, now, m_pollIntervalMs);
 }
 
 void CLogModule::RefreshSettings(SettingsBlock& block, MonitorValues& monitorValues)

@@ -23,6 +23,12 @@ struct CSettingsAccess
     DWORD LastRefresh = 0;
 };
 
+/// True when more than the interval lies between two tick counts, also across the wrap of the count after 49.7 days.
+constexpr bool IsIntervalOver(DWORD start, DWORD now, DWORD intervalMs) noexcept
+{
+    return now - start > intervalMs;
+}
+
 /// Holds the settings mutex for a block of code, unless the module holds it already: then that holder releases it.
 class CSettingsLock
 {

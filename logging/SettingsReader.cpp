@@ -79,9 +79,10 @@ void ReadMonitorValues(const CRegistryKey& processKey, MonitorValues& values)
 void ReadSourceFiles(const CRegistryKey& moduleKey, const std::wstring& moduleKeyPath, SettingsBlock& block,
                      const LogModuleSettings& moduleSettings)
 {
+    const std::wstring parent = moduleKeyPath + L"\\";
     for (const std::wstring& name : moduleKey.GetSubkeyNames())
     {
-        const CRegistryKey key = CRegistryKey::Open(moduleKeyPath + L"\\" + name);
+        const CRegistryKey key = CRegistryKey::Open(parent + name);
         if (key.IsOpen())
         {
             // A new record starts at zero: of the module's settings only the file is inherited.

@@ -20,7 +20,6 @@
 namespace
 {
 using namespace KVLogging;
-using KVTest::BaseKey;
 using KVTest::Lines;
 using KVTest::ProcessKey;
 

@@ -287,19 +287,25 @@ TEST_F(LogFileTests, PathThatCannotBeCreated_LinesWaitAndTheProgramGoesOn)
     EXPECT_EQ(ReadLog(L"missing\\trace.log"), Lines({kQueueStart, L"(I0) one", kQueueEnd, L"(I0) two"}));
 }
 
-TEST_F(LogFileTests, AbsurdFileNames_TheProgramGoesOn)
+TEST_F(LogFileTests, AbsurdFileNames_TheProgramGoesOnAndAUsableNameIsUsedAgain)
 {
-    for (const wchar_t* name : {L"<>|?*", L"\\\\.\\", L"Q:\\x\\y", L"\\\\?\\", L"::", L" "})
+    const std::wstring tooLong = L"c:\\" + std::wstring(5000, L'x');
+    for (const wchar_t* name : {L"<>|?*", L"\\\\.\\", L"Q:\\x\\y", L"\\\\?\\", L"::", tooLong.c_str()})
     {
         m_registry.SetString(KVTest::BaseKey(), L"LogFileName", name);
         SetBase(L"LogCategories", 0x40000010);
-        SetBase(L"LogOptions", 0x30000);
-        LogInScope(L"line");
-        EndModule();
+        for (const DWORD options : {0u, 0x30000u})
+        {
+            SetBase(L"LogOptions", options);
+            ::SetLastError(4711);
+            LogInScope(L"waits, and is discarded");
+            EXPECT_EQ(::GetLastError(), 4711u);
+            EndModule();
+        }
     }
-    m_registry.SetString(KVTest::BaseKey(), L"LogFileName", L"c:\\" + std::wstring(5000, L'x'));
+    UseFile(0x10);
     LogInScope(L"line");
-    EXPECT_THAT(FilesInFolder(), IsEmpty());
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) line"}));
 }
 
 // The size limit: bits 0-15 of the options in KiB.

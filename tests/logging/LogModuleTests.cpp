@@ -217,6 +217,16 @@ TEST_F(LogModuleTests, NoFile_ChangesWaitForThePollInterval)
     EXPECT_EQ(debugOutput.GetText(), "(I0) first\r\n(I0) second\r\n");
 }
 
+TEST(LogIntervalTests, Interval_IsOverWhenItIsExceededAlsoAcrossTheWrap)
+{
+    EXPECT_FALSE(IsIntervalOver(1000, 1000, 30000));
+    EXPECT_FALSE(IsIntervalOver(1000, 31000, 30000));
+    EXPECT_TRUE(IsIntervalOver(1000, 31001, 30000));
+    EXPECT_FALSE(IsIntervalOver(0xFFFFFF00, 0x10, 30000));
+    EXPECT_TRUE(IsIntervalOver(0xFFFFFF00, 30000, 30000));
+    EXPECT_FALSE(IsIntervalOver(0, 0xFFFFFFFF, 0xFFFFFFFF));
+}
+
 TEST_F(LogModuleTests, PollIntervalOver_ChangesAreSeenAndRemovedValuesFallBack)
 {
     UseFile(0x10, 0x80000);

@@ -18,9 +18,15 @@ constexpr int kWriters = 8;
 constexpr int kLines = 1000;
 constexpr DWORD kWaitMs = 50000;
 
-UniqueSystemHandle MakeEvent(const std::wstring& name)
+UniqueSystemHandle MakeEvent(const std::wstring& name, const std::wstring& index = L"")
 {
-    return UniqueSystemHandle(::CreateEventW(nullptr, TRUE, FALSE, name.c_str()));
+    return UniqueSystemHandle(::CreateEventW(nullptr, TRUE, FALSE, (name + index).c_str()));
+}
+
+std::wstring WriterCommandLine(const std::wstring& path, const std::wstring& name, const std::wstring& index)
+{
+    return L"\"" + KVTest::PathBesideTest(L"kv_log_writer.exe") + L"\" write \"" + path + L"\" " + name + L" " + index +
+           L" " + std::to_wstring(kLines);
 }
 
 // Eight processes write one file as fast as they can. Each line is there once and whole, each writer's in their order;
@@ -37,11 +43,9 @@ TEST(LogProcessesTests, EightWritersOfOneFile_LoseTearAndMixNothing)
     for (int i = 0; i < kWriters; ++i)
     {
         const std::wstring index = std::to_wstring(i);
-        written.push_back(MakeEvent(name + L"Written" + index));
-        drain.push_back(MakeEvent(name + L"Drain" + index));
-        writers.push_back(std::make_unique<KVTest::ChildProcess>(L"\"" + KVTest::PathBesideTest(L"kv_log_writer.exe") +
-                                                                 L"\" write \"" + path + L"\" " + name + L" " + index +
-                                                                 L" " + std::to_wstring(kLines)));
+        written.push_back(MakeEvent(name + L"Written", index));
+        drain.push_back(MakeEvent(name + L"Drain", index));
+        writers.push_back(std::make_unique<KVTest::ChildProcess>(WriterCommandLine(path, name, index)));
     }
     ::SetEvent(start.get());
     for (const UniqueSystemHandle& event : written)

@@ -149,22 +149,6 @@ TEST(SharedBlockTests, Attach_NameTakenByAnotherKindOfObject_StaysUnattached)
     EXPECT_FALSE(block.Attach(kExecutable));
 }
 
-TEST(SharedBlockTests, Attach_MappingTooSmall_StaysUnattached)
-{
-    const UniqueSystemHandle mapping(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 1,
-                                                          ObjectName(L"TestKindMappedFile").c_str()));
-    CSharedBlock<TestBlock> block;
-    // The system rounds a mapping up to a page, so the view may well fit.
-    if (block.Attach(kExecutable))
-    {
-        EXPECT_EQ(block.Get()->Name, kExecutable);
-    }
-    else
-    {
-        EXPECT_EQ(block.Get(), nullptr);
-    }
-}
-
 TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
 {
     CSharedBlock<TestBlock> block;
