@@ -28,8 +28,8 @@ constexpr char kBuildDate[] = "Aug 22 2014";
 
 constexpr std::size_t kIndentStep = 2;
 
-// Longest wait for another thread's line to the same file. Longer than any line takes: it is there for a sink or a
-// monitor that logs through another module, which could otherwise wait for ever.
+// Longest wait for other threads' lines to the same file: one for each other module at most, each far shorter. It is
+// there for a sink or a monitor that logs through another module, which could otherwise wait for ever.
 constexpr DWORD kFileRecordWaitMs = 2000;
 
 std::wstring Widen(const char* text)

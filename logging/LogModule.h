@@ -29,8 +29,8 @@ using ErrorTextFormatter = std::uint32_t (*)(std::uint32_t errorCode, wchar_t* b
 /// (`OutputDebugStringW`), to the log file that the settings name, and to the line sink if there is one.
 ///
 /// Any thread; the module's lines are serialised by its critical section. No operation throws, whatever happens while
-/// logging, or changes the thread's last error. The object may be used before it is constructed and after it is
-/// destroyed, as far as it is static: nothing is logged then.
+/// logging, or changes the thread's last error. As far as the object is static its operations, GetName apart, may be
+/// called before it is constructed and after it is destroyed: nothing is logged then.
 ///
 /// The order of the virtual operations is part of the interface.
 class CLogModule

@@ -3,11 +3,41 @@
 #include <cstddef>
 #include <cwchar>
 
+#if defined(_MSC_VER)
+#include <cstdint>
+#include <cstdlib>
+#endif
+
 namespace KVLogging
 {
+namespace
+{
+#if defined(_MSC_VER)
+// Has a format that the runtime refuses fail, where this runtime would end the process.
+class CRefusedFormatScope
+{
+public:
+    CRefusedFormatScope() noexcept : m_previous(_set_thread_local_invalid_parameter_handler(&Ignore)) {}
+    ~CRefusedFormatScope() { _set_thread_local_invalid_parameter_handler(m_previous); }
+    CRefusedFormatScope(const CRefusedFormatScope&) = delete;
+    CRefusedFormatScope& operator=(const CRefusedFormatScope&) = delete;
+
+private:
+    static void Ignore(const wchar_t*, const wchar_t*, const wchar_t*, unsigned int, std::uintptr_t) noexcept {}
+
+    _invalid_parameter_handler m_previous;
+};
+#else
+class CRefusedFormatScope // msvcrt.dll answers with a failure by itself
+{
+};
+#endif
+} // namespace
+
 // Counting first, so that a bad argument faults before anything is allocated that a fault would leave behind.
 std::optional<std::wstring> FormatText(const wchar_t* format, va_list arguments)
 {
+    [[maybe_unused]] const CRefusedFormatScope refusedFormat{};
     va_list counted;
     va_copy(counted, arguments);
     const int length = _vscwprintf(format, counted);

@@ -176,6 +176,19 @@ TEST_F(LogFileTests, Size_IsTheEndPositionAndGrowsByWhatIsWritten)
     EXPECT_EQ(file.GetSize(), 9u);
 }
 
+TEST_F(LogFileTests, Write_ThatFails_AddsNothingToTheSize)
+{
+    constexpr wchar_t kFullDevice[] = L"Z:\\dev\\full"; // there is one under Wine
+    CLogFile file(kFullDevice, OPEN_EXISTING);
+    if (!file.IsOpen())
+    {
+        GTEST_SKIP() << "no device that is always full: " << file.GetOpenError();
+    }
+    const std::uint64_t size = file.GetSize();
+    file.Write(L"text");
+    EXPECT_EQ(file.GetSize(), size);
+}
+
 // The queue.
 
 TEST_F(LogFileTests, FileHeldByAnotherProcess_LinesWaitFramedInTheQueue)

@@ -480,6 +480,18 @@ TEST_F(LogModuleTests, NoFormat_TheLineIsDropped)
     EXPECT_EQ(ReadLog(), Lines({L"(I0) 5"}));
 }
 
+TEST_F(LogModuleTests, AbsurdFormats_TheCallerGoesOn)
+{
+    UseFile(0x30);
+    for (const wchar_t* format : {L"%", L"%%%", L"%!", L"%q%y", L"%-+#0", L"%I64", L"\xD83D%"})
+    {
+        LogFormatted(0x10, format, 1, 2, 3);
+    }
+    LogFormatted(0x20, L"%d", 5);
+    const std::wstring log = ReadLog();
+    EXPECT_EQ(log.substr(log.rfind(L"(EX)")), Lines({L"(EX) 5"}));
+}
+
 TEST_F(LogModuleTests, FaultInFormatter_TheErrorLineIsDroppedAndNoted)
 {
     UseFile(0x800);
@@ -569,6 +581,26 @@ TEST_F(LogModuleTests, ModuleWithoutName_ReadsTheProcessKeyAndItsSourceFiles)
     CLogFunction scope(&module, s_sourceFile, L"Class::Method", 1);
     scope.LogString(0x50, 2, L"source file");
     EXPECT_EQ(ReadLog(), Lines({L"(I0) module", L"(WN) source file"}));
+}
+
+TEST_F(LogModuleTests, LibraryWithItsOwnCopyOfTheCode_HasItsOwnNameAndSharesTheSettings)
+{
+    UseFile(0x400, 0x200000);
+    m_registry.SetDword(ModuleKey(L"kv_log_library"), L"LogCategories", 0x10);
+    const HMODULE library = ::LoadLibraryW(KVTest::PathBesideTest(L"kv_log_library.dll").c_str());
+    ASSERT_NE(library, nullptr);
+    // NOLINTNEXTLINE(bugprone-casting-through-void): a looked-up function has no type of its own
+    const auto log = reinterpret_cast<void (*)(const wchar_t*)>(
+        reinterpret_cast<void*>(::GetProcAddress(library, "KvLogInLibrary")));
+    ASSERT_NE(log, nullptr);
+    {
+        const CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+        log(L"one");
+        log(L"two");
+    }
+    ::FreeLibrary(library);
+    // Indented, since the file's record is the same one.
+    EXPECT_EQ(ReadLog(), Lines({L"(->) Class::Method", L"(I0)   one", L"(I0)   two"}));
 }
 
 TEST_F(LogModuleTests, ResetSettings_ZeroesTheModulesOwn)

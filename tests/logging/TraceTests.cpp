@@ -2,7 +2,38 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
 #include "tests/logging/LogTest.h"
+
+namespace
+{
+std::atomic<int> s_allocationCount;
+} // namespace
+
+// Count what this program allocates.
+void* operator new(std::size_t size)
+{
+    ++s_allocationCount;
+    void* const memory = std::malloc(size != 0 ? size : 1);
+    if (memory == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 // The short form, used as a library uses it.
 namespace TracedLibrary
@@ -56,5 +87,19 @@ TEST_F(TraceTests, SourceFileKey_IsFoundByTheFilesName)
     m_registry.SetDword(KVTest::ModuleKey(L"TracedLibrary") + L"\\TraceTests.CPP", L"LogCategories", 0x40);
     TracedLibrary::Traced();
     EXPECT_EQ(ReadLog(), KVTest::Lines({L"(WN) plain"}));
+}
+
+TEST_F(TraceTests, LineNotWanted_AllocatesNothing)
+{
+    SetBase(L"LogCategories", 0);
+    m_registry.SetDword(KVTest::ModuleKey(L"TracedLibrary") + L"\\other.cpp", L"LogCategories", 0x40);
+    TracedLibrary::Traced(); // reads the registry
+    const int before = s_allocationCount;
+    for (int i = 0; i < 10; ++i)
+    {
+        TracedLibrary::Traced();
+    }
+    EXPECT_EQ(s_allocationCount, before);
+    EXPECT_GT(before, 0);
 }
 } // namespace
