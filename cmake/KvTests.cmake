@@ -19,6 +19,8 @@ include(GoogleTest)
 
 # Seconds after which a test has failed. A test takes a small part of one when the machine is idle.
 set(KV_TEST_TIMEOUT 60)
+# A little earlier the program is ended, and what it has printed by then is shown.
+set(KV_TEST_PROGRAM_TIMEOUT 50)
 
 if(CMAKE_CROSSCOMPILING)
     # Every test needs the prefix of this build tree, and is much faster while the server of that prefix stays alive.
@@ -59,6 +61,7 @@ function(kv_add_tests name)
         DISCOVERY_TIMEOUT 120
         PROPERTIES
             TIMEOUT ${KV_TEST_TIMEOUT}
+            ENVIRONMENT KV_WINE_TIMEOUT=${KV_TEST_PROGRAM_TIMEOUT}
             FIXTURES_REQUIRED "${KV_TEST_FIXTURES}"
             LABELS "${arg_LABELS}"
     )

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <type_traits>
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VirtualSlots.h"
+#include "tests/utils/AllocationHook.h"
 
 namespace
 {
@@ -90,6 +92,22 @@ TEST(FileVersionInfoTests, FileWithoutVersionResource_GivesNone)
 TEST(FileVersionInfoTests, NoPath_GivesNone)
 {
     ExpectNoEntries(CFileVersionInfo(nullptr));
+}
+
+TEST(FileVersionInfoTests, WithoutMemoryForTheData_GivesNone)
+{
+    const std::wstring path = PathBesideTest(L"kv_version_two_languages.dll");
+    bool wasRefused = false;
+    static bool* s_wasRefused = nullptr;
+    s_wasRefused = &wasRefused;
+    const KVTest::AllocationHook hook([](std::size_t) {
+        *s_wasRefused = true;
+        throw std::bad_alloc();
+    });
+    const CFileVersionInfo info(path.c_str());
+    EXPECT_TRUE(wasRefused);
+    ExpectNoEntries(info);
+    EXPECT_EQ(info.GetFixedFileInfo(), nullptr);
 }
 
 TEST(FileVersionInfoTests, MissingFileEmptyPathFolderOrTextFile_GiveNone)

@@ -1,0 +1,7 @@
+#include "analytics_reporting/ProgramLogModule.h"
+
+namespace KVAnalyticsReporting
+{
+// The time is fixed, so that two builds of one source are the same.
+KVLogging::CLogModule g_logModule(nullptr, "04:50:00");
+} // namespace KVAnalyticsReporting

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <windows.h>
+
+namespace KVLogging
+{
+/// A recursive lock within the process (`CRITICAL_SECTION`).
+class CCriticalSection
+{
+public:
+    CCriticalSection() noexcept { ::InitializeCriticalSection(&m_section); }
+    ~CCriticalSection() { ::DeleteCriticalSection(&m_section); }
+    CCriticalSection(const CCriticalSection&) = delete;
+    CCriticalSection& operator=(const CCriticalSection&) = delete;
+
+    void Enter() noexcept { ::EnterCriticalSection(&m_section); }
+    void Leave() noexcept { ::LeaveCriticalSection(&m_section); }
+
+private:
+    CRITICAL_SECTION m_section;
+};
+
+/// Holds a critical section for a block. Outside CStructuredExceptionScope::Run, so that a fault cannot leave it held.
+class CCriticalSectionLock
+{
+public:
+    explicit CCriticalSectionLock(CCriticalSection& section) noexcept : m_section(section) { m_section.Enter(); }
+    ~CCriticalSectionLock() { m_section.Leave(); }
+    CCriticalSectionLock(const CCriticalSectionLock&) = delete;
+    CCriticalSectionLock& operator=(const CCriticalSectionLock&) = delete;
+
+private:
+    CCriticalSection& m_section;
+};
+} // namespace KVLogging

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <windows.h>
+
+#include <oaidl.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "logging/SharedBlock.h"
+
+namespace KVLogging
+{
+/// {46C071BD-4AB9-4CED-B72B-9976370F007E}
+constexpr IID kExtMonitorInterfaceId = {0x46C071BD, 0x4AB9, 0x4CED, {0xB7, 0x2B, 0x99, 0x76, 0x37, 0x0F, 0x00, 0x7E}};
+
+/// An external monitor: a COM object that the settings name and that is told of function entries and exits as they
+/// happen. Implemented by support tools, inside or outside this process. Declaration order is slot order and part of
+/// the interface, the names are not. Texts are valid during the call.
+struct IExtMonitor : public IDispatch
+{
+    /// Once, before anything else. parameterFile is the configured text as it is; the second argument is the same text,
+    /// "<unknown>" when it is empty.
+    virtual HRESULT STDMETHODCALLTYPE Start(BSTR parameterFile, BSTR parameterFileOrUnknown) = 0;
+    /// When another monitor takes its place; the object is released right after.
+    virtual HRESULT STDMETHODCALLTYPE Stop(BSTR executableName) = 0;
+    virtual HRESULT STDMETHODCALLTYPE ClassEntered(BSTR className) = 0;
+    virtual HRESULT STDMETHODCALLTYPE FunctionEntered(BSTR shortName) = 0;
+    virtual HRESULT STDMETHODCALLTYPE FunctionLeft(BSTR shortName) = 0;
+};
+
+// Monitor flags, the registry value "ExtMonitorFlags".
+constexpr std::uint32_t kMonitorClasses = 0x1;
+constexpr std::uint32_t kMonitorEntries = 0x2;
+constexpr std::uint32_t kMonitorExits = 0x4;
+
+enum class MonitorEvent : int
+{
+    Start = 0, // text: the parameter file
+    Stop = 1,  // text: the name of the executable
+    Class = 2, // text: a class name; reported once in a row, and when kMonitorClasses is set
+    Entry = 3, // text: a short function name; needs kMonitorEntries
+    Exit = 4,  // text: a short function name; needs kMonitorExits
+};
+
+/// What the registry says of the monitor.
+struct MonitorValues
+{
+    std::wstring ClassId; // empty: nothing is said, everything stays as it is
+    std::optional<std::uint32_t> Flags;
+    std::wstring ParameterFile;
+};
+
+/// The monitor that the modules of a process share. Guarded by the monitor mutex, which is not held while the monitor
+/// is called.
+struct CExtMonitorSettings
+{
+    static constexpr wchar_t kKind[] = L"ExtMonitor";
+    static constexpr unsigned long kMappingBytes = 128;
+
+    explicit CExtMonitorSettings(const std::wstring&) noexcept {}
+    /// Releases the monitor without telling it to stop, then COM.
+    ~CExtMonitorSettings();
+    CExtMonitorSettings(const CExtMonitorSettings&) = delete;
+    CExtMonitorSettings& operator=(const CExtMonitorSettings&) = delete;
+
+    IExtMonitor* Monitor = nullptr; // a reference of its own; null when none is bound
+    bool IsComInitialized = false;  // by this block
+    DWORD ComThread = 0;            // the thread that it was initialised on
+    std::wstring ClassId;           // of the monitor bound last, or tried to
+    std::wstring LastClass;         // the class name reported last
+    std::uint32_t Flags = 0;
+};
+
+/// A module's access to the external monitor of the process. Used under the module's critical section.
+///
+/// A fault in the monitor passes through these operations: they are called where it is translated and caught.
+class CExtMonitor
+{
+public:
+    void Attach(const std::wstring& executableName) { m_block.Attach(executableName); }
+    void Detach() noexcept { m_block.Detach(); }
+
+    /// Takes over the flags, and when the class identifier is another than before: parses it (`CLSIDFromString`), stops
+    /// and releases the monitor bound so far, creates the new one (`CoCreateInstance`) and starts it. An identifier
+    /// that does not parse leaves all else as it is; a monitor that cannot be created leaves none bound.
+    void Update(const MonitorValues& values, const std::wstring& executableName);
+
+    /// Tells the monitor. E_NOTIMPL when none is bound or text is null; S_OK when the flags keep the event from it.
+    HRESULT Notify(MonitorEvent event, const wchar_t* text);
+
+private:
+    bool TakeOver(const MonitorValues& values, CLSID& classId, IExtMonitor*& previous);
+    void Bind(const std::wstring& classId, IExtMonitor* monitor);
+
+    CSharedBlock<CExtMonitorSettings> m_block;
+};
+} // namespace KVLogging

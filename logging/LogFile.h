@@ -1,0 +1,36 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace KVLogging
+{
+/// A log file while it is open: for no longer than one line takes, and not shared meanwhile, so that processes take
+/// turns. UTF-16LE without byte-order mark. Closed by the destructor. On the stack of one thread.
+class CLogFile
+{
+public:
+    /// Opens the file (`CreateFileW` with that disposition) and moves to its end. While another process has it open,
+    /// tries again every 30 ms, for 120 ms in all; any other failure ends the attempt at once.
+    CLogFile(const std::wstring& fileName, DWORD disposition) noexcept;
+    ~CLogFile();
+    CLogFile(const CLogFile&) = delete;
+    CLogFile& operator=(const CLogFile&) = delete;
+
+    bool IsOpen() const noexcept { return m_file != INVALID_HANDLE_VALUE; }
+    /// Why the file is not open, a system error code.
+    DWORD GetOpenError() const noexcept { return m_openError; }
+    /// Bytes: the end position, moved by what was written.
+    std::uint64_t GetSize() const noexcept { return m_size; }
+    /// A write that fails adds nothing to the size and is not reported.
+    void Write(std::wstring_view text) noexcept;
+
+private:
+    HANDLE m_file = INVALID_HANDLE_VALUE;
+    DWORD m_openError = ERROR_SUCCESS;
+    std::uint64_t m_size = 0;
+};
+} // namespace KVLogging

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace KVLogging
+{
+constexpr std::size_t kScratchLength = 260;
+
+/// The one buffer that a module formats the short pieces of its lines in. Used within its critical section only.
+using ScratchBuffer = std::array<wchar_t, kScratchLength>;
+} // namespace KVLogging

@@ -1,0 +1,251 @@
+#include "logging/SharedBlock.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "logging/ExtMonitor.h"
+#include "logging/LogModule.h"
+#include "logging/SettingsBlock.h"
+#include "tests/logging/LogTest.h"
+
+namespace
+{
+using namespace KVLogging;
+
+constexpr wchar_t kExecutable[] = L"proxy.exe";
+
+struct TestBlock
+{
+    static constexpr wchar_t kKind[] = L"TestKind";
+    static constexpr unsigned long kMappingBytes = 32;
+
+    explicit TestBlock(std::wstring executableName) : Name(std::move(executableName)) { ++s_liveCount; }
+    ~TestBlock() { --s_liveCount; }
+    TestBlock(const TestBlock&) = delete;
+    TestBlock& operator=(const TestBlock&) = delete;
+
+    std::wstring Name;
+    static int s_liveCount;
+};
+int TestBlock::s_liveCount = 0;
+
+std::wstring ObjectName(const wchar_t* suffix)
+{
+    return L"proxy[" + std::to_wstring(::GetCurrentProcessId()) + L"]" + suffix;
+}
+
+bool MutexExists(const std::wstring& name)
+{
+    const UniqueSystemHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
+    return mutex != nullptr;
+}
+
+UniqueSystemHandle OpenMapping(const std::wstring& name)
+{
+    return UniqueSystemHandle(::OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
+}
+
+// Holds a mutex on a thread of its own.
+class HeldMutex
+{
+public:
+    explicit HeldMutex(const std::wstring& name)
+        : m_held(::CreateEventW(nullptr, TRUE, FALSE, nullptr)),
+          m_release(::CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this, name] {
+              const UniqueSystemHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
+              const CMutexLock lock(mutex.get(), 10000);
+              ::SetEvent(m_held.get());
+              ::WaitForSingleObject(m_release.get(), 20000);
+          })
+    {
+        ::WaitForSingleObject(m_held.get(), 10000);
+    }
+    ~HeldMutex() { Release(); }
+    HeldMutex(const HeldMutex&) = delete;
+    HeldMutex& operator=(const HeldMutex&) = delete;
+    void Release()
+    {
+        ::SetEvent(m_release.get());
+        if (m_thread.joinable())
+        {
+            m_thread.join();
+        }
+    }
+
+private:
+    UniqueSystemHandle m_held;
+    UniqueSystemHandle m_release;
+    std::thread m_thread;
+};
+
+TEST(SharedBlockTests, Attach_NamesMutexAndMappingAfterProgramAndProcess)
+{
+    CSharedBlock<TestBlock> block;
+    ASSERT_TRUE(block.Attach(kExecutable));
+    EXPECT_TRUE(MutexExists(ObjectName(L"TestKindLock")));
+    EXPECT_NE(OpenMapping(ObjectName(L"TestKindMappedFile")), nullptr);
+    block.Detach();
+    EXPECT_FALSE(MutexExists(ObjectName(L"TestKindLock")));
+    EXPECT_EQ(OpenMapping(ObjectName(L"TestKindMappedFile")), nullptr);
+}
+
+TEST(SharedBlockTests, Attach_FirstMakesTheBlockTheLastDestroysIt)
+{
+    CSharedBlock<TestBlock> first;
+    CSharedBlock<TestBlock> second;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    ASSERT_TRUE(second.Attach(L"proxy.other"));
+    EXPECT_EQ(TestBlock::s_liveCount, 1);
+    ASSERT_NE(first.Get(), nullptr);
+    EXPECT_EQ(first.Get(), second.Get());
+    EXPECT_EQ(second.Get()->Name, kExecutable);
+    first.Detach();
+    EXPECT_EQ(first.Get(), nullptr);
+    EXPECT_EQ(TestBlock::s_liveCount, 1);
+    second.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+}
+
+TEST(SharedBlockTests, Attach_Twice_CountsOnce)
+{
+    CSharedBlock<TestBlock> block;
+    ASSERT_TRUE(block.Attach(kExecutable));
+    ASSERT_TRUE(block.Attach(kExecutable));
+    block.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+}
+
+TEST(SharedBlockTests, Attach_MutexTaken_StaysUnattachedAfterTheWaitAndSucceedsLater)
+{
+    HeldMutex held(ObjectName(L"TestKindLock"));
+    CSharedBlock<TestBlock> block;
+    const DWORD start = ::GetTickCount();
+    EXPECT_FALSE(block.Attach(kExecutable));
+    EXPECT_GE(::GetTickCount() - start, 40u); // 50 ms, less the granularity of the count
+    EXPECT_FALSE(block.IsAttached());
+    EXPECT_EQ(block.Get(), nullptr);
+    held.Release();
+    EXPECT_TRUE(block.Attach(kExecutable));
+}
+
+TEST(SharedBlockTests, Attach_AbandonedMutex_CountsAsObtained)
+{
+    // The handle here keeps the mutex, the thread that owns it ends.
+    const std::wstring name = ObjectName(L"TestKindLock");
+    const UniqueSystemHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
+    std::thread([&] { ::WaitForSingleObject(mutex.get(), INFINITE); }).join();
+    CSharedBlock<TestBlock> block;
+    EXPECT_TRUE(block.Attach(kExecutable));
+}
+
+TEST(SharedBlockTests, Attach_NameTakenByAnotherKindOfObject_StaysUnattached)
+{
+    const UniqueSystemHandle event(::CreateEventW(nullptr, FALSE, FALSE, ObjectName(L"TestKindLock").c_str()));
+    CSharedBlock<TestBlock> block;
+    EXPECT_FALSE(block.Attach(kExecutable));
+}
+
+TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
+{
+    CSharedBlock<TestBlock> block;
+    ASSERT_TRUE(block.Attach(kExecutable));
+    CSharedBlock<TestBlock> other;
+    ASSERT_TRUE(other.Attach(kExecutable));
+    HeldMutex held(ObjectName(L"TestKindLock"));
+    block.Detach();
+    EXPECT_FALSE(block.IsAttached());
+    EXPECT_EQ(TestBlock::s_liveCount, 1);
+    held.Release();
+    EXPECT_EQ(other.Get()->Name, kExecutable);
+}
+
+TEST(SharedBlockTests, Sizes_AreTheFixedOnes)
+{
+    EXPECT_EQ(SettingsBlock::kMappingBytes, 264u);
+    EXPECT_EQ(CExtMonitorSettings::kMappingBytes, 128u);
+    EXPECT_STREQ(SettingsBlock::kKind, L"RegValues");
+    EXPECT_STREQ(CExtMonitorSettings::kKind, L"ExtMonitor");
+}
+
+TEST(SharedBlockTests, Module_OpensItsFourObjectsAndClosesThem)
+{
+    const std::wstring executable = KVTest::GetExecutableName();
+    const std::wstring base =
+        executable.substr(0, executable.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) + L"]";
+    {
+        const CLogModule first("First", "");
+        const CLogModule second("Second", "");
+        EXPECT_TRUE(MutexExists(base + L"RegValuesLock"));
+        EXPECT_TRUE(MutexExists(base + L"ExtMonitorLock"));
+        for (const wchar_t* kind : {L"RegValues", L"ExtMonitor"})
+        {
+            const UniqueSystemHandle mapping = OpenMapping(base + kind + L"MappedFile");
+            ASSERT_NE(mapping, nullptr);
+            const UniqueView view(::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, 0));
+            ASSERT_NE(view, nullptr);
+            EXPECT_EQ(*static_cast<const std::uint32_t*>(view.get()), 2u); // the reference count stands first
+        }
+    }
+    EXPECT_FALSE(MutexExists(base + L"RegValuesLock"));
+    EXPECT_FALSE(MutexExists(base + L"ExtMonitorLock"));
+    EXPECT_EQ(OpenMapping(base + L"RegValuesMappedFile"), nullptr);
+    EXPECT_EQ(OpenMapping(base + L"ExtMonitorMappedFile"), nullptr);
+}
+
+class SharedBlockModuleTests : public KVTest::LogTest
+{
+protected:
+    static std::wstring SettingsMutexName()
+    {
+        const std::wstring executable = KVTest::GetExecutableName();
+        return executable.substr(0, executable.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) +
+               L"]RegValuesLock";
+    }
+};
+
+TEST_F(SharedBlockModuleTests, SettingsMutexTaken_TheLineIsSkipped)
+{
+    UseFile(0x10);
+    Log(0x10, L"before");
+    {
+        const HeldMutex held(SettingsMutexName());
+        Log(0x10, L"lost");
+    }
+    Log(0x10, L"after");
+    EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) before", L"(I0) after"}));
+}
+
+TEST_F(SharedBlockModuleTests, SettingsMutexTakenAtConstruction_TheModuleAttachesLater)
+{
+    UseFile(0x10);
+    {
+        const HeldMutex held(SettingsMutexName());
+        Module();
+    }
+    Log(0x10, L"line");
+    EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) line"}));
+}
+
+TEST_F(SharedBlockModuleTests, SettingsMutexTakenAtDestruction_TheModuleGoesAllTheSame)
+{
+    UseFile(0x10);
+    Log(0x10, L"line");
+    const HeldMutex held(SettingsMutexName());
+    EndModule();
+    EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) line"}));
+}
+
+TEST_F(SharedBlockModuleTests, SettingsMutexAbandoned_TheLineIsWritten)
+{
+    UseFile(0x10);
+    Module();
+    const UniqueSystemHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, SettingsMutexName().c_str()));
+    std::thread([&] { ::WaitForSingleObject(mutex.get(), INFINITE); }).join();
+    Log(0x10, L"line");
+    EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) line"}));
+}
+} // namespace

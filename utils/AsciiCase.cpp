@@ -1,0 +1,34 @@
+#include "utils/AsciiCase.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace KVUtils
+{
+namespace
+{
+// Not towlower or _wcsicmp: they follow the locale, which belongs to the program that uses this library.
+int FoldAsciiCase(wchar_t character) noexcept
+{
+    return character >= L'A' && character <= L'Z' ? character - L'A' + L'a' : character;
+}
+} // namespace
+
+int CompareIgnoringAsciiCase(std::wstring_view left, std::wstring_view right) noexcept
+{
+    const std::size_t shorter = std::min(left.size(), right.size());
+    for (std::size_t i = 0; i < shorter; ++i)
+    {
+        const int difference = FoldAsciiCase(left[i]) - FoldAsciiCase(right[i]);
+        if (difference != 0)
+        {
+            return difference;
+        }
+    }
+    if (left.size() == right.size())
+    {
+        return 0;
+    }
+    return left.size() < right.size() ? -1 : 1;
+}
+} // namespace KVUtils

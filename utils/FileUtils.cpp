@@ -1,0 +1,30 @@
+#include "utils/FileUtils.h"
+
+#include <windows.h>
+
+#include "winapi/KernelApi.h"
+
+namespace KVUtils
+{
+namespace
+{
+constexpr wchar_t kLongPathPrefix[] = L"\\\\?\\";
+constexpr DWORD kWorkBufferSize = 32000; // characters; about as long as a path can be
+
+// A network path, or one that has its prefix already.
+bool StartsAsUncPath(const std::wstring& path)
+{
+    return path.size() > 2 && path[0] == L'\\' && path[1] == L'\\';
+}
+} // namespace
+
+bool FileExists(const std::wstring& path)
+{
+    std::wstring buffer(kWorkBufferSize, L'\0');
+    const std::wstring full = (StartsAsUncPath(path) ? L"" : kLongPathPrefix) + path;
+    const DWORD length = ::GetFullPathNameW(full.c_str(), kWorkBufferSize, buffer.data(), nullptr);
+    const bool isResolved = length >= 1 && length < kWorkBufferSize;
+    const DWORD attributes = KVWinApi::g_kernelApi->GetFileAttributesW(isResolved ? buffer.c_str() : full.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+} // namespace KVUtils
