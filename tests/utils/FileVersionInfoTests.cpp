@@ -97,15 +97,13 @@ TEST(FileVersionInfoTests, NoPath_GivesNone)
 TEST(FileVersionInfoTests, WithoutMemoryForTheData_GivesNone)
 {
     const std::wstring path = PathBesideTest(L"kv_version_two_languages.dll");
-    bool wasRefused = false;
-    static bool* s_wasRefused = nullptr;
-    s_wasRefused = &wasRefused;
+    static bool s_wasRefused = false;
     const KVTest::AllocationHook hook([](std::size_t) {
-        *s_wasRefused = true;
+        s_wasRefused = true;
         throw std::bad_alloc();
     });
     const CFileVersionInfo info(path.c_str());
-    EXPECT_TRUE(wasRefused);
+    EXPECT_TRUE(s_wasRefused);
     ExpectNoEntries(info);
     EXPECT_EQ(info.GetFixedFileInfo(), nullptr);
 }
