@@ -1,6 +1,7 @@
 #include "winapi/ComApi.h"
 
 #include "winapi/FacadeInstance.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVWinApi
 {
@@ -13,37 +14,37 @@ constinit IComApi* g_comApi = &s_comApi;
 
 HRESULT CComApi::CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv)
 {
-    return ::CoCreateInstance(rclsid, pUnkOuter, dwClsContext, riid, ppv);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance).OrHresult()(rclsid, pUnkOuter, dwClsContext, riid, ppv);
 }
 
 HRESULT CComApi::CoCreateGuid(GUID* pguid)
 {
-    return ::CoCreateGuid(pguid);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateGuid).OrHresult()(pguid);
 }
 
 HRESULT CComApi::CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit)
 {
-    return ::CoInitializeEx(pvReserved, dwCoInit);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitializeEx).OrHresult()(pvReserved, dwCoInit);
 }
 
 void CComApi::CoUninitialize()
 {
-    ::CoUninitialize();
+    KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).OrNothing()();
 }
 
 HRESULT CComApi::OleInitialize(LPVOID pvReserved)
 {
-    return ::OleInitialize(pvReserved);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, OleInitialize).OrHresult()(pvReserved);
 }
 
 void CComApi::OleUninitialize()
 {
-    ::OleUninitialize();
+    KV_SYSTEM_FUNCTION(g_ole32Dll, OleUninitialize).OrNothing()();
 }
 
 HRESULT CComApi::CreateStreamOnHGlobal(HGLOBAL hGlobal, BOOL fDeleteOnRelease, LPSTREAM* ppstm)
 {
-    return ::CreateStreamOnHGlobal(hGlobal, fDeleteOnRelease, ppstm);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, CreateStreamOnHGlobal).OrHresult()(hGlobal, fDeleteOnRelease, ppstm);
 }
 
 ULONG CComApi::ReleaseInterface(IUnknown* object)
@@ -53,28 +54,30 @@ ULONG CComApi::ReleaseInterface(IUnknown* object)
 
 HRESULT CComApi::CopyVariant(VARIANTARG* destination, const VARIANTARG* source)
 {
-    const HRESULT cleared = ::VariantClear(destination);
+    const HRESULT cleared = KV_SYSTEM_FUNCTION(g_oleAut32Dll, VariantClear).OrHresult()(destination);
     if (FAILED(cleared))
     {
         return cleared;
     }
     // The system only reads the source; not every SDK declares it const.
-    return ::VariantCopy(destination, const_cast<VARIANTARG*>(source));
+    return KV_SYSTEM_FUNCTION(g_oleAut32Dll, VariantCopy).OrHresult()(destination, const_cast<VARIANTARG*>(source));
 }
 
 HRESULT CComApi::CoInitializeSecurity(PSECURITY_DESCRIPTOR pSecDesc, LONG cAuthSvc,
                                       SOLE_AUTHENTICATION_SERVICE* asAuthSvc, void* pReserved1, DWORD dwAuthnLevel,
                                       DWORD dwImpLevel, void* pAuthList, DWORD dwCapabilities, void* pReserved3)
 {
-    return ::CoInitializeSecurity(pSecDesc, cAuthSvc, asAuthSvc, pReserved1, dwAuthnLevel, dwImpLevel, pAuthList,
-                                  dwCapabilities, pReserved3);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitializeSecurity)
+        .OrHresult()(pSecDesc, cAuthSvc, asAuthSvc, pReserved1, dwAuthnLevel, dwImpLevel, pAuthList, dwCapabilities,
+                     pReserved3);
 }
 
 HRESULT CComApi::CoSetProxyBlanket(IUnknown* pProxy, DWORD dwAuthnSvc, DWORD dwAuthzSvc, OLECHAR* pServerPrincName,
                                    DWORD dwAuthnLevel, DWORD dwImpLevel, RPC_AUTH_IDENTITY_HANDLE pAuthInfo,
                                    DWORD dwCapabilities)
 {
-    return ::CoSetProxyBlanket(pProxy, dwAuthnSvc, dwAuthzSvc, pServerPrincName, dwAuthnLevel, dwImpLevel, pAuthInfo,
-                               dwCapabilities);
+    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoSetProxyBlanket)
+        .OrHresult()(pProxy, dwAuthnSvc, dwAuthzSvc, pServerPrincName, dwAuthnLevel, dwImpLevel, pAuthInfo,
+                     dwCapabilities);
 }
 } // namespace KVWinApi

@@ -18,6 +18,8 @@ namespace KVWinApi
 class IComApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual HRESULT CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid,
                                      LPVOID* ppv) = 0;
     virtual HRESULT CoCreateGuid(GUID* pguid) = 0;
@@ -34,6 +36,7 @@ public:
     virtual HRESULT CoSetProxyBlanket(IUnknown* pProxy, DWORD dwAuthnSvc, DWORD dwAuthzSvc, OLECHAR* pServerPrincName,
                                       DWORD dwAuthnLevel, DWORD dwImpLevel, RPC_AUTH_IDENTITY_HANDLE pAuthInfo,
                                       DWORD dwCapabilities) = 0;
+    ///@}
 
     virtual ~IComApi() = default;
 };

@@ -20,6 +20,8 @@ namespace KVWinApi
 class IIPHelperApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual ULONG GetAdaptersInfo(PIP_ADAPTER_INFO AdapterInfo, PULONG SizePointer) = 0;
     virtual ULONG GetAdaptersAddresses(ULONG Family, ULONG Flags, PVOID Reserved,
                                        PIP_ADAPTER_ADDRESSES AdapterAddresses, PULONG SizePointer) = 0;
@@ -35,6 +37,7 @@ public:
                                DWORD Timeout) = 0;
     virtual BOOL IcmpCloseHandle(HANDLE IcmpHandle) = 0;
     virtual DWORD NotifyAddrChange(PHANDLE Handle, LPOVERLAPPED overlapped) = 0;
+    ///@}
 
     virtual ~IIPHelperApi() = default;
 };

@@ -28,6 +28,8 @@ public:
 
     virtual ~IKernelApi() = default;
 
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual HMODULE LoadLibraryW(LPCWSTR lpLibFileName) = 0;
     virtual BOOL FreeLibrary(HMODULE hLibModule) = 0;
     virtual FARPROC GetProcAddress(HMODULE hModule, LPCSTR lpProcName) = 0;
@@ -159,6 +161,7 @@ public:
     virtual BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes) = 0;
     virtual BOOL VerifyVersionInfoW(LPOSVERSIONINFOEXW lpVersionInformation, DWORD dwTypeMask,
                                     DWORDLONG dwlConditionMask) = 0;
+    ///@}
 };
 
 /// Forwards every operation to the system. Holds a reference to Kernel32.dll for the run-time look-ups, taken with

@@ -12,6 +12,8 @@ namespace KVWinApi
 class IRegistryApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual LONG RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, PHKEY phkResult) = 0;
     virtual LONG RegCloseKey(HKEY hKey) = 0;
     virtual LONG RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR lpClass, DWORD dwOptions,
@@ -31,6 +33,7 @@ public:
                                   LPDWORD lpcbMaxSubKeyLen, LPDWORD lpcbMaxClassLen, LPDWORD lpcValues,
                                   LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen, LPDWORD lpcbSecurityDescriptor,
                                   PFILETIME lpftLastWriteTime) = 0;
+    ///@}
 
     virtual ~IRegistryApi() = default;
 };

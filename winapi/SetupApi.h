@@ -14,6 +14,8 @@ namespace KVWinApi
 class ISetupApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual CONFIGRET CM_Locate_DevNodeW(PDEVINST pdnDevInst, DEVINSTID_W pDeviceID, ULONG ulFlags) = 0;
     virtual CONFIGRET CM_Get_DevNode_Status(PULONG pulStatus, PULONG pulProblemNumber, DEVINST dnDevInst,
                                             ULONG ulFlags) = 0;
@@ -73,6 +75,7 @@ public:
     virtual BOOL SetupDiSetClassInstallParamsW(HDEVINFO DeviceInfoSet, PSP_DEVINFO_DATA DeviceInfoData,
                                                PSP_CLASSINSTALL_HEADER ClassInstallParams,
                                                DWORD ClassInstallParamsSize) = 0;
+    ///@}
 
     virtual ~ISetupApi() = default;
 };

@@ -1,39 +1,47 @@
 #include "winapi/ShellApi.h"
 
 #include "winapi/FacadeInstance.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVWinApi
 {
 namespace
 {
 KV_FACADE_INSTANCE CShellApi s_shellApi;
+
+// ShellExecuteW's result is a handle in name only: up to 32 it is an error code.
+HINSTANCE DllNotFound() noexcept
+{
+    return reinterpret_cast<HINSTANCE>(static_cast<INT_PTR>(SE_ERR_DLLNOTFOUND));
+}
 } // namespace
 
 constinit IShellApi* g_shellApi = &s_shellApi;
 
 BOOL CShellApi::ShellExecuteExW(SHELLEXECUTEINFOW* pExecInfo)
 {
-    return ::ShellExecuteExW(pExecInfo);
+    return KV_SYSTEM_FUNCTION(g_shell32Dll, ShellExecuteExW).Or(FALSE)(pExecInfo);
 }
 
 HINSTANCE CShellApi::ShellExecuteW(HWND hwnd, LPCWSTR lpOperation, LPCWSTR lpFile, LPCWSTR lpParameters,
                                    LPCWSTR lpDirectory, INT nShowCmd)
 {
-    return ::ShellExecuteW(hwnd, lpOperation, lpFile, lpParameters, lpDirectory, nShowCmd);
+    return KV_SYSTEM_FUNCTION(g_shell32Dll, ShellExecuteW)
+        .Or(DllNotFound())(hwnd, lpOperation, lpFile, lpParameters, lpDirectory, nShowCmd);
 }
 
 HRESULT CShellApi::SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath)
 {
-    return ::SHGetFolderPathW(hwnd, csidl, hToken, dwFlags, pszPath);
+    return KV_SYSTEM_FUNCTION(g_shell32Dll, SHGetFolderPathW).OrHresult()(hwnd, csidl, hToken, dwFlags, pszPath);
 }
 
 BOOL CShellApi::SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate)
 {
-    return ::SHGetSpecialFolderPathW(hwnd, pszPath, csidl, fCreate);
+    return KV_SYSTEM_FUNCTION(g_shell32Dll, SHGetSpecialFolderPathW).Or(FALSE)(hwnd, pszPath, csidl, fCreate);
 }
 
 HICON CShellApi::ExtractIconW(HINSTANCE hInst, LPCWSTR pszExeFileName, UINT nIconIndex)
 {
-    return ::ExtractIconW(hInst, pszExeFileName, nIconIndex);
+    return KV_SYSTEM_FUNCTION(g_shell32Dll, ExtractIconW).Or(nullptr)(hInst, pszExeFileName, nIconIndex);
 }
 } // namespace KVWinApi

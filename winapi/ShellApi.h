@@ -13,12 +13,15 @@ namespace KVWinApi
 class IShellApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual BOOL ShellExecuteExW(SHELLEXECUTEINFOW* pExecInfo) = 0;
     virtual HINSTANCE ShellExecuteW(HWND hwnd, LPCWSTR lpOperation, LPCWSTR lpFile, LPCWSTR lpParameters,
                                     LPCWSTR lpDirectory, INT nShowCmd) = 0;
     virtual HRESULT SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath) = 0;
     virtual BOOL SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate) = 0;
     virtual HICON ExtractIconW(HINSTANCE hInst, LPCWSTR pszExeFileName, UINT nIconIndex) = 0;
+    ///@}
 
     virtual ~IShellApi() = default;
 };

@@ -13,6 +13,8 @@ namespace KVWinApi
 class ISpoolerApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual BOOL OpenPrinterW(LPWSTR pPrinterName, LPHANDLE phPrinter, LPPRINTER_DEFAULTSW pDefault) = 0;
     virtual BOOL ClosePrinter(HANDLE hPrinter) = 0;
     virtual HANDLE AddPrinterW(LPWSTR pName, DWORD Level, LPBYTE pPrinter) = 0;
@@ -60,6 +62,7 @@ public:
     virtual BOOL FindClosePrinterChangeNotification(HANDLE hChange) = 0;
     virtual LONG DocumentPropertiesW(HWND hWnd, HANDLE hPrinter, LPWSTR pDeviceName, PDEVMODEW pDevModeOutput,
                                      PDEVMODEW pDevModeInput, DWORD fMode) = 0;
+    ///@}
 
     virtual ~ISpoolerApi() = default;
 };

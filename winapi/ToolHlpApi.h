@@ -12,9 +12,12 @@ namespace KVWinApi
 class IToolHlpApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual HANDLE CreateToolhelp32Snapshot(DWORD dwFlags, DWORD th32ProcessID) = 0;
     virtual BOOL Process32FirstW(HANDLE hSnapshot, LPPROCESSENTRY32W lppe) = 0;
     virtual BOOL Process32NextW(HANDLE hSnapshot, LPPROCESSENTRY32W lppe) = 0;
+    ///@}
 
     virtual ~IToolHlpApi() = default;
 };

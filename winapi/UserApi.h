@@ -15,6 +15,8 @@ namespace KVWinApi
 class IUserApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual HWINSTA OpenWindowStationW(LPCWSTR lpszWinSta, BOOL fInherit, ACCESS_MASK dwDesiredAccess) = 0;
     virtual BOOL CloseWindowStation(HWINSTA hWinSta) = 0;
     virtual HWINSTA GetProcessWindowStation() = 0;
@@ -40,6 +42,7 @@ public:
     virtual BOOL SendMessageCallbackW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam, SENDASYNCPROC lpResultCallBack,
                                       ULONG_PTR dwData) = 0;
     virtual SHORT GetKeyState(int nVirtKey) = 0;
+    ///@}
 
     virtual ~IUserApi() = default;
 };

@@ -1,6 +1,7 @@
 #include "winapi/WinApi.h"
 
 #include "winapi/FacadeInstance.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVWinApi
 {
@@ -14,50 +15,55 @@ constinit IWinApi* g_winApi = &s_winApi;
 HINTERNET CWinApi::InternetOpenW(LPCWSTR lpszAgent, DWORD dwAccessType, LPCWSTR lpszProxy, LPCWSTR lpszProxyBypass,
                                  DWORD dwFlags)
 {
-    return ::InternetOpenW(lpszAgent, dwAccessType, lpszProxy, lpszProxyBypass, dwFlags);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetOpenW)
+        .Or(nullptr)(lpszAgent, dwAccessType, lpszProxy, lpszProxyBypass, dwFlags);
 }
 
 BOOL CWinApi::InternetSetOptionW(HINTERNET hInternet, DWORD dwOption, LPVOID lpBuffer, DWORD dwBufferLength)
 {
-    return ::InternetSetOptionW(hInternet, dwOption, lpBuffer, dwBufferLength);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetSetOptionW)
+        .Or(FALSE)(hInternet, dwOption, lpBuffer, dwBufferLength);
 }
 
 HINTERNET CWinApi::InternetConnectW(HINTERNET hInternet, LPCWSTR lpszServerName, INTERNET_PORT nServerPort,
                                     LPCWSTR lpszUserName, LPCWSTR lpszPassword, DWORD dwService, DWORD dwFlags,
                                     DWORD_PTR dwContext)
 {
-    return ::InternetConnectW(hInternet, lpszServerName, nServerPort, lpszUserName, lpszPassword, dwService, dwFlags,
-                              dwContext);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetConnectW)
+        .Or(nullptr)(hInternet, lpszServerName, nServerPort, lpszUserName, lpszPassword, dwService, dwFlags, dwContext);
 }
 
 BOOL CWinApi::InternetCloseHandle(HINTERNET hInternet)
 {
-    return ::InternetCloseHandle(hInternet);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetCloseHandle).Or(FALSE)(hInternet);
 }
 
 HINTERNET CWinApi::HttpOpenRequestW(HINTERNET hConnect, LPCWSTR lpszVerb, LPCWSTR lpszObjectName, LPCWSTR lpszVersion,
                                     LPCWSTR lpszReferrer, LPCWSTR* lplpszAcceptTypes, DWORD dwFlags,
                                     DWORD_PTR dwContext)
 {
-    return ::HttpOpenRequestW(hConnect, lpszVerb, lpszObjectName, lpszVersion, lpszReferrer, lplpszAcceptTypes, dwFlags,
-                              dwContext);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, HttpOpenRequestW)
+        .Or(nullptr)(hConnect, lpszVerb, lpszObjectName, lpszVersion, lpszReferrer, lplpszAcceptTypes, dwFlags,
+                     dwContext);
 }
 
 BOOL CWinApi::HttpSendRequestW(HINTERNET hRequest, LPCWSTR lpszHeaders, DWORD dwHeadersLength, LPVOID lpOptional,
                                DWORD dwOptionalLength)
 {
-    return ::HttpSendRequestW(hRequest, lpszHeaders, dwHeadersLength, lpOptional, dwOptionalLength);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, HttpSendRequestW)
+        .Or(FALSE)(hRequest, lpszHeaders, dwHeadersLength, lpOptional, dwOptionalLength);
 }
 
 BOOL CWinApi::HttpQueryInfoW(HINTERNET hRequest, DWORD dwInfoLevel, LPVOID lpBuffer, LPDWORD lpdwBufferLength,
                              LPDWORD lpdwIndex)
 {
-    return ::HttpQueryInfoW(hRequest, dwInfoLevel, lpBuffer, lpdwBufferLength, lpdwIndex);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, HttpQueryInfoW)
+        .Or(FALSE)(hRequest, dwInfoLevel, lpBuffer, lpdwBufferLength, lpdwIndex);
 }
 
 BOOL CWinApi::InternetGetConnectedState(LPDWORD lpdwFlags, DWORD dwReserved)
 {
-    return ::InternetGetConnectedState(lpdwFlags, dwReserved);
+    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetGetConnectedState).Or(FALSE)(lpdwFlags, dwReserved);
 }
 
 BOOL CWinApi::GetVersionExW(LPOSVERSIONINFOW lpVersionInformation)
@@ -67,27 +73,27 @@ BOOL CWinApi::GetVersionExW(LPOSVERSIONINFOW lpVersionInformation)
 
 HDC CWinApi::GetDC(HWND hWnd)
 {
-    return ::GetDC(hWnd);
+    return KV_SYSTEM_FUNCTION(g_user32Dll, GetDC).Or(nullptr)(hWnd);
 }
 
 int CWinApi::ReleaseDC(HWND hWnd, HDC hDC)
 {
-    return ::ReleaseDC(hWnd, hDC);
+    return KV_SYSTEM_FUNCTION(g_user32Dll, ReleaseDC).Or(0)(hWnd, hDC);
 }
 
 int CWinApi::GetDeviceCaps(HDC hdc, int index)
 {
-    return ::GetDeviceCaps(hdc, index);
+    return KV_SYSTEM_FUNCTION(g_gdi32Dll, GetDeviceCaps).Or(0)(hdc, index);
 }
 
 HWND CWinApi::GetDesktopWindow()
 {
-    return ::GetDesktopWindow();
+    return KV_SYSTEM_FUNCTION(g_user32Dll, GetDesktopWindow).Or(nullptr)();
 }
 
 HDC CWinApi::GetWindowDC(HWND hWnd)
 {
-    return ::GetWindowDC(hWnd);
+    return KV_SYSTEM_FUNCTION(g_user32Dll, GetWindowDC).Or(nullptr)(hWnd);
 }
 
 HANDLE CWinApi::GetCurrentProcess()
@@ -148,6 +154,6 @@ BOOL CWinApi::ReleaseMutex(HANDLE hMutex)
 
 BOOL CWinApi::SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate)
 {
-    return ::SHGetSpecialFolderPathW(hwnd, pszPath, csidl, fCreate);
+    return KV_SYSTEM_FUNCTION(g_shell32Dll, SHGetSpecialFolderPathW).Or(FALSE)(hwnd, pszPath, csidl, fCreate);
 }
 } // namespace KVWinApi

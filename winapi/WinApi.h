@@ -16,6 +16,8 @@ namespace KVWinApi
 class IWinApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual HINTERNET InternetOpenW(LPCWSTR lpszAgent, DWORD dwAccessType, LPCWSTR lpszProxy, LPCWSTR lpszProxyBypass,
                                     DWORD dwFlags) = 0;
     virtual BOOL InternetSetOptionW(HINTERNET hInternet, DWORD dwOption, LPVOID lpBuffer, DWORD dwBufferLength) = 0;
@@ -52,6 +54,7 @@ public:
     virtual DWORD WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) = 0;
     virtual BOOL ReleaseMutex(HANDLE hMutex) = 0;
     virtual BOOL SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate) = 0;
+    ///@}
 };
 
 /// Forwards every operation to the system. Stateless, hence safe on any thread.

@@ -15,6 +15,8 @@ namespace KVWinApi
 class IWinSockApi
 {
 public:
+    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    ///@{
     virtual int WSAStartup(WORD wVersionRequested, LPWSADATA lpWSAData) = 0;
     virtual INT WSAStringToAddressW(LPWSTR AddressString, INT AddressFamily, LPWSAPROTOCOL_INFOW lpProtocolInfo,
                                     LPSOCKADDR lpAddress, LPINT lpAddressLength) = 0;
@@ -42,6 +44,7 @@ public:
     virtual INT WSAAddressToStringW(LPSOCKADDR lpsaAddress, DWORD dwAddressLength, LPWSAPROTOCOL_INFOW lpProtocolInfo,
                                     LPWSTR lpszAddressString, LPDWORD lpdwAddressStringLength) = 0;
     virtual int WSAGetLastError() = 0;
+    ///@}
 
     virtual ~IWinSockApi() = default;
 };

@@ -9,30 +9,28 @@
 
 #define KV_INTERFACE KVWinApi::IComApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(CoCreateInstance)                                                                                             \
-    SAME(CoCreateGuid)                                                                                                 \
-    SAME(CoInitializeEx)                                                                                               \
-    SAME(CoUninitialize)                                                                                               \
-    SAME(OleInitialize)                                                                                                \
-    SAME(OleUninitialize)                                                                                              \
-    SAME(CreateStreamOnHGlobal)                                                                                        \
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"ole32.dll", CoCreateInstance, HRESULT_FROM_WIN32(error))                                                    \
+    LATE(L"ole32.dll", CoCreateGuid, HRESULT_FROM_WIN32(error))                                                        \
+    LATE(L"ole32.dll", CoInitializeEx, HRESULT_FROM_WIN32(error))                                                      \
+    LATE(L"ole32.dll", CoUninitialize, KVTest::kNothing)                                                               \
+    LATE(L"ole32.dll", OleInitialize, HRESULT_FROM_WIN32(error))                                                       \
+    LATE(L"ole32.dll", OleUninitialize, KVTest::kNothing)                                                              \
+    LATE(L"ole32.dll", CreateStreamOnHGlobal, HRESULT_FROM_WIN32(error))                                               \
     OWN(ReleaseInterface)                                                                                              \
     OWN(CopyVariant)                                                                                                   \
-    SAME(CoInitializeSecurity)                                                                                         \
-    SAME(CoSetProxyBlanket)
+    LATE(L"ole32.dll", CoInitializeSecurity, HRESULT_FROM_WIN32(error))                                                \
+    LATE(L"ole32.dll", CoSetProxyBlanket, HRESULT_FROM_WIN32(error))
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
-KV_DECLARE_IMPORT(VariantClear)
-KV_DECLARE_IMPORT(VariantCopy)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(ComApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 11u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -41,7 +39,13 @@ TEST(ComApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(ComApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_comApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(ComApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_comApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingComApi : public KVWinApi::CComApi
@@ -135,8 +139,9 @@ HRESULT WINAPI RecordCopy(VARIANT* destination, VARIANT* source)
 
 HRESULT CopyVariantRecorded(VARIANT& destination, const VARIANT& source)
 {
-    const KVTest::ImportPatch clear(__imp_VariantClear, reinterpret_cast<void*>(&RecordClear));
-    const KVTest::ImportPatch copy(__imp_VariantCopy, reinterpret_cast<void*>(&RecordCopy));
+    KVTest::LoaderPatch loader;
+    loader.AnswerWith(reinterpret_cast<void*>(&RecordClear), "VariantClear");
+    loader.AnswerWith(reinterpret_cast<void*>(&RecordCopy), "VariantCopy");
     return KVWinApi::g_comApi->CopyVariant(&destination, &source);
 }
 
@@ -157,5 +162,18 @@ TEST(ComApiTests, CopyVariant_DestinationThatCannotBeCleared_StaysAndTheFailureI
     const VARIANT source{};
     EXPECT_EQ(CopyVariantRecorded(destination, source), DISP_E_ARRAYISLOCKED);
     EXPECT_EQ(s_copies, 0);
+}
+
+TEST(ComApiTests, CopyVariant_WithoutTheLibrary_LeavesTheDestinationAndSaysSo)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries();
+    VARIANT destination{};
+    destination.vt = VT_I4;
+    destination.lVal = 7;
+    const VARIANT source{};
+    EXPECT_EQ(KVWinApi::g_comApi->CopyVariant(&destination, &source), HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND));
+    EXPECT_EQ(destination.vt, VT_I4);
+    EXPECT_EQ(destination.lVal, 7);
 }
 } // namespace

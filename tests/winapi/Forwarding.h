@@ -6,16 +6,24 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cwchar>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
+#include "tests/support/ImportPatch.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/VirtualSlots.h"
 
 // Proof that the operations of a facade class reach the system function of the same name with the same arguments in the
-// same order and return its result: the place of that function in the program's import table is overwritten with a
-// stand-in while the operation is called.
+// same order and return its result, by a stand-in for that function. An interface's test lists its operations:
+//
+//     SAME(operation)                forwards to the imported function of its name: the stand-in stands in its place in
+//                                    the program's import table while the operation is called
+//     LATE(dll, operation, failure)  forwards to the function of its name in that DLL, which is looked up at the first
+//                                    call: the stand-in is what the look-up finds. failure: the result without the
+//                                    function, `error` in it being the reason, kNothing for no result
 
 namespace KVTest
 {
@@ -73,45 +81,21 @@ template <typename Result, typename... Parameters> struct StandIn
     }
 };
 
-/// Overwrites one place of the import table for the object's lifetime.
-class ImportPatch
+template <typename... Parameters> auto MakeArguments()
 {
-public:
-    ImportPatch(void*& place, void* function) : m_place(place), m_original(place) { Write(function); }
-    ~ImportPatch() { Write(m_original); }
-    ImportPatch(const ImportPatch&) = delete;
-    ImportPatch& operator=(const ImportPatch&) = delete;
-
-private:
-    void Write(void* function)
+    return []<std::size_t... Positions>(std::index_sequence<Positions...>)
     {
-        DWORD previous = 0;
-        ::VirtualProtect(&m_place, sizeof(m_place), PAGE_READWRITE, &previous);
-        m_place = function;
-        ::VirtualProtect(&m_place, sizeof(m_place), previous, &previous);
-    }
-
-    void*& m_place;
-    void* m_original;
-};
-
-/// Calls the operation of api with made-up arguments and expects exactly them to arrive at the system function whose
-/// place in the import table is given, and its result to come back.
-template <typename Interface, typename Result, typename... Parameters>
-void ExpectForwards(Interface& api, Result (Interface::*operation)(Parameters...), void*& importPlace, const char* name)
-{
-    SCOPED_TRACE(name);
-    using Function = StandIn<Result, Parameters...>;
-    const auto arguments = []<std::size_t... Positions>(std::index_sequence<Positions...>)
-    {
-        return typename Function::Arguments(Argument<Parameters>::Make(Positions)...);
+        return std::tuple<typename Argument<Parameters>::Kept...>(Argument<Parameters>::Make(Positions)...);
     }
     (std::index_sequence_for<Parameters...>());
-    const auto call = [&](const auto&... kept) -> Result {
-        const ImportPatch patch(importPlace, reinterpret_cast<void*>(&Function::Function));
-        return (api.*operation)(Argument<Parameters>::Pass(kept)...);
-    };
+}
 
+/// Calls the operation with made-up arguments of which every position has another value; `call` does it. Expects that
+/// exactly they arrive at the stand-in, once, and that its result comes back.
+template <typename Result, typename... Parameters, typename Call> void ExpectArrival(const Call& call)
+{
+    using Function = StandIn<Result, Parameters...>;
+    const auto arguments = MakeArguments<Parameters...>();
     Function::s_calls = 0;
     Function::s_received = typename Function::Arguments();
     if constexpr (std::is_void_v<Result>)
@@ -126,17 +110,131 @@ void ExpectForwards(Interface& api, Result (Interface::*operation)(Parameters...
     EXPECT_EQ(Function::s_calls, 1);
     EXPECT_TRUE(Function::s_received == arguments);
 }
+
+/// An operation that forwards to the imported function whose place in the import table is given.
+template <typename Interface, typename Result, typename... Parameters>
+void ExpectForwards(Interface& api, Result (Interface::*operation)(Parameters...), void*& importPlace, const char* name)
+{
+    SCOPED_TRACE(name);
+    ExpectArrival<Result, Parameters...>([&](const auto&... kept) -> Result {
+        const ImportPatch patch(importPlace, reinterpret_cast<void*>(&StandIn<Result, Parameters...>::Function));
+        return (api.*operation)(Argument<Parameters>::Pass(kept)...);
+    });
+}
+
+/// Path of a file in the system folder.
+inline std::wstring InSystemFolder(const std::wstring& fileName)
+{
+    wchar_t folder[MAX_PATH] = {};
+    ::GetSystemDirectoryW(folder, MAX_PATH);
+    return std::wstring(folder) + L"\\" + fileName;
+}
+
+/// Letter case aside, which the system repeats in more than one way.
+inline void ExpectSamePath(const std::wstring& path, const std::wstring& expected)
+{
+    EXPECT_EQ(::_wcsicmp(path.c_str(), expected.c_str()), 0) << std::string(path.begin(), path.end());
+}
+
+/// An operation that forwards to the function of its name in a DLL of the system folder, which it looks up at its first
+/// call. imported: that function as the linker's import library finds it. The second call needs no look-up any more.
+template <typename Interface, typename Result, typename... Parameters>
+void ExpectForwardsLate(Interface& api, Result (Interface::*operation)(Parameters...), const wchar_t* dll,
+                        const void* imported, const char* name)
+{
+    SCOPED_TRACE(name);
+    const auto call = [&](const auto&... kept) -> Result {
+        return (api.*operation)(Argument<Parameters>::Pass(kept)...);
+    };
+    constexpr DWORD kUntouched = 77;
+    LoaderPatch loader;
+    loader.AnswerWith(reinterpret_cast<void*>(&StandIn<Result, Parameters...>::Function));
+    ::SetLastError(kUntouched);
+    ExpectArrival<Result, Parameters...>(call);
+    EXPECT_EQ(::GetLastError(), kUntouched); // neither by the stand-in nor by looking for it
+    ASSERT_EQ(loader.GetLookUps().size(), 1u);
+    const LoaderPatch::LookUp& lookUp = loader.GetLookUps().front();
+    EXPECT_EQ(lookUp.Name, name);
+    EXPECT_EQ(lookUp.Found, imported);
+    wchar_t path[MAX_PATH] = {};
+    ::GetModuleFileNameW(lookUp.Module, path, MAX_PATH);
+    ExpectSamePath(path, InSystemFolder(dll));
+
+    ExpectArrival<Result, Parameters...>(call);
+    EXPECT_EQ(loader.GetLookUps().size(), 1u);
+}
+
+struct Nothing
+{
+};
+constexpr Nothing kNothing;
+
+/// The failure as the operation gives it, also where that is a number in the place of a handle.
+template <typename Result, typename Failure> Result FailureAs(Failure failure)
+{
+    if constexpr (std::is_pointer_v<Result> && std::is_integral_v<Failure>)
+    {
+        return reinterpret_cast<Result>(static_cast<std::intptr_t>(failure));
+    }
+    else
+    {
+        return static_cast<Result>(failure);
+    }
+}
+
+/// Without the function: the result is the given one, and the last error is the reason.
+template <typename Interface, typename Result, typename... Parameters, typename Failure>
+void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...), [[maybe_unused]] Failure failure,
+                   DWORD error, const char* name)
+{
+    SCOPED_TRACE(name);
+    const auto call = [&](const auto&... kept) -> Result {
+        return (api.*operation)(Argument<Parameters>::Pass(kept)...);
+    };
+    ::SetLastError(ERROR_SUCCESS);
+    if constexpr (std::is_void_v<Result>)
+    {
+        static_assert(std::is_same_v<Failure, Nothing>);
+        std::apply(call, MakeArguments<Parameters...>());
+    }
+    else
+    {
+        const Result result = std::apply(call, MakeArguments<Parameters...>());
+        EXPECT_EQ(result, FailureAs<Result>(failure));
+    }
+    EXPECT_EQ(::GetLastError(), error);
+}
 } // namespace KVTest
 
-// To be used on the list of an interface's operations; KV_INTERFACE names the interface.
+// To be used on the list of an interface's operations; KV_INTERFACE names the interface, `api` points to it.
 
-// The place of a system function in the import table, as the linker names it.
-#define KV_DECLARE_IMPORT(operation) extern "C" void* __imp_##operation;
+#define KV_DECLARE_LATE(dll, operation, failure) KV_DECLARE_IMPORT(operation)
 
 #define KV_EXPECT_NEXT_SLOT(operation)                                                                                 \
     EXPECT_EQ(KVTest::SlotOf(&KV_INTERFACE::operation), expectedSlot++) << #operation;
+#define KV_EXPECT_NEXT_SLOT_LATE(dll, operation, failure) KV_EXPECT_NEXT_SLOT(operation)
 
 #define KV_EXPECT_FORWARDS(operation)                                                                                  \
     KVTest::ExpectForwards(*api, &KV_INTERFACE::operation, __imp_##operation, #operation);
+#define KV_EXPECT_FORWARDS_LATE(dll, operation, failure)                                                               \
+    KVTest::ExpectForwardsLate(*api, &KV_INTERFACE::operation, dll, __imp_##operation, #operation);
 
-#define KV_IGNORE(operation)
+#define KV_EXPECT_FAILURE(dll, operation, failure)                                                                     \
+    KVTest::ExpectFailure(*api, &KV_INTERFACE::operation, failure, error, #operation);
+
+// Of the late operations of a list, in a process where none of them has been called.
+#define KV_EXPECT_FAILURES(operations)                                                                                 \
+    {                                                                                                                  \
+        const DWORD error = ERROR_MOD_NOT_FOUND;                                                                       \
+        KVTest::LoaderPatch loader;                                                                                    \
+        loader.LackLibraries();                                                                                        \
+        operations(KV_IGNORE, KV_EXPECT_FAILURE, KV_IGNORE)                                                            \
+    }                                                                                                                  \
+    {                                                                                                                  \
+        const DWORD error = ERROR_PROC_NOT_FOUND;                                                                      \
+        KVTest::LoaderPatch loader;                                                                                    \
+        loader.LackFunctions();                                                                                        \
+        operations(KV_IGNORE, KV_EXPECT_FAILURE, KV_IGNORE)                                                            \
+    }
+
+#define KV_IGNORE(...)

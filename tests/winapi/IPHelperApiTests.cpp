@@ -7,29 +7,29 @@
 
 #define KV_INTERFACE KVWinApi::IIPHelperApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(GetAdaptersInfo)                                                                                              \
-    SAME(GetAdaptersAddresses)                                                                                         \
-    SAME(GetIfEntry)                                                                                                   \
-    SAME(GetInterfaceInfo)                                                                                             \
-    SAME(IpReleaseAddress)                                                                                             \
-    SAME(IpRenewAddress)                                                                                               \
-    SAME(AddIPAddress)                                                                                                 \
-    SAME(DeleteIPAddress)                                                                                              \
-    SAME(IcmpCreateFile)                                                                                               \
-    SAME(IcmpSendEcho)                                                                                                 \
-    SAME(IcmpCloseHandle)                                                                                              \
-    SAME(NotifyAddrChange)
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"iphlpapi.dll", GetAdaptersInfo, error)                                                                      \
+    LATE(L"iphlpapi.dll", GetAdaptersAddresses, error)                                                                 \
+    LATE(L"iphlpapi.dll", GetIfEntry, error)                                                                           \
+    LATE(L"iphlpapi.dll", GetInterfaceInfo, error)                                                                     \
+    LATE(L"iphlpapi.dll", IpReleaseAddress, error)                                                                     \
+    LATE(L"iphlpapi.dll", IpRenewAddress, error)                                                                       \
+    LATE(L"iphlpapi.dll", AddIPAddress, error)                                                                         \
+    LATE(L"iphlpapi.dll", DeleteIPAddress, error)                                                                      \
+    LATE(L"iphlpapi.dll", IcmpCreateFile, INVALID_HANDLE_VALUE)                                                        \
+    LATE(L"iphlpapi.dll", IcmpSendEcho, 0)                                                                             \
+    LATE(L"iphlpapi.dll", IcmpCloseHandle, FALSE)                                                                      \
+    LATE(L"iphlpapi.dll", NotifyAddrChange, error)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(IPHelperApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 12u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -38,7 +38,13 @@ TEST(IPHelperApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(IPHelperApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_ipHelperApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(IPHelperApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_ipHelperApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingIPHelperApi : public KVWinApi::CIPHelperApi

@@ -10,13 +10,13 @@
 
 #define KV_INTERFACE KVWinApi::IKernelApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
     SAME(LoadLibraryW)                                                                                                 \
     SAME(FreeLibrary)                                                                                                  \
     SAME(GetProcAddress)                                                                                               \
     SAME(GetModuleFileNameW)                                                                                           \
-    SAME(GetModuleFileNameExW)                                                                                         \
+    LATE(L"psapi.dll", GetModuleFileNameExW, 0)                                                                        \
     SAME(GetVersionExW)                                                                                                \
     SAME(GetCurrentThreadId)                                                                                           \
     SAME(CreateProcessW)                                                                                               \
@@ -36,8 +36,8 @@
     SAME(ResetEvent)                                                                                                   \
     SAME(SetEvent)                                                                                                     \
     SAME(WaitForSingleObject)                                                                                          \
-    SAME(MsgWaitForMultipleObjectsEx)                                                                                  \
-    SAME(WaitForInputIdle)                                                                                             \
+    LATE(L"user32.dll", MsgWaitForMultipleObjectsEx, WAIT_FAILED)                                                      \
+    LATE(L"user32.dll", WaitForInputIdle, WAIT_FAILED)                                                                 \
     SAME(GetLocalTime)                                                                                                 \
     SAME(GetSystemTime)                                                                                                \
     OWN(GetProcessId)                                                                                                  \
@@ -51,9 +51,9 @@
     SAME(GetShortPathNameW)                                                                                            \
     SAME(GetFileSizeEx)                                                                                                \
     SAME(CreateFileW)                                                                                                  \
-    SAME(EnumProcesses)                                                                                                \
-    SAME(EnumProcessModules)                                                                                           \
-    SAME(GetModuleBaseNameW)                                                                                           \
+    LATE(L"psapi.dll", EnumProcesses, FALSE)                                                                           \
+    LATE(L"psapi.dll", EnumProcessModules, FALSE)                                                                      \
+    LATE(L"psapi.dll", GetModuleBaseNameW, 0)                                                                          \
     SAME(OpenProcess)                                                                                                  \
     SAME(OpenProcessToken)                                                                                             \
     SAME(PeekNamedPipe)                                                                                                \
@@ -83,7 +83,7 @@
     SAME(FindFirstFileW)                                                                                               \
     SAME(FindNextFileW)                                                                                                \
     SAME(FindClose)                                                                                                    \
-    SAME(GetAsyncKeyState)                                                                                             \
+    LATE(L"user32.dll", GetAsyncKeyState, 0)                                                                           \
     SAME(DeleteFileW)                                                                                                  \
     SAME(GetTempFileNameW)                                                                                             \
     SAME(MultiByteToWideChar)                                                                                          \
@@ -116,7 +116,7 @@
     SAME(SetFileAttributesW)                                                                                           \
     SAME(VerifyVersionInfoW)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 KV_DECLARE_IMPORT(_beginthreadex)
 
 namespace
@@ -124,7 +124,7 @@ namespace
 TEST(KernelApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 2; // after the destructor, which is declared first
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 2u + 103u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot);
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -133,7 +133,13 @@ TEST(KernelApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(KernelApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_kernelApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(KernelApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_kernelApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 // Records the call through the pointer.

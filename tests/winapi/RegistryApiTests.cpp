@@ -8,8 +8,8 @@
 
 #define KV_INTERFACE KVWinApi::IRegistryApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
     OWN(RegOpenKeyExW)                                                                                                 \
     SAME(RegCloseKey)                                                                                                  \
     SAME(RegCreateKeyExW)                                                                                              \
@@ -21,7 +21,7 @@
     SAME(RegEnumValueW)                                                                                                \
     SAME(RegQueryInfoKeyW)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 KV_DECLARE_IMPORT(RegOpenKeyExW)
 
 namespace
@@ -29,7 +29,7 @@ namespace
 TEST(RegistryApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 10u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -38,7 +38,7 @@ TEST(RegistryApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(RegistryApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_registryApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
 }
 
 class RecordingRegistryApi : public KVWinApi::CRegistryApi

@@ -7,49 +7,49 @@
 
 #define KV_INTERFACE KVWinApi::ISetupApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(CM_Locate_DevNodeW)                                                                                           \
-    SAME(CM_Get_DevNode_Status)                                                                                        \
-    SAME(CM_Get_Device_IDW)                                                                                            \
-    SAME(CM_Get_DevNode_Registry_PropertyW)                                                                            \
-    SAME(CM_Set_DevNode_Registry_PropertyW)                                                                            \
-    SAME(CM_Disable_DevNode)                                                                                           \
-    SAME(SetupDiGetClassDevsW)                                                                                         \
-    SAME(SetupDiCreateDeviceInfoList)                                                                                  \
-    SAME(SetupDiDestroyDeviceInfoList)                                                                                 \
-    SAME(SetupDiEnumDeviceInfo)                                                                                        \
-    SAME(SetupDiGetDeviceRegistryPropertyW)                                                                            \
-    SAME(SetupDiOpenDeviceInfoW)                                                                                       \
-    SAME(SetupDiCreateDeviceInfoW)                                                                                     \
-    SAME(SetupDiEnumDeviceInterfaces)                                                                                  \
-    SAME(SetupDiGetDeviceInterfaceDetailW)                                                                             \
-    SAME(SetupDiGetDeviceInstallParamsW)                                                                               \
-    SAME(SetupDiSetDeviceInstallParamsW)                                                                               \
-    SAME(SetupDiCallClassInstaller)                                                                                    \
-    SAME(SetupDiOpenClassRegKey)                                                                                       \
-    SAME(SetupDiCreateDevRegKeyW)                                                                                      \
-    SAME(SetupDiOpenDevRegKey)                                                                                         \
-    SAME(SetupDiBuildDriverInfoList)                                                                                   \
-    SAME(SetupDiDestroyDriverInfoList)                                                                                 \
-    SAME(SetupDiRemoveDevice)                                                                                          \
-    SAME(SetupDiGetSelectedDriverW)                                                                                    \
-    SAME(SetupDiGetDriverInfoDetailW)                                                                                  \
-    SAME(SetupOpenInfFileW)                                                                                            \
-    SAME(SetupFindFirstLineW)                                                                                          \
-    SAME(SetupGetLineTextW)                                                                                            \
-    SAME(SetupCloseInfFile)                                                                                            \
-    SAME(CMP_WaitNoPendingInstallEvents)                                                                               \
-    SAME(SetupDiSetClassInstallParamsW)
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"setupapi.dll", CM_Locate_DevNodeW, CR_CALL_NOT_IMPLEMENTED)                                                 \
+    LATE(L"setupapi.dll", CM_Get_DevNode_Status, CR_CALL_NOT_IMPLEMENTED)                                              \
+    LATE(L"setupapi.dll", CM_Get_Device_IDW, CR_CALL_NOT_IMPLEMENTED)                                                  \
+    LATE(L"setupapi.dll", CM_Get_DevNode_Registry_PropertyW, CR_CALL_NOT_IMPLEMENTED)                                  \
+    LATE(L"setupapi.dll", CM_Set_DevNode_Registry_PropertyW, CR_CALL_NOT_IMPLEMENTED)                                  \
+    LATE(L"setupapi.dll", CM_Disable_DevNode, CR_CALL_NOT_IMPLEMENTED)                                                 \
+    LATE(L"setupapi.dll", SetupDiGetClassDevsW, INVALID_HANDLE_VALUE)                                                  \
+    LATE(L"setupapi.dll", SetupDiCreateDeviceInfoList, INVALID_HANDLE_VALUE)                                           \
+    LATE(L"setupapi.dll", SetupDiDestroyDeviceInfoList, FALSE)                                                         \
+    LATE(L"setupapi.dll", SetupDiEnumDeviceInfo, FALSE)                                                                \
+    LATE(L"setupapi.dll", SetupDiGetDeviceRegistryPropertyW, FALSE)                                                    \
+    LATE(L"setupapi.dll", SetupDiOpenDeviceInfoW, FALSE)                                                               \
+    LATE(L"setupapi.dll", SetupDiCreateDeviceInfoW, FALSE)                                                             \
+    LATE(L"setupapi.dll", SetupDiEnumDeviceInterfaces, FALSE)                                                          \
+    LATE(L"setupapi.dll", SetupDiGetDeviceInterfaceDetailW, FALSE)                                                     \
+    LATE(L"setupapi.dll", SetupDiGetDeviceInstallParamsW, FALSE)                                                       \
+    LATE(L"setupapi.dll", SetupDiSetDeviceInstallParamsW, FALSE)                                                       \
+    LATE(L"setupapi.dll", SetupDiCallClassInstaller, FALSE)                                                            \
+    LATE(L"setupapi.dll", SetupDiOpenClassRegKey, INVALID_HANDLE_VALUE)                                                \
+    LATE(L"setupapi.dll", SetupDiCreateDevRegKeyW, INVALID_HANDLE_VALUE)                                               \
+    LATE(L"setupapi.dll", SetupDiOpenDevRegKey, INVALID_HANDLE_VALUE)                                                  \
+    LATE(L"setupapi.dll", SetupDiBuildDriverInfoList, FALSE)                                                           \
+    LATE(L"setupapi.dll", SetupDiDestroyDriverInfoList, FALSE)                                                         \
+    LATE(L"setupapi.dll", SetupDiRemoveDevice, FALSE)                                                                  \
+    LATE(L"setupapi.dll", SetupDiGetSelectedDriverW, FALSE)                                                            \
+    LATE(L"setupapi.dll", SetupDiGetDriverInfoDetailW, FALSE)                                                          \
+    LATE(L"setupapi.dll", SetupOpenInfFileW, INVALID_HANDLE_VALUE)                                                     \
+    LATE(L"setupapi.dll", SetupFindFirstLineW, FALSE)                                                                  \
+    LATE(L"setupapi.dll", SetupGetLineTextW, FALSE)                                                                    \
+    LATE(L"setupapi.dll", SetupCloseInfFile, KVTest::kNothing)                                                         \
+    LATE(L"setupapi.dll", CMP_WaitNoPendingInstallEvents, WAIT_FAILED)                                                 \
+    LATE(L"setupapi.dll", SetupDiSetClassInstallParamsW, FALSE)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(SetupApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 32u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -58,7 +58,13 @@ TEST(SetupApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(SetupApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_setupApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(SetupApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_setupApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingSetupApi : public KVWinApi::CSetupApi

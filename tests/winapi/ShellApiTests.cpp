@@ -7,22 +7,22 @@
 
 #define KV_INTERFACE KVWinApi::IShellApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(ShellExecuteExW)                                                                                              \
-    SAME(ShellExecuteW)                                                                                                \
-    SAME(SHGetFolderPathW)                                                                                             \
-    SAME(SHGetSpecialFolderPathW)                                                                                      \
-    SAME(ExtractIconW)
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"shell32.dll", ShellExecuteExW, FALSE)                                                                       \
+    LATE(L"shell32.dll", ShellExecuteW, SE_ERR_DLLNOTFOUND)                                                            \
+    LATE(L"shell32.dll", SHGetFolderPathW, HRESULT_FROM_WIN32(error))                                                  \
+    LATE(L"shell32.dll", SHGetSpecialFolderPathW, FALSE)                                                               \
+    LATE(L"shell32.dll", ExtractIconW, nullptr)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(ShellApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 5u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -31,7 +31,13 @@ TEST(ShellApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(ShellApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_shellApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(ShellApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_shellApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingShellApi : public KVWinApi::CShellApi

@@ -7,50 +7,50 @@
 
 #define KV_INTERFACE KVWinApi::ISpoolerApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(OpenPrinterW)                                                                                                 \
-    SAME(ClosePrinter)                                                                                                 \
-    SAME(AddPrinterW)                                                                                                  \
-    SAME(DeletePrinter)                                                                                                \
-    SAME(EnumPrintersW)                                                                                                \
-    SAME(GetPrinterDataExW)                                                                                            \
-    SAME(SetPrinterDataExW)                                                                                            \
-    SAME(GetPrinterDriverW)                                                                                            \
-    SAME(AddPrinterDriverW)                                                                                            \
-    SAME(XcvDataW)                                                                                                     \
-    SAME(GetPrinterW)                                                                                                  \
-    SAME(DeletePrinterDriverExW)                                                                                       \
-    SAME(GetPrinterDriverDirectoryW)                                                                                   \
-    SAME(EnumPrinterDriversW)                                                                                          \
-    SAME(SetPrinterW)                                                                                                  \
-    SAME(SetJobW)                                                                                                      \
-    SAME(GetJobW)                                                                                                      \
-    SAME(EnumJobsW)                                                                                                    \
-    SAME(SetDefaultPrinterW)                                                                                           \
-    SAME(GetDefaultPrinterW)                                                                                           \
-    SAME(AddMonitorW)                                                                                                  \
-    SAME(DeleteMonitorW)                                                                                               \
-    SAME(EnumMonitorsW)                                                                                                \
-    SAME(EnumPortsW)                                                                                                   \
-    SAME(StartDocPrinterW)                                                                                             \
-    SAME(StartPagePrinter)                                                                                             \
-    SAME(WritePrinter)                                                                                                 \
-    SAME(EndPagePrinter)                                                                                               \
-    SAME(EndDocPrinter)                                                                                                \
-    SAME(FindFirstPrinterChangeNotification)                                                                           \
-    SAME(FindNextPrinterChangeNotification)                                                                            \
-    SAME(FindClosePrinterChangeNotification)                                                                           \
-    SAME(DocumentPropertiesW)
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"winspool.drv", OpenPrinterW, FALSE)                                                                         \
+    LATE(L"winspool.drv", ClosePrinter, FALSE)                                                                         \
+    LATE(L"winspool.drv", AddPrinterW, nullptr)                                                                        \
+    LATE(L"winspool.drv", DeletePrinter, FALSE)                                                                        \
+    LATE(L"winspool.drv", EnumPrintersW, FALSE)                                                                        \
+    LATE(L"winspool.drv", GetPrinterDataExW, error)                                                                    \
+    LATE(L"winspool.drv", SetPrinterDataExW, error)                                                                    \
+    LATE(L"winspool.drv", GetPrinterDriverW, FALSE)                                                                    \
+    LATE(L"winspool.drv", AddPrinterDriverW, FALSE)                                                                    \
+    LATE(L"winspool.drv", XcvDataW, FALSE)                                                                             \
+    LATE(L"winspool.drv", GetPrinterW, FALSE)                                                                          \
+    LATE(L"winspool.drv", DeletePrinterDriverExW, FALSE)                                                               \
+    LATE(L"winspool.drv", GetPrinterDriverDirectoryW, FALSE)                                                           \
+    LATE(L"winspool.drv", EnumPrinterDriversW, FALSE)                                                                  \
+    LATE(L"winspool.drv", SetPrinterW, FALSE)                                                                          \
+    LATE(L"winspool.drv", SetJobW, FALSE)                                                                              \
+    LATE(L"winspool.drv", GetJobW, FALSE)                                                                              \
+    LATE(L"winspool.drv", EnumJobsW, FALSE)                                                                            \
+    LATE(L"winspool.drv", SetDefaultPrinterW, FALSE)                                                                   \
+    LATE(L"winspool.drv", GetDefaultPrinterW, FALSE)                                                                   \
+    LATE(L"winspool.drv", AddMonitorW, FALSE)                                                                          \
+    LATE(L"winspool.drv", DeleteMonitorW, FALSE)                                                                       \
+    LATE(L"winspool.drv", EnumMonitorsW, FALSE)                                                                        \
+    LATE(L"winspool.drv", EnumPortsW, FALSE)                                                                           \
+    LATE(L"winspool.drv", StartDocPrinterW, 0)                                                                         \
+    LATE(L"winspool.drv", StartPagePrinter, FALSE)                                                                     \
+    LATE(L"winspool.drv", WritePrinter, FALSE)                                                                         \
+    LATE(L"winspool.drv", EndPagePrinter, FALSE)                                                                       \
+    LATE(L"winspool.drv", EndDocPrinter, FALSE)                                                                        \
+    LATE(L"winspool.drv", FindFirstPrinterChangeNotification, INVALID_HANDLE_VALUE)                                    \
+    LATE(L"winspool.drv", FindNextPrinterChangeNotification, FALSE)                                                    \
+    LATE(L"winspool.drv", FindClosePrinterChangeNotification, FALSE)                                                   \
+    LATE(L"winspool.drv", DocumentPropertiesW, -1)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(SpoolerApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 33u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -59,7 +59,13 @@ TEST(SpoolerApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(SpoolerApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_spoolerApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(SpoolerApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_spoolerApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingSpoolerApi : public KVWinApi::CSpoolerApi

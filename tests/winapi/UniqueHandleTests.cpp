@@ -115,6 +115,25 @@ TEST_F(UniqueHandleTests, Move_PassesTheHandleOn)
     static_assert(!std::is_copy_assignable_v<CUniqueKernelHandle>);
 }
 
+TEST_F(UniqueHandleTests, Move_ByConstruction_TheHandleIsClosedOnce)
+{
+    {
+        CUniqueKernelHandle first(MakeHandle(1));
+        const CUniqueKernelHandle second(std::move(first));
+    }
+    EXPECT_EQ(m_api.closed, std::vector{MakeHandle(1)});
+}
+
+TEST_F(UniqueHandleTests, Move_ByAssignment_TheHandleIsClosedOnce)
+{
+    {
+        CUniqueKernelHandle first(MakeHandle(1));
+        CUniqueKernelHandle second;
+        second = std::move(first);
+    }
+    EXPECT_EQ(m_api.closed, std::vector{MakeHandle(1)});
+}
+
 TEST_F(UniqueHandleTests, FilesSearchesAndModules_AreClosedTheirWay)
 {
     {

@@ -7,40 +7,40 @@
 
 #define KV_INTERFACE KVWinApi::IUserApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(OpenWindowStationW)                                                                                           \
-    SAME(CloseWindowStation)                                                                                           \
-    SAME(GetProcessWindowStation)                                                                                      \
-    SAME(SetProcessWindowStation)                                                                                      \
-    SAME(GetThreadDesktop)                                                                                             \
-    SAME(SetThreadDesktop)                                                                                             \
-    SAME(OpenDesktopW)                                                                                                 \
-    SAME(CloseDesktop)                                                                                                 \
-    SAME(ExitWindowsEx)                                                                                                \
-    SAME(AllowSetForegroundWindow)                                                                                     \
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"user32.dll", OpenWindowStationW, nullptr)                                                                   \
+    LATE(L"user32.dll", CloseWindowStation, FALSE)                                                                     \
+    LATE(L"user32.dll", GetProcessWindowStation, nullptr)                                                              \
+    LATE(L"user32.dll", SetProcessWindowStation, FALSE)                                                                \
+    LATE(L"user32.dll", GetThreadDesktop, nullptr)                                                                     \
+    LATE(L"user32.dll", SetThreadDesktop, FALSE)                                                                       \
+    LATE(L"user32.dll", OpenDesktopW, nullptr)                                                                         \
+    LATE(L"user32.dll", CloseDesktop, FALSE)                                                                           \
+    LATE(L"user32.dll", ExitWindowsEx, FALSE)                                                                          \
+    LATE(L"user32.dll", AllowSetForegroundWindow, FALSE)                                                               \
     SAME(GetUserNameW)                                                                                                 \
-    SAME(GetUserNameExW)                                                                                               \
-    SAME(PeekMessageW)                                                                                                 \
-    SAME(MsgWaitForMultipleObjects)                                                                                    \
-    SAME(GetSystemMetrics)                                                                                             \
-    SAME(SystemParametersInfoW)                                                                                        \
-    SAME(LoadIconW)                                                                                                    \
-    SAME(DestroyIcon)                                                                                                  \
-    SAME(RegisterWindowMessageW)                                                                                       \
-    SAME(SetTimer)                                                                                                     \
-    SAME(GetMessageW)                                                                                                  \
-    SAME(SendMessageCallbackW)                                                                                         \
-    SAME(GetKeyState)
+    LATE(L"secur32.dll", GetUserNameExW, FALSE)                                                                        \
+    LATE(L"user32.dll", PeekMessageW, FALSE)                                                                           \
+    LATE(L"user32.dll", MsgWaitForMultipleObjects, WAIT_FAILED)                                                        \
+    LATE(L"user32.dll", GetSystemMetrics, 0)                                                                           \
+    LATE(L"user32.dll", SystemParametersInfoW, FALSE)                                                                  \
+    LATE(L"user32.dll", LoadIconW, nullptr)                                                                            \
+    LATE(L"user32.dll", DestroyIcon, FALSE)                                                                            \
+    LATE(L"user32.dll", RegisterWindowMessageW, 0)                                                                     \
+    LATE(L"user32.dll", SetTimer, 0)                                                                                   \
+    LATE(L"user32.dll", GetMessageW, -1)                                                                               \
+    LATE(L"user32.dll", SendMessageCallbackW, FALSE)                                                                   \
+    LATE(L"user32.dll", GetKeyState, 0)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(UserApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 23u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -49,7 +49,13 @@ TEST(UserApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(UserApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_userApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(UserApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_userApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingUserApi : public KVWinApi::CUserApi

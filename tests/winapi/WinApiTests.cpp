@@ -10,22 +10,22 @@
 
 #define KV_INTERFACE KVWinApi::IWinApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(InternetOpenW)                                                                                                \
-    SAME(InternetSetOptionW)                                                                                           \
-    SAME(InternetConnectW)                                                                                             \
-    SAME(InternetCloseHandle)                                                                                          \
-    SAME(HttpOpenRequestW)                                                                                             \
-    SAME(HttpSendRequestW)                                                                                             \
-    SAME(HttpQueryInfoW)                                                                                               \
-    SAME(InternetGetConnectedState)                                                                                    \
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"wininet.dll", InternetOpenW, nullptr)                                                                       \
+    LATE(L"wininet.dll", InternetSetOptionW, FALSE)                                                                    \
+    LATE(L"wininet.dll", InternetConnectW, nullptr)                                                                    \
+    LATE(L"wininet.dll", InternetCloseHandle, FALSE)                                                                   \
+    LATE(L"wininet.dll", HttpOpenRequestW, nullptr)                                                                    \
+    LATE(L"wininet.dll", HttpSendRequestW, FALSE)                                                                      \
+    LATE(L"wininet.dll", HttpQueryInfoW, FALSE)                                                                        \
+    LATE(L"wininet.dll", InternetGetConnectedState, FALSE)                                                             \
     SAME(GetVersionExW)                                                                                                \
-    SAME(GetDC)                                                                                                        \
-    SAME(ReleaseDC)                                                                                                    \
-    SAME(GetDeviceCaps)                                                                                                \
-    SAME(GetDesktopWindow)                                                                                             \
-    SAME(GetWindowDC)                                                                                                  \
+    LATE(L"user32.dll", GetDC, nullptr)                                                                                \
+    LATE(L"user32.dll", ReleaseDC, 0)                                                                                  \
+    LATE(L"gdi32.dll", GetDeviceCaps, 0)                                                                               \
+    LATE(L"user32.dll", GetDesktopWindow, nullptr)                                                                     \
+    LATE(L"user32.dll", GetWindowDC, nullptr)                                                                          \
     SAME(GetCurrentProcess)                                                                                            \
     SAME(VerifyVersionInfoW)                                                                                           \
     SAME(GetLocaleInfoW)                                                                                               \
@@ -37,16 +37,16 @@
     SAME(CloseHandle)                                                                                                  \
     SAME(WaitForSingleObject)                                                                                          \
     SAME(ReleaseMutex)                                                                                                 \
-    SAME(SHGetSpecialFolderPathW)
+    LATE(L"shell32.dll", SHGetSpecialFolderPathW, FALSE)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(WinApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 26u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot); // no destructor
     static_assert(!std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -55,7 +55,13 @@ TEST(WinApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(WinApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_winApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(WinApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_winApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingWinApi : public KVWinApi::CWinApi

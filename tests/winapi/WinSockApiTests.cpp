@@ -9,40 +9,40 @@
 
 #define KV_INTERFACE KVWinApi::IWinSockApi
 
-// In slot order. SAME operations forward to the system function of their name, OWN ones have tests of their own below.
-#define KV_OPERATIONS(SAME, OWN)                                                                                       \
-    SAME(WSAStartup)                                                                                                   \
-    SAME(WSAStringToAddressW)                                                                                          \
-    SAME(WSACleanup)                                                                                                   \
-    SAME(WSASocketW)                                                                                                   \
-    SAME(setsockopt)                                                                                                   \
-    SAME(WSACreateEvent)                                                                                               \
-    SAME(WSAEventSelect)                                                                                               \
-    SAME(WSAConnect)                                                                                                   \
-    SAME(WSAEnumNetworkEvents)                                                                                         \
-    SAME(WSAResetEvent)                                                                                                \
-    SAME(shutdown)                                                                                                     \
-    SAME(closesocket)                                                                                                  \
-    SAME(WSACloseEvent)                                                                                                \
-    SAME(WSADuplicateSocketW)                                                                                          \
-    SAME(bind)                                                                                                         \
-    SAME(listen)                                                                                                       \
-    SAME(accept)                                                                                                       \
-    SAME(recv)                                                                                                         \
-    SAME(send)                                                                                                         \
-    SAME(getaddrinfo)                                                                                                  \
-    SAME(freeaddrinfo)                                                                                                 \
-    SAME(WSAAddressToStringW)                                                                                          \
-    SAME(WSAGetLastError)
+// In slot order, see Forwarding.h. OWN operations have tests of their own below.
+#define KV_OPERATIONS(SAME, LATE, OWN)                                                                                 \
+    LATE(L"ws2_32.dll", WSAStartup, error)                                                                             \
+    LATE(L"ws2_32.dll", WSAStringToAddressW, SOCKET_ERROR)                                                             \
+    LATE(L"ws2_32.dll", WSACleanup, SOCKET_ERROR)                                                                      \
+    LATE(L"ws2_32.dll", WSASocketW, INVALID_SOCKET)                                                                    \
+    LATE(L"ws2_32.dll", setsockopt, SOCKET_ERROR)                                                                      \
+    LATE(L"ws2_32.dll", WSACreateEvent, WSA_INVALID_EVENT)                                                             \
+    LATE(L"ws2_32.dll", WSAEventSelect, SOCKET_ERROR)                                                                  \
+    LATE(L"ws2_32.dll", WSAConnect, SOCKET_ERROR)                                                                      \
+    LATE(L"ws2_32.dll", WSAEnumNetworkEvents, SOCKET_ERROR)                                                            \
+    LATE(L"ws2_32.dll", WSAResetEvent, FALSE)                                                                          \
+    LATE(L"ws2_32.dll", shutdown, SOCKET_ERROR)                                                                        \
+    LATE(L"ws2_32.dll", closesocket, SOCKET_ERROR)                                                                     \
+    LATE(L"ws2_32.dll", WSACloseEvent, FALSE)                                                                          \
+    LATE(L"ws2_32.dll", WSADuplicateSocketW, SOCKET_ERROR)                                                             \
+    LATE(L"ws2_32.dll", bind, SOCKET_ERROR)                                                                            \
+    LATE(L"ws2_32.dll", listen, SOCKET_ERROR)                                                                          \
+    LATE(L"ws2_32.dll", accept, INVALID_SOCKET)                                                                        \
+    LATE(L"ws2_32.dll", recv, SOCKET_ERROR)                                                                            \
+    LATE(L"ws2_32.dll", send, SOCKET_ERROR)                                                                            \
+    LATE(L"ws2_32.dll", getaddrinfo, error)                                                                            \
+    LATE(L"ws2_32.dll", freeaddrinfo, KVTest::kNothing)                                                                \
+    LATE(L"ws2_32.dll", WSAAddressToStringW, SOCKET_ERROR)                                                             \
+    LATE(L"ws2_32.dll", WSAGetLastError, error)
 
-KV_OPERATIONS(KV_DECLARE_IMPORT, KV_IGNORE)
+KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 
 namespace
 {
 TEST(WinSockApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     std::size_t expectedSlot = 0;
-    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT)
+    KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 23u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
@@ -51,7 +51,13 @@ TEST(WinSockApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 TEST(WinSockApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_winSockApi;
-    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_IGNORE)
+    KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(WinSockApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)
+{
+    KV_INTERFACE* const api = KVWinApi::g_winSockApi;
+    KV_EXPECT_FAILURES(KV_OPERATIONS)
 }
 
 class RecordingWinSockApi : public KVWinApi::CWinSockApi

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "winapi/ComApi.h"
+#include "winapi/UniqueHandle.h"
+
+namespace KVWinApi
+{
+/// References to COM objects, given back with `IUnknown::Release` (IComApi::ReleaseInterface).
+template <typename Interface> struct ComPointerTraits
+{
+    using Handle = Interface*;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle object) noexcept { g_comApi->ReleaseInterface(object); }
+};
+/// Owns one reference. Never copied, hence it never adds a reference of its own.
+template <typename Interface> using CUniqueComPointer = CUniqueHandle<ComPointerTraits<Interface>>;
+} // namespace KVWinApi

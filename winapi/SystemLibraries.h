@@ -1,0 +1,24 @@
+#pragma once
+
+#include "winapi/SystemLibrary.h"
+
+namespace KVWinApi
+{
+/// The system libraries that are loaded on demand: all but KERNEL32, the C runtime and ADVAPI32. These are imported,
+/// since every run needs them; ADVAPI32 because the first trace scope asks the registry whether anything is logged.
+extern constinit CSystemLibrary g_gdi32Dll;
+extern constinit CSystemLibrary g_ipHlpApiDll;
+extern constinit CSystemLibrary g_ole32Dll;
+extern constinit CSystemLibrary g_oleAut32Dll;
+extern constinit CSystemLibrary g_psapiDll;
+extern constinit CSystemLibrary g_rpcRt4Dll;
+extern constinit CSystemLibrary g_secur32Dll;
+extern constinit CSystemLibrary g_setupApiDll; // has the functions of cfgmgr32.dll too
+extern constinit CSystemLibrary g_shell32Dll;
+extern constinit CSystemLibrary g_shlwApiDll;
+extern constinit CSystemLibrary g_user32Dll;
+extern constinit CSystemLibrary g_versionDll;
+extern constinit CSystemLibrary g_winInetDll;
+extern constinit CSystemLibrary g_winSpoolDll;
+extern constinit CSystemLibrary g_ws2Dll;
+} // namespace KVWinApi
