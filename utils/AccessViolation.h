@@ -8,6 +8,7 @@ namespace KVUtils
 class CAccessViolation : public CWin32Exception
 {
 public:
+    /// record: read, and not kept. A parameter that it lacks counts as 0.
     explicit CAccessViolation(const EXCEPTION_RECORD& record) noexcept;
 
     /// True for an attempt to write; false for one to read or to execute.

@@ -8,6 +8,7 @@
 
 #include "utils/AsciiCase.h"
 #include "winapi/KernelApi.h"
+#include "winapi/SystemLibraries.h"
 #include "winapi/UniqueHandle.h"
 
 namespace KVUtils
@@ -24,8 +25,12 @@ using CUniqueElements = KVWinApi::CUniqueHandle<ElementsTraits>;
 
 CUniqueElements Split(const wchar_t* commandLine, int& count)
 {
-    // CommandLineToArgvW may not be given null.
-    return CUniqueElements(commandLine != nullptr ? ::CommandLineToArgvW(commandLine, &count) : nullptr);
+    if (commandLine == nullptr) // which CommandLineToArgvW may not be given
+    {
+        return CUniqueElements();
+    }
+    return CUniqueElements(
+        KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, CommandLineToArgvW).Or(nullptr)(commandLine, &count));
 }
 
 // The place is searched by text alone, so it may lie inside the program path. The whole line is the answer when

@@ -20,8 +20,10 @@ public:
     /// Keys are equal when they differ in the case of A-Z only; the spelling seen first stays.
     struct KeyLess
     {
+        /// True when left stands before right.
         bool operator()(const std::wstring& left, const std::wstring& right) const noexcept;
     };
+    /// Switches and their values.
     using ArgumentMap = std::map<std::wstring, std::wstring, KeyLess>;
 
     CCommandLine();
@@ -30,6 +32,7 @@ public:
     /// False when the switch was not given, and value is then left as it is. A switch without a value gives true and
     /// the empty string.
     virtual bool GetValue(const std::wstring& key, std::wstring& value) const;
+    /// True when the switch was given.
     virtual bool HasKey(const std::wstring& key) const;
     /// The switches without their slash or hyphen. This and the texts below live as long as the object.
     virtual const ArgumentMap& GetArgumentMap() const;

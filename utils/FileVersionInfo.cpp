@@ -3,11 +3,20 @@
 #include <cstdio>
 #include <new>
 
+#include "winapi/SystemLibraries.h"
+
 namespace KVUtils
 {
 namespace
 {
+using KVWinApi::g_versionDll;
+
 constexpr std::size_t kMaxBlockName = 260; // characters, the terminating zero included
+
+bool QueryValue(const void* versionData, const wchar_t* name, void*& value, UINT& size)
+{
+    return KV_SYSTEM_FUNCTION(g_versionDll, VerQueryValueW).Or(FALSE)(versionData, name, &value, &size) != FALSE;
+}
 } // namespace
 
 CFileVersionInfo::CFileVersionInfo(const wchar_t* filePath)
@@ -23,7 +32,7 @@ CFileVersionInfo::CFileVersionInfo(const wchar_t* filePath)
 bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
 {
     DWORD ignored = 0;
-    const DWORD size = ::GetFileVersionInfoSizeW(filePath, &ignored);
+    const DWORD size = KV_SYSTEM_FUNCTION(g_versionDll, GetFileVersionInfoSizeW).Or(0)(filePath, &ignored);
     if (size == 0)
     {
         return false;
@@ -36,7 +45,8 @@ bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
     {
         return false;
     }
-    if (::GetFileVersionInfoW(filePath, 0, size, m_versionData.get()) == FALSE)
+    if (KV_SYSTEM_FUNCTION(g_versionDll, GetFileVersionInfoW).Or(FALSE)(filePath, 0, size, m_versionData.get()) ==
+        FALSE)
     {
         m_versionData.reset();
         return false;
@@ -48,7 +58,7 @@ void CFileVersionInfo::FindTranslations()
 {
     void* table = nullptr;
     UINT byteCount = 0;
-    if (::VerQueryValueW(m_versionData.get(), L"\\VarFileInfo\\Translation", &table, &byteCount) != FALSE)
+    if (QueryValue(m_versionData.get(), L"\\VarFileInfo\\Translation", table, byteCount))
     {
         m_translations = static_cast<const Translation*>(table);
         m_translationCount = byteCount / static_cast<UINT>(sizeof(Translation));
@@ -59,8 +69,7 @@ void CFileVersionInfo::FindFixedFileInfo()
 {
     void* fixedFileInfo = nullptr;
     UINT byteCount = 0;
-    if (::VerQueryValueW(m_versionData.get(), L"\\", &fixedFileInfo, &byteCount) != FALSE &&
-        byteCount >= sizeof(VS_FIXEDFILEINFO))
+    if (QueryValue(m_versionData.get(), L"\\", fixedFileInfo, byteCount) && byteCount >= sizeof(VS_FIXEDFILEINFO))
     {
         m_fixedFileInfo = static_cast<const VS_FIXEDFILEINFO*>(fixedFileInfo);
     }
@@ -86,7 +95,7 @@ const wchar_t* CFileVersionInfo::GetStringValue(const wchar_t* name) const
             return nullptr; // cut: no entry has a name of this length, and the cut name may be another entry's
         }
         UINT characterCount = 0;
-        ::VerQueryValueW(m_versionData.get(), blockName, &value, &characterCount);
+        QueryValue(m_versionData.get(), blockName, value, characterCount);
     }
     return static_cast<const wchar_t*>(value);
 }

@@ -15,11 +15,14 @@ public:
     virtual ~AFileVersionInfo() = default;
     /// The entry of that name, for example L"LegalCopyright"; null is allowed and answered with null.
     virtual const wchar_t* GetStringValue(const wchar_t* name) const = 0;
+    /// The entry of that name.
+    ///@{
     virtual const wchar_t* GetCompanyName() const = 0;
     virtual const wchar_t* GetFileDescription() const = 0;
     virtual const wchar_t* GetFileVersion() const = 0;
     virtual const wchar_t* GetProductName() const = 0;
     virtual const wchar_t* GetProductVersion() const = 0;
+    ///@}
 };
 
 /// The version resource of a file, read once at construction (`GetFileVersionInfoW`, `VerQueryValueW`). A file that is

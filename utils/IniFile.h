@@ -16,6 +16,7 @@ public:
 
     /// Chooses the file. An empty path is refused: false, and nothing changes.
     virtual bool SetFile(const std::wstring& path) = 0;
+    /// The path as it was set; empty at first.
     virtual std::wstring GetFile() const = 0;
 
     /// Each of the three leaves value alone when nothing can be read. Only the text "true" gives true, in any case.
@@ -36,12 +37,15 @@ public:
     virtual bool SetYesNo(const wchar_t* section, const wchar_t* key, std::int32_t value) = 0;
     /// "true" or "false".
     virtual bool SetBool(const wchar_t* section, const wchar_t* key, bool value) = 0;
+    /// In decimal.
     virtual bool SetInt(const wchar_t* section, const wchar_t* key, std::int32_t value) = 0;
+    /// The text as it stands.
     virtual bool SetString(const wchar_t* section, const wchar_t* key, const std::wstring& value) = 0;
     /// The same as SetString. Deliberate: both slots belong to the interface.
     virtual bool SetText(const wchar_t* section, const wchar_t* key, const std::wstring& value) = 0;
     /// In the code page of the system, to a file whose path is in Latin-1.
     virtual bool SetStringA(const char* section, const char* key, const std::string& value) = 0;
+    /// The text as it stands, zero-terminated.
     virtual bool SetValue(const wchar_t* section, const wchar_t* key, const wchar_t* value) = 0;
     /// Removes the key with its value.
     virtual bool DeleteKey(const wchar_t* section, const wchar_t* key) = 0;

@@ -15,8 +15,11 @@ namespace KVUtils
 class CWin32Exception : public std::exception
 {
 public:
+    /// record: read, and not kept.
     explicit CWin32Exception(const EXCEPTION_RECORD& record) noexcept;
+    /// Copies count as live objects of their own.
     CWin32Exception(const CWin32Exception& other) noexcept;
+    /// Takes over the fault, not its count.
     CWin32Exception& operator=(const CWin32Exception&) noexcept = default;
     ~CWin32Exception() override;
 

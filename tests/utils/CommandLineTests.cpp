@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 #include "tests/utils/AllocationHook.h"
@@ -194,6 +195,17 @@ TEST(CommandLineTests, FirstArgument_NeedNotBeASwitch)
     const CCommandLine commandLine = ParseArguments(L"first /a 1");
     EXPECT_EQ(commandLine.GetFirstArgument(), L"first");
     EXPECT_EQ(EntriesOf(commandLine), (Entries{{L"a", L"1"}}));
+}
+
+TEST(CommandLineTests, Construction_WithoutTheSystemsSplitter_LeavesTheObjectEmpty)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries();
+    const CCommandLine commandLine = Parse(L"program.exe /linkid a");
+    EXPECT_EQ(commandLine.GetProgramPath(), L"");
+    EXPECT_EQ(commandLine.GetFirstArgument(), L"");
+    EXPECT_EQ(commandLine.GetArgumentString(), L"");
+    EXPECT_TRUE(commandLine.GetArgumentMap().empty());
 }
 
 TEST(CommandLineTests, Construction_LineThatCannotBeSplit_LeavesTheObjectEmpty)

@@ -32,6 +32,8 @@ private:
 // A checked build would put a trap of its own in place of the processor's fault.
 #if defined(_MSC_VER)
 #define KV_NOT_SANITIZED
+#elif defined(__clang__)
+#define KV_NOT_SANITIZED [[clang::no_sanitize("undefined"), gnu::noinline]]
 #else
 #define KV_NOT_SANITIZED [[gnu::no_sanitize("undefined"), gnu::noinline]]
 #endif

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VirtualSlots.h"
 #include "tests/utils/AllocationHook.h"
@@ -41,6 +42,22 @@ TEST(FileVersionInfoTests, TwoLanguages_EntryOfTheFirstOnly_KeepsTheFirst)
 {
     const CFileVersionInfo info(PathBesideTest(L"kv_version_two_languages.dll").c_str());
     EXPECT_STREQ(info.GetStringValue(L"OnlyInFirst"), L"first");
+}
+
+TEST(FileVersionInfoTests, WithoutTheSystemsLibraryOrItsFunctions_ThereAreNoEntries)
+{
+    const std::wstring path = PathBesideTest(L"kv_version_two_languages.dll");
+    {
+        KVTest::LoaderPatch loader;
+        loader.LackLibraries();
+        ExpectNoEntries(CFileVersionInfo(path.c_str()));
+    }
+    {
+        KVTest::LoaderPatch loader;
+        loader.LackFunctions();
+        ExpectNoEntries(CFileVersionInfo(path.c_str()));
+    }
+    EXPECT_STREQ(CFileVersionInfo(path.c_str()).GetFileVersion(), L"1.0 second");
 }
 
 TEST(FileVersionInfoTests, HexadecimalLettersInTheTranslation_AreFound)

@@ -5,9 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/RegistrySandbox.h"
+#include "tests/logging/TraceCapture.h"
 #include "tests/support/ScopedSubstitute.h"
-#include "tests/support/TemporaryFolder.h"
 #include "utils/FileUtils.h"
 #include "utils/OSVersion.h"
 #include "utils/PathUtils.h"
@@ -18,14 +17,12 @@
 
 namespace
 {
-const std::wstring kBaseKey = L"Software\\Norvik\\KV\\Logging";
-const std::wstring kModuleKey = kBaseKey + L"\\utils_tests.exe\\Utils";
+const std::wstring kModuleKey = L"Software\\Norvik\\KV\\Logging\\utils_tests.exe\\Utils";
 
 constexpr DWORD kInfo = 0x10;
 constexpr DWORD kEntryAndExit = 0xC00;
 constexpr DWORD kEverything = 0xFF0;
 constexpr DWORD kHeader = 0x40000000;
-constexpr DWORD kHighestDetail = 15;
 
 class ExecutableInProduct : public KVWinApi::CKernelApi
 {
@@ -51,16 +48,11 @@ public:
 class UtilsTraceTests : public testing::Test
 {
 protected:
-    UtilsTraceTests() { m_registry.SetString(kBaseKey, L"LogFileName", m_folder.PathOf(L"log.txt")); }
-    void Enable(DWORD categories, DWORD detailLevel = kHighestDetail) const
-    {
-        m_registry.SetDword(kBaseKey, L"LogCategories", categories);
-        m_registry.SetDword(kBaseKey, L"LogInfoDetailLevel", detailLevel);
-    }
-    std::wstring Log() const { return KVTest::ReadUtf16File(m_folder.PathOf(L"log.txt")); }
+    void Enable(DWORD categories) const { m_trace.Enable(categories); }
+    void Enable(DWORD categories, DWORD detailLevel) const { m_trace.Enable(categories, detailLevel); }
+    std::wstring Log() const { return m_trace.GetText(); }
 
-    KVTest::TemporaryFolder m_folder;
-    KVTest::RegistrySandbox m_registry;
+    KVTest::TraceCapture m_trace;
     ExecutableInProduct m_kernel;
     CommonDataInProgramData m_shell;
 
@@ -123,7 +115,7 @@ TEST_F(UtilsTraceTests, GetDataFolder_KnownAlready_LogsItsScopeAlone)
 
 TEST_F(UtilsTraceTests, GetDataFolder_OpensItsScopeAndThatOfTheIniFile)
 {
-    m_registry.SetDword(kModuleKey + L"\\sxsconfig.cpp", L"LogCategories", kEverything);
+    m_trace.GetRegistry().SetDword(kModuleKey + L"\\sxsconfig.cpp", L"LogCategories", kEverything);
     KVUtils::CSxSConfig::GetDataFolder();
     EXPECT_EQ(Log(), L"(->) CSxSConfig::GetDataFolder\r\n"
                      L"(->) CSxSConfig::_GetIniFile\r\n"
@@ -134,7 +126,7 @@ TEST_F(UtilsTraceTests, GetDataFolder_OpensItsScopeAndThatOfTheIniFile)
 
 TEST_F(UtilsTraceTests, Settings_OfTheSourceFilePathUtils_ReachThatFileAlone)
 {
-    m_registry.SetDword(kModuleKey + L"\\pathutils.cpp", L"LogCategories", kEntryAndExit);
+    m_trace.GetRegistry().SetDword(kModuleKey + L"\\pathutils.cpp", L"LogCategories", kEntryAndExit);
     KVUtils::CSxSConfig::_GetIniFile();
     EXPECT_EQ(Log(), L"(->) CPathUtils::GetPathOfExecutable\r\n"
                      L"(->) CPathUtils::StripFilename\r\n"
@@ -159,7 +151,7 @@ TEST_F(UtilsTraceTests, OtherFunctions_AreNotTraced)
     KVUtils::FileExists(L"C:\\a");
     KVUtils::GetOSName();
     KVUtils::Trim(L" a ");
-    EXPECT_FALSE(KVUtils::FileExists(m_folder.PathOf(L"log.txt")));
+    EXPECT_TRUE(m_trace.IsEmpty());
 }
 
 TEST_F(UtilsTraceTests, TracedFunctions_KeepTheLastError)
@@ -175,6 +167,6 @@ TEST_F(UtilsTraceTests, TracedFunctions_KeepTheLastError)
 TEST_F(UtilsTraceTests, LoggingOff_WritesNothing)
 {
     KVUtils::CSxSConfig::GetDataFolder();
-    EXPECT_FALSE(KVUtils::FileExists(m_folder.PathOf(L"log.txt")));
+    EXPECT_TRUE(m_trace.IsEmpty());
 }
 } // namespace
