@@ -13,7 +13,9 @@ public:
     CCriticalSection(const CCriticalSection&) = delete;
     CCriticalSection& operator=(const CCriticalSection&) = delete;
 
+    /// Waits until no other thread is inside. Each call needs a Leave on the same thread.
     void Enter() noexcept { ::EnterCriticalSection(&m_section); }
+    /// Undoes one Enter of this thread.
     void Leave() noexcept { ::LeaveCriticalSection(&m_section); }
 
 private:
@@ -24,6 +26,7 @@ private:
 class CCriticalSectionLock
 {
 public:
+    /// Enters; the section outlives this object.
     explicit CCriticalSectionLock(CCriticalSection& section) noexcept : m_section(section) { m_section.Enter(); }
     ~CCriticalSectionLock() { m_section.Leave(); }
     CCriticalSectionLock(const CCriticalSectionLock&) = delete;

@@ -7,14 +7,21 @@
 #include <utility>
 
 #include "utils/StructuredExceptionScope.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVLogging
 {
 namespace
 {
+using KVWinApi::g_ole32Dll;
+using KVWinApi::g_oleAut32Dll;
+
 struct TextFreer
 {
-    void operator()(wchar_t* text) const noexcept { ::SysFreeString(text); }
+    void operator()(wchar_t* text) const noexcept
+    {
+        KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text);
+    }
 };
 using UniqueText = std::unique_ptr<wchar_t, TextFreer>;
 
@@ -26,7 +33,7 @@ using UniqueMonitor = std::unique_ptr<IExtMonitor, MonitorReleaser>;
 
 UniqueText MakeText(const wchar_t* text)
 {
-    return UniqueText(::SysAllocString(text));
+    return UniqueText(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
 }
 
 UniqueText MakeTextOrUnknown(const wchar_t* text)
@@ -75,8 +82,14 @@ bool IsWanted(CExtMonitorSettings& settings, MonitorEvent event, const wchar_t* 
 
 void InitializeCom(CExtMonitorSettings& settings)
 {
+    if (settings.IsComInitialized)
+    {
+        return;
+    }
+    // Found now, not when the block goes: that may be under the system's loader lock, where nothing may be loaded.
+    settings.EndCom = KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).Find();
     // A failure means that the thread has another apartment model already: COM is there and is not this block's to end.
-    if (!settings.IsComInitialized && SUCCEEDED(::CoInitialize(nullptr)))
+    if (settings.EndCom != nullptr && SUCCEEDED(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize).OrHresult()(nullptr)))
     {
         settings.IsComInitialized = true;
         settings.ComThread = ::GetCurrentThreadId();
@@ -98,7 +111,7 @@ CExtMonitorSettings::~CExtMonitorSettings()
             // COM counts per thread: on another one this would take it from somebody else.
             if (IsComInitialized && ComThread == ::GetCurrentThreadId())
             {
-                ::CoUninitialize();
+                EndCom();
             }
         });
     }
@@ -123,8 +136,9 @@ void CExtMonitor::Update(const MonitorValues& values, const std::wstring& execut
     }
     constexpr DWORD kAnyServer = 0x17; // in-process server and handler, local and remote server
     void* monitor = nullptr;
-    if (SUCCEEDED(::CoCreateInstance(classId, nullptr, kAnyServer, kExtMonitorInterfaceId, &monitor)) &&
-        monitor != nullptr)
+    const HRESULT created = KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance)
+                                .OrHresult()(classId, nullptr, kAnyServer, kExtMonitorInterfaceId, &monitor);
+    if (SUCCEEDED(created) && monitor != nullptr)
     {
         Bind(values.ClassId, static_cast<IExtMonitor*>(monitor));
         Notify(MonitorEvent::Start, values.ParameterFile.c_str());
@@ -145,7 +159,7 @@ bool CExtMonitor::TakeOver(const MonitorValues& values, CLSID& classId, IExtMoni
         return false;
     }
     settings->ClassId = values.ClassId;
-    if (FAILED(::CLSIDFromString(values.ClassId.c_str(), &classId)))
+    if (FAILED(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString).OrHresult()(values.ClassId.c_str(), &classId)))
     {
         return false;
     }

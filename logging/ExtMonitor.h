@@ -25,16 +25,20 @@ struct IExtMonitor : public IDispatch
     virtual HRESULT STDMETHODCALLTYPE Start(BSTR parameterFile, BSTR parameterFileOrUnknown) = 0;
     /// When another monitor takes its place; the object is released right after.
     virtual HRESULT STDMETHODCALLTYPE Stop(BSTR executableName) = 0;
+    /// A function of another class than the one before has begun.
     virtual HRESULT STDMETHODCALLTYPE ClassEntered(BSTR className) = 0;
+    /// A function has begun: class and function.
     virtual HRESULT STDMETHODCALLTYPE FunctionEntered(BSTR shortName) = 0;
+    /// A function has ended.
     virtual HRESULT STDMETHODCALLTYPE FunctionLeft(BSTR shortName) = 0;
 };
 
 // Monitor flags, the registry value "ExtMonitorFlags".
-constexpr std::uint32_t kMonitorClasses = 0x1;
-constexpr std::uint32_t kMonitorEntries = 0x2;
-constexpr std::uint32_t kMonitorExits = 0x4;
+constexpr std::uint32_t kMonitorClasses = 0x1; ///< classes
+constexpr std::uint32_t kMonitorEntries = 0x2; ///< function entries
+constexpr std::uint32_t kMonitorExits = 0x4;   ///< function exits
 
+/// What the monitor is told of.
 enum class MonitorEvent : int
 {
     Start = 0, // text: the parameter file
@@ -47,30 +51,32 @@ enum class MonitorEvent : int
 /// What the registry says of the monitor.
 struct MonitorValues
 {
-    std::wstring ClassId; // empty: nothing is said, everything stays as it is
-    std::optional<std::uint32_t> Flags;
-    std::wstring ParameterFile;
+    std::wstring ClassId;               ///< empty: nothing is said, everything stays as it is
+    std::optional<std::uint32_t> Flags; ///< monitor flags; nothing when they are not said
+    std::wstring ParameterFile;         ///< handed to the monitor as it is
 };
 
 /// The monitor that the modules of a process share. Guarded by the monitor mutex, which is not held while the monitor
 /// is called.
 struct CExtMonitorSettings
 {
-    static constexpr wchar_t kKind[] = L"ExtMonitor";
-    static constexpr unsigned long kMappingBytes = 128;
+    static constexpr wchar_t kKind[] = L"ExtMonitor";   ///< name of the shared mapping
+    static constexpr unsigned long kMappingBytes = 128; ///< its size
 
+    /// Made for the executable of that name, which does not matter here. No monitor is bound.
     explicit CExtMonitorSettings(const std::wstring&) noexcept {}
     /// Releases the monitor without telling it to stop, then COM.
     ~CExtMonitorSettings();
     CExtMonitorSettings(const CExtMonitorSettings&) = delete;
     CExtMonitorSettings& operator=(const CExtMonitorSettings&) = delete;
 
-    IExtMonitor* Monitor = nullptr; // a reference of its own; null when none is bound
-    bool IsComInitialized = false;  // by this block
-    DWORD ComThread = 0;            // the thread that it was initialised on
-    std::wstring ClassId;           // of the monitor bound last, or tried to
-    std::wstring LastClass;         // the class name reported last
-    std::uint32_t Flags = 0;
+    IExtMonitor* Monitor = nullptr;   ///< a reference of its own; null when none is bound
+    bool IsComInitialized = false;    ///< by this block
+    DWORD ComThread = 0;              ///< the thread that it was initialised on
+    void(WINAPI* EndCom)() = nullptr; ///< `CoUninitialize`; set when COM is initialised
+    std::wstring ClassId;             ///< of the monitor bound last, or tried to
+    std::wstring LastClass;           ///< the class name reported last
+    std::uint32_t Flags = 0;          ///< monitor flags
 };
 
 /// A module's access to the external monitor of the process. Used under the module's critical section.
@@ -79,7 +85,9 @@ struct CExtMonitorSettings
 class CExtMonitor
 {
 public:
+    /// Joins the modules of this process. executableName: with extension.
     void Attach(const std::wstring& executableName) { m_block.Attach(executableName); }
+    /// Leaves them; the last one releases the monitor.
     void Detach() noexcept { m_block.Detach(); }
 
     /// Takes over the flags, and when the class identifier is another than before: parses it (`CLSIDFromString`), stops

@@ -7,11 +7,17 @@
 
 #include "logging/LogFile.h"
 #include "logging/LogFlags.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVLogging
 {
 namespace
 {
+using KVWinApi::g_shlwApiDll;
+
+// The file part that nothing could find: no name is then taken for a bare one.
+wchar_t s_noFile[] = L"";
+
 struct FolderAndFile
 {
     std::wstring Folder;
@@ -23,21 +29,21 @@ std::wstring GetCommonDataFolder()
     wchar_t folder[MAX_PATH] = {}; // the function's own bound
     constexpr int kCreatedCommonData = CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE;
     static_assert(kCreatedCommonData == 0x8023);
-    return SUCCEEDED(::SHGetFolderPathW(nullptr, kCreatedCommonData, nullptr, SHGFP_TYPE_CURRENT, folder))
-               ? folder
-               : std::wstring();
+    const HRESULT result = KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHGetFolderPathW)
+                               .OrHresult()(nullptr, kCreatedCommonData, nullptr, SHGFP_TYPE_CURRENT, folder);
+    return SUCCEEDED(result) ? folder : std::wstring();
 }
 
 FolderAndFile SplitConfiguredName(const std::wstring& name)
 {
-    if (::PathIsFileSpecW(name.c_str()) != FALSE)
+    if (KV_SYSTEM_FUNCTION(g_shlwApiDll, PathIsFileSpecW).Or(FALSE)(name.c_str()) != FALSE)
     {
         return {GetCommonDataFolder(), name};
     }
     std::wstring folder = name;
-    ::PathRemoveFileSpecW(folder.data());
+    KV_SYSTEM_FUNCTION(g_shlwApiDll, PathRemoveFileSpecW).Or(FALSE)(folder.data());
     folder.resize(::wcslen(folder.c_str()));
-    return {folder, ::PathFindFileNameW(name.c_str())};
+    return {folder, KV_SYSTEM_FUNCTION(g_shlwApiDll, PathFindFileNameW).Or(s_noFile)(name.c_str())};
 }
 
 // The configured name, a bare one in its folder.

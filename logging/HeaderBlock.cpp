@@ -11,6 +11,7 @@
 #include "logging/SystemHandle.h"
 #include "logging/TextFormat.h"
 #include "utils/FileVersionInfo.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVLogging
 {
@@ -57,7 +58,8 @@ std::vector<std::wstring> ListProcessModules()
     std::array<HMODULE, kMaxModules> modules{};
     DWORD needed = 0;
     if (process == nullptr ||
-        ::EnumProcessModules(process.get(), modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
+        KV_SYSTEM_FUNCTION(KVWinApi::g_psapiDll, EnumProcessModules)
+                .Or(FALSE)(process.get(), modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
     {
         return paths;
     }

@@ -12,6 +12,7 @@ class CLogFile;
 class CLineQueue
 {
 public:
+    /// True when no line waits.
     bool IsEmpty() const noexcept { return m_lines.empty(); }
     /// line: complete, with its line end.
     void Push(std::wstring line);

@@ -47,13 +47,16 @@ public:
 
     /// The error code that a second exit line explains; 0 for none.
     void SetErrorCode(std::uint32_t errorCode) noexcept { m_errorCode = errorCode; }
+    /// Tells how the function is being left; named on the exit line.
     void SetExceptionState(ExceptionState state) noexcept { m_exceptionState = state; }
 
-    // What the module logger needs of the scope.
+    /// What the module logger needs of the scope.
+    ///@{
     std::uint32_t GetErrorCode() const noexcept { return m_errorCode; }
     ExceptionState GetExceptionState() const noexcept { return m_exceptionState; }
     int GetLineNumber() const noexcept { return m_lineNumber; }
     const CLogSourceFile& GetSourceFile() const noexcept { return m_sourceFile; }
+    ///@}
     /// A performance-counter value.
     std::int64_t GetStartTime() const noexcept { return m_startTime; }
     /// Collects the line under construction.

@@ -66,6 +66,7 @@ public:
     /// "[Err: 0x%08X] " and the text of the error code, by the formatter or the system. Empty when memory is short.
     std::wstring FormatErrorText(std::uint32_t errorCode) noexcept;
 
+    /// Of the registry key: as given, or that of the program or library.
     const std::wstring& GetName() const noexcept { return m_name; }
 
 private:

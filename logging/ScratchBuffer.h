@@ -5,6 +5,7 @@
 
 namespace KVLogging
 {
+/// Characters.
 constexpr std::size_t kScratchLength = 260;
 
 /// The one buffer that a module formats the short pieces of its lines in. Used within its critical section only.

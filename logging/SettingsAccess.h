@@ -15,12 +15,11 @@ namespace KVLogging
 /// critical section.
 struct CSettingsAccess
 {
-    CSharedBlock<SettingsBlock> Block;
-    bool IsHeld = false; // the settings mutex, by this module
-    std::unique_ptr<LogModuleSettings> Own;
-    // When the registry was read last, a tick count. Its own flag rather than a count of 0: that is a time too.
-    bool WasRefreshed = false;
-    DWORD LastRefresh = 0;
+    CSharedBlock<SettingsBlock> Block;      ///< the settings of the process
+    bool IsHeld = false;                    ///< the settings mutex, by this module
+    std::unique_ptr<LogModuleSettings> Own; ///< of the module; null outside its lifetime
+    bool WasRefreshed = false;              ///< a flag rather than a tick count of 0: that is a time too
+    DWORD LastRefresh = 0;                  ///< when the registry was read last, a tick count
 };
 
 /// True when more than the interval lies between two tick counts, also across the wrap of the count after 49.7 days.

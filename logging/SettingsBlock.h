@@ -13,10 +13,10 @@ namespace KVLogging
 /// of itself.
 struct SettingsBlock
 {
-    /// Name and size of the block's shared mapping.
-    static constexpr wchar_t kKind[] = L"RegValues";
-    static constexpr unsigned long kMappingBytes = 264;
+    static constexpr wchar_t kKind[] = L"RegValues";    ///< name of the shared mapping
+    static constexpr unsigned long kMappingBytes = 264; ///< its size
 
+    /// executableName: with extension.
     explicit SettingsBlock(std::wstring executableName) : ExecutableName(std::move(executableName)) {}
 
     /// The record of the file of that name, made when there is none. fileName: expanded, in lower case, not empty.
@@ -32,10 +32,10 @@ struct SettingsBlock
         return Files.emplace_back(fileName);
     }
 
-    std::wstring ExecutableName; // with extension
-    // By source file name in lower case. Entries are overwritten by a re-read but never removed.
+    std::wstring ExecutableName; ///< with extension
+    /// By source file name in lower case. Entries are overwritten by a re-read but never removed.
     std::map<std::wstring, LogModuleSettings, std::less<>> SourceFiles;
-    std::list<LogFileRecord> Files; // a list: settings point to its elements
-    LogModuleSettings Fallback;     // stays zero: an empty file name outside a source file's key gives its file, none
+    std::list<LogFileRecord> Files; ///< a list: settings point to its elements
+    LogModuleSettings Fallback;     ///< stays zero: an empty file name outside a source file's key gives its file, none
 };
 } // namespace KVLogging

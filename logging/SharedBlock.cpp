@@ -11,6 +11,27 @@ std::wstring ObjectName(const std::wstring& executableName, const wchar_t* kind,
 }
 } // namespace
 
+std::uint64_t CSharedMapping::MarkOf(const void* place) noexcept
+{
+    constexpr std::uint64_t kMark = 0x4B564C6F67426C6B;
+    return kMark ^ reinterpret_cast<std::uintptr_t>(place);
+}
+
+bool CSharedMapping::IsBlock(const void* place, std::size_t byteCount) noexcept
+{
+    MEMORY_BASIC_INFORMATION memory{};
+    if (reinterpret_cast<std::uintptr_t>(place) % alignof(BlockHead) != 0 ||
+        ::VirtualQuery(place, &memory, sizeof(memory)) != sizeof(memory))
+    {
+        return false;
+    }
+    // Private, hence not written by another process; the mapping itself is not.
+    const std::size_t offset =
+        reinterpret_cast<std::uintptr_t>(place) - reinterpret_cast<std::uintptr_t>(memory.BaseAddress);
+    return memory.State == MEM_COMMIT && memory.Type == MEM_PRIVATE && memory.Protect == PAGE_READWRITE &&
+           memory.RegionSize - offset >= byteCount && static_cast<const BlockHead*>(place)->mark == MarkOf(place);
+}
+
 bool CSharedMapping::OpenMutex(const std::wstring& executableName, const wchar_t* kind)
 {
     if (m_mutex == nullptr)

@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -16,8 +18,12 @@ constexpr DWORD kSharedBlockWaitMs = 50;
 /// The named mutex and mapping behind CSharedBlock. All modules of one process meet in them, also when each library
 /// carries its own copy of the logging code; the process id in the names keeps other processes away.
 ///
-/// The mapping holds a reference count and a pointer to the block, which lies on the process heap: each module sees the
-/// mapping at another address, where a container that points into itself would not work.
+/// The mapping holds the reference count and a pointer to the block, which lies on the process heap: each module sees
+/// the mapping at another address, where a container that points into itself would not work.
+///
+/// Names can be taken by anybody in the user's session before the process does, and the mapping written to at any time.
+/// A pointer found there is therefore believed only when it leads to private memory of this process that bears the mark
+/// of a block, and it is read once; the count that decides is kept with the block, the one in the mapping follows it.
 class CSharedMapping
 {
 public:
@@ -26,24 +32,39 @@ public:
     CSharedMapping(const CSharedMapping&) = delete;
     CSharedMapping& operator=(const CSharedMapping&) = delete;
 
+    /// Null before it was opened, and when it could not be.
     HANDLE GetMutex() const noexcept { return m_mutex.get(); }
 
 protected:
     ~CSharedMapping() = default;
 
+    /// What the mapping holds.
     struct Header
     {
-        std::uint32_t referenceCount;
-        void* block;
+        std::uint32_t referenceCount; ///< follows the one of the block
+        void* block;                  ///< null when there is none yet
     };
+    /// What the memory of a block begins with.
+    struct BlockHead
+    {
+        std::uint64_t mark;           ///< MarkOf its address
+        std::uint32_t referenceCount; ///< modules that are attached
+    };
+    /// What tells a block at that place from other memory.
+    static std::uint64_t MarkOf(const void* place) noexcept;
+    /// Whether a block of that size (bytes) can be there: safe for any value.
+    static bool IsBlock(const void* place, std::size_t byteCount) noexcept;
 
     /// Creates or opens the mutex, if that is not done yet. kind is the object's part of the name.
     bool OpenMutex(const std::wstring& executableName, const wchar_t* kind);
     /// Creates or opens the mapping and maps it. A new one is all zero. Called with the mutex held.
     bool OpenMapping(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount);
+    /// Nothing when it is not open.
     void CloseMapping() noexcept;
+    /// Nothing when it is not open.
     void CloseMutex() noexcept { m_mutex.reset(); }
-    Header* GetHeader() const noexcept { return static_cast<Header*>(m_view.get()); }
+    /// Called with the mapping open.
+    Header& GetHeader() const noexcept { return *static_cast<Header*>(m_view.get()); }
 
 private:
     UniqueSystemHandle m_mutex;
@@ -59,9 +80,11 @@ template <typename Block> class CSharedBlock : public CSharedMapping
 public:
     ~CSharedBlock() { Detach(); }
 
-    bool IsAttached() const noexcept { return GetHeader() != nullptr; }
+    /// True between a successful Attach and Detach.
+    bool IsAttached() const noexcept { return m_marked != nullptr; }
 
-    /// Attaches, or leaves the block unattached when the mutex is not to be had in time or memory is short.
+    /// Attaches, or leaves the block unattached when the mutex is not to be had in time, memory is short, or somebody
+    /// else has taken the names.
     bool Attach(const std::wstring& executableName)
     {
         static_assert(sizeof(Header) <= Block::kMappingBytes);
@@ -78,17 +101,13 @@ public:
         {
             return false;
         }
-        Header& header = *GetHeader();
-        if (header.block == nullptr) // the mapping is new, or who made it ran out of memory
-        {
-            header.block = new (std::nothrow) Block(executableName);
-        }
-        if (header.block == nullptr)
+        m_marked = FindOrMake(executableName);
+        if (m_marked == nullptr)
         {
             CloseMapping();
             return false;
         }
-        ++header.referenceCount;
+        GetHeader().referenceCount = ++m_marked->head.referenceCount;
         return true;
     }
 
@@ -99,18 +118,50 @@ public:
         if (IsAttached())
         {
             const CMutexLock lock(GetMutex(), kSharedBlockWaitMs);
-            Header& header = *GetHeader();
-            if (lock.IsHeld() && --header.referenceCount == 0)
+            if (lock.IsHeld())
             {
-                delete Get();
-                header.block = nullptr;
+                GetHeader().referenceCount = --m_marked->head.referenceCount;
+                if (m_marked->head.referenceCount == 0)
+                {
+                    GetHeader().block = nullptr;
+                    const std::unique_ptr<MarkedBlock> last(m_marked);
+                }
             }
+            m_marked = nullptr;
             CloseMapping();
         }
         CloseMutex();
     }
 
     /// The block; null when unattached. To be used with the mutex held.
-    Block* Get() const noexcept { return IsAttached() ? static_cast<Block*>(GetHeader()->block) : nullptr; }
+    Block* Get() const noexcept { return IsAttached() ? &m_marked->block : nullptr; }
+
+private:
+    struct MarkedBlock
+    {
+        explicit MarkedBlock(const std::wstring& executableName) : head{MarkOf(this), 0}, block(executableName) {}
+        // A mark must not outlive its block.
+        ~MarkedBlock() { head.mark = 0; }
+        MarkedBlock(const MarkedBlock&) = delete;
+        MarkedBlock& operator=(const MarkedBlock&) = delete;
+
+        BlockHead head;
+        Block block;
+    };
+
+    MarkedBlock* FindOrMake(const std::wstring& executableName) const
+    {
+        void* const found = GetHeader().block; // once: it may change at any time
+        if (found != nullptr)
+        {
+            return IsBlock(found, sizeof(MarkedBlock)) ? static_cast<MarkedBlock*>(found) : nullptr;
+        }
+        // The mapping is new, or who made it ran out of memory.
+        std::unique_ptr<MarkedBlock> made(new (std::nothrow) MarkedBlock(executableName));
+        GetHeader().block = made.get();
+        return made.release();
+    }
+
+    MarkedBlock* m_marked = nullptr; // shared by the modules that are attached; the last one destroys it
 };
 } // namespace KVLogging

@@ -6,16 +6,20 @@
 
 namespace KVLogging
 {
+/// Closes with `CloseHandle`.
 struct SystemHandleCloser
 {
+    /// handle: not null.
     void operator()(HANDLE handle) const noexcept { ::CloseHandle(handle); }
 };
 /// Sole owner of a handle whose invalid value is null (mutex, mapping, process). Logging calls the system directly, and
 /// so does its owner.
 using UniqueSystemHandle = std::unique_ptr<void, SystemHandleCloser>;
 
+/// Unmaps with `UnmapViewOfFile`.
 struct ViewUnmapper
 {
+    /// view: not null.
     void operator()(void* view) const noexcept { ::UnmapViewOfFile(view); }
 };
 /// Sole owner of a mapped view.
@@ -45,6 +49,7 @@ public:
     CMutexLock(const CMutexLock&) = delete;
     CMutexLock& operator=(const CMutexLock&) = delete;
 
+    /// False when the mutex was not to be had.
     bool IsHeld() const noexcept { return m_isHeld; }
 
 private:

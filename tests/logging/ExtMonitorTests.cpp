@@ -15,6 +15,7 @@
 #include "tests/logging/MonitorServer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/VirtualSlots.h"
 
 namespace
@@ -314,6 +315,32 @@ TEST_F(ExtMonitorTests, ComOfAnotherThread_IsNotTakenFromThisOne)
     EXPECT_EQ(::CoInitialize(nullptr), S_FALSE); // the host's own is still there
     ::CoUninitialize();
     ::CoUninitialize();
+}
+
+// A module may go under the system's loader lock, when nothing may be loaded.
+TEST_F(ExtMonitorTests, LastModule_LooksUpNothingWhenItGoes)
+{
+    UseMonitor(m_class.GetId(), 7);
+    RunScope();
+    {
+        const KVTest::LoaderPatch loader;
+        EndModule();
+        EXPECT_TRUE(loader.GetLoads().empty());
+        EXPECT_TRUE(loader.GetLookUps().empty());
+    }
+    EXPECT_EQ(::CoInitialize(nullptr), S_OK);
+    ::CoUninitialize();
+}
+
+TEST_F(ExtMonitorTests, WithoutCom_NoneIsBoundAndLoggingGoesOn)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries(L"ole32.dll");
+    UseFile(0xC10);
+    UseMonitor(m_class.GetId(), 7);
+    RunScope();
+    EXPECT_EQ(m_server.GetRecord(), L"");
+    EXPECT_EQ(ReadLog(), Lines({L"(->) Class::Method", L"(<-) Class::Method"}));
 }
 
 // Faults of the monitor.

@@ -39,6 +39,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NameRow{"LeadingColonOne", L":main", L"", L":main"}, NameRow{"SingleColon", L"A:B", L"", L"A:B"},
                     NameRow{"ThirdColon", L"A:::B", L"A", L"A:::B"}, NameRow{"TrailingColons", L"A::", L"A", L"A::"},
                     NameRow{"ArrowOperator", L"NS::Ptr::operator->", L"Ptr", L"Ptr::operator-"},
+                    NameRow{"BehindTheArrow", L"NS::Ptr::operator->() const", L"Ptr", L"Ptr::operator-() const"},
                     NameRow{"UnclosedBracket", L"NS::Cls::operator<", L"Cls", L"Cls::operator"},
                     NameRow{"Exactly255", L"A::" + std::wstring(252, L'x'), L"A", L"A::" + std::wstring(252, L'x')},
                     NameRow{"Beyond255", L"A::" + std::wstring(300, L'x'), L"A", L"A::" + std::wstring(252, L'x')},

@@ -8,6 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
+#include <set>
+#include <sstream>
 #include <thread>
 
 #include "logging/HeaderBlock.h"
@@ -15,6 +18,7 @@
 #include "tests/logging/LogTest.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
+#include "tests/support/LoaderPatch.h"
 
 namespace
 {
@@ -115,9 +119,13 @@ TEST_F(LogFileTests, File_IsNotSharedWhileALineIsWritten)
     EXPECT_TRUE(sink.wasFree);
     const CLogFile file(path, OPEN_ALWAYS);
     ASSERT_TRUE(file.IsOpen());
-    EXPECT_EQ(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
-                            nullptr),
-              INVALID_HANDLE_VALUE);
+    for (const DWORD access : std::initializer_list<DWORD>{GENERIC_READ, GENERIC_WRITE})
+    {
+        EXPECT_EQ(
+            ::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr),
+            INVALID_HANDLE_VALUE)
+            << access;
+    }
 }
 
 TEST_F(LogFileTests, EmptyMessage_HasNoLineEnd)
@@ -614,6 +622,18 @@ TEST_F(LogFileTests, Header_ModuleOption_ListsTheModulesOfTheProcess)
     EXPECT_EQ(log.substr(log.size() - 10), L"(I0) one\r\n");
 }
 
+TEST_F(LogFileTests, Header_ModuleOption_ListsEachModuleOnce)
+{
+    UseFile(0x40000010, 0x100000);
+    LogInScope(L"one");
+    std::wistringstream log(ReadLog());
+    std::set<std::wstring> lines;
+    for (std::wstring line; std::getline(log, line);)
+    {
+        EXPECT_TRUE(lines.insert(line).second) << KVTest::Narrow(line);
+    }
+}
+
 TEST_F(LogFileTests, Header_OfASecondFile_IsWrittenThereToo)
 {
     UseFile(0x40000010);
@@ -636,5 +656,41 @@ TEST_F(LogFileTests, Header_ProgramWithAVersion_ShowsIt)
     ASSERT_EQ(KVTest::RunBesideTest(L"kv_log_writer.exe", L"header \"" + path + L"\""), 0u);
     const std::wstring log = ReadLog();
     EXPECT_NE(log.find(L"(++)     File Version: 1.2.3.4\r\n"), std::wstring::npos) << KVTest::Narrow(log);
+}
+
+// System libraries that the first opening of a file would need are missing.
+
+TEST_F(LogFileTests, WithoutThePathFunctions_TheConfiguredNameIsUsed)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries(L"shlwapi.dll");
+    UseFile(0x10, 0x20000); // which would be unique
+    LogInScope(L"one");
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) one"}));
+}
+
+TEST_F(LogFileTests, BareName_WithoutTheShell_LandsInTheCurrentFolder)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries(L"shell32.dll");
+    wchar_t previous[MAX_PATH] = {};
+    ::GetCurrentDirectoryW(MAX_PATH, previous);
+    ASSERT_NE(::SetCurrentDirectoryW(m_folder.GetPath().c_str()), FALSE);
+    m_registry.SetString(KVTest::BaseKey(), L"LogFileName", L"bare.log");
+    SetBase(L"LogCategories", 0x10);
+    LogInScope(L"one");
+    ::SetCurrentDirectoryW(previous);
+    EXPECT_EQ(ReadLog(L"bare.log"), Lines({L"(I0) one"}));
+}
+
+TEST_F(LogFileTests, Header_WithoutWhatItAsks_HasTheRest)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackFunctions();
+    const std::wstring path = UseFile(0x40000010, 0x100000);
+    LogInScope(L"one");
+    const std::wstring log = ReadLog();
+    EXPECT_NE(log.find(L"(++)     File Version: <no version info>\r\n"), std::wstring::npos);
+    EXPECT_TRUE(KVTest::Matches(log, "(\\(\\+\\+\\) .*\r\n){6}\\(I0\\) one\r\n")) << KVTest::Narrow(log);
 }
 } // namespace

@@ -13,6 +13,21 @@ using KVTest::BaseKey;
 using KVTest::ModuleKey;
 using KVTest::ProcessKey;
 
+// How many of this process's handles are registry keys.
+int CountOpenKeys()
+{
+    constexpr std::uintptr_t kHandleStep = 4;
+    constexpr std::uintptr_t kBehindLastHandle = 0x4000; // far more than a test opens
+    int count = 0;
+    for (std::uintptr_t value = kHandleStep; value < kBehindLastHandle; value += kHandleStep)
+    {
+        const LSTATUS status = ::RegQueryInfoKeyW(reinterpret_cast<HKEY>(value), nullptr, nullptr, nullptr, nullptr,
+                                                  nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+        count += status == ERROR_SUCCESS ? 1 : 0;
+    }
+    return count;
+}
+
 // What the registry says, read into fresh settings.
 class SettingsReaderTests : public testing::Test
 {
@@ -337,5 +352,16 @@ TEST_F(SettingsReaderTests, ModuleKey_TheBaseKeysCategoriesDecideAboutMakingIt)
     m_registry.SetDword(ProcessKey(), L"LogCategories", 0x1000010);
     Read();
     EXPECT_FALSE(m_registry.KeyExists(ModuleKey()));
+}
+
+TEST_F(SettingsReaderTests, Reading_LeavesNoKeyOpen)
+{
+    m_registry.SetDword(BaseKey(), L"LogCategories", 0x01000010);
+    m_registry.SetDword(ModuleKey() + L"\\source.cpp", L"LogCategories", 0x20);
+    Read(); // the first use of the registry leaves the system's own handles
+    const int before = CountOpenKeys();
+    ASSERT_GT(before, 0); // they are counted
+    Read();
+    EXPECT_EQ(CountOpenKeys(), before);
 }
 } // namespace

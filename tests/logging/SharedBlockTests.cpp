@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdint>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -147,6 +150,91 @@ TEST(SharedBlockTests, Attach_NameTakenByAnotherKindOfObject_StaysUnattached)
     const UniqueSystemHandle event(::CreateEventW(nullptr, FALSE, FALSE, ObjectName(L"TestKindLock").c_str()));
     CSharedBlock<TestBlock> block;
     EXPECT_FALSE(block.Attach(kExecutable));
+}
+
+// A mapping of the block's name that somebody made before the process did, with a pointer of his own in it.
+class TakenMapping
+{
+public:
+    explicit TakenMapping(const void* pointer)
+        : m_mapping(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096,
+                                         ObjectName(L"TestKindMappedFile").c_str())),
+          m_view(::MapViewOfFile(m_mapping.get(), FILE_MAP_WRITE, 0, 0, 4096))
+    {
+        SetPointer(pointer);
+    }
+    // It stands behind the reference count.
+    void SetPointer(const void* pointer) { static_cast<const void**>(m_view.get())[1] = pointer; }
+    const void* GetPointer() const { return static_cast<void**>(m_view.get())[1]; }
+    void SetReferenceCount(std::uint32_t count) { *static_cast<std::uint32_t*>(m_view.get()) = count; }
+    void* GetView() const { return m_view.get(); }
+
+private:
+    UniqueSystemHandle m_mapping;
+    UniqueView m_view;
+};
+
+TEST(SharedBlockTests, Attach_PointerOfSomebodyElse_StaysUnattachedAndTouchesNothing)
+{
+    TakenMapping taken(nullptr);
+    alignas(16) static const char s_constant[256] = {};
+    alignas(16) static char s_variable[256] = {};
+    const auto heap = std::make_unique<std::array<std::uint64_t, 64>>();
+    void* const reserved = ::VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_READWRITE);
+    void* const unreadable = ::VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
+    for (const void* pointer :
+         {reinterpret_cast<const void*>(1), reinterpret_cast<const void*>(0x10000),
+          reinterpret_cast<const void*>(0xFFFFFFFFFFFFFFF8), static_cast<const void*>(s_constant),
+          static_cast<const void*>(s_variable), static_cast<const void*>(heap.get()),
+          static_cast<const void*>(reinterpret_cast<const char*>(heap.get()) + 1), static_cast<const void*>(reserved),
+          static_cast<const void*>(unreadable), static_cast<const void*>(taken.GetView())})
+    {
+        taken.SetPointer(pointer);
+        CSharedBlock<TestBlock> block;
+        EXPECT_FALSE(block.Attach(kExecutable)) << pointer;
+        EXPECT_EQ(block.Get(), nullptr);
+    }
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+}
+
+TEST(SharedBlockTests, Attach_PointerThatChangesLater_KeepsTheBlock)
+{
+    TakenMapping taken(nullptr);
+    CSharedBlock<TestBlock> block;
+    ASSERT_TRUE(block.Attach(kExecutable));
+    taken.SetPointer(reinterpret_cast<const void*>(0x10000));
+    EXPECT_EQ(block.Get()->Name, kExecutable);
+    CSharedBlock<TestBlock> late;
+    EXPECT_FALSE(late.Attach(kExecutable));
+    block.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+}
+
+TEST(SharedBlockTests, Detach_CountThatSomebodyElseChanged_KeepsTheBlockForTheOthers)
+{
+    TakenMapping taken(nullptr);
+    CSharedBlock<TestBlock> first;
+    CSharedBlock<TestBlock> second;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    ASSERT_TRUE(second.Attach(kExecutable));
+    taken.SetReferenceCount(1);
+    first.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 1);
+    EXPECT_EQ(second.Get()->Name, kExecutable);
+}
+
+TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
+{
+    TakenMapping taken(nullptr);
+    const void* gone = nullptr;
+    {
+        CSharedBlock<TestBlock> block;
+        ASSERT_TRUE(block.Attach(kExecutable));
+        gone = taken.GetPointer();
+    }
+    taken.SetPointer(gone);
+    CSharedBlock<TestBlock> late;
+    EXPECT_FALSE(late.Attach(kExecutable));
 }
 
 TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
