@@ -6,6 +6,7 @@
 #include <rpc.h>
 
 #include "ga_client/DataFolder.h"
+#include "winapi/SystemLibraries.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient
@@ -47,7 +48,8 @@ std::wstring GenerateClientId()
     constexpr int kBufferSize = 64; // the registry form has 38 characters
     UUID uuid{};
     wchar_t registryForm[kBufferSize] = {};
-    if (::UuidCreate(&uuid) != RPC_S_OK || ::StringFromGUID2(uuid, registryForm, kBufferSize) == 0)
+    if (KV_SYSTEM_FUNCTION(KVWinApi::g_rpcRt4Dll, UuidCreate).OrErrorCode()(&uuid) != RPC_S_OK ||
+        KV_SYSTEM_FUNCTION(KVWinApi::g_ole32Dll, StringFromGUID2).Or(0)(uuid, registryForm, kBufferSize) == 0)
     {
         return {};
     }

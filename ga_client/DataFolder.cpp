@@ -4,6 +4,7 @@
 
 #include <shlobj.h>
 
+#include "winapi/SystemLibraries.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient
@@ -22,7 +23,8 @@ void CreateFolderChain(const std::wstring& folder)
 {
     // Up to the last backslash. The result is not looked at: an existing folder (183, or 80) is what is wanted, and
     // after any other failure the files in the folder cannot be opened, which each of their users handles.
-    ::SHCreateDirectoryExW(nullptr, folder.substr(0, folder.rfind(L'\\')).c_str(), nullptr);
+    const std::wstring path = folder.substr(0, folder.rfind(L'\\'));
+    KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHCreateDirectoryExW).OrErrorCode()(nullptr, path.c_str(), nullptr);
 }
 } // namespace
 

@@ -48,8 +48,9 @@ public:
     virtual bool Stop() = 0;
     /// Milliseconds for each step of an exchange, 1 to 120000; any other value is refused.
     virtual bool SetRequestTimeout(std::int32_t timeoutMs) = 0;
-    /// Set a value that goes out with the next screen view, event or exception, and with no later hit.
+    /// Sets a text that goes out with the next screen view, event or exception, and with no later hit.
     virtual bool SetCustomDimension(std::uint32_t index, const std::wstring& value) = 0;
+    /// Sets a number that goes out in the same way.
     virtual bool SetCustomMetric(std::int32_t index, std::uint32_t value) = 0;
     /// A screen view. The name, which must not be empty, is that of the events that follow.
     virtual bool TrackScreenView(const std::wstring& screenName) = 0;

@@ -2,11 +2,11 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <optional>
 #include <string_view>
 
 #include "ga_client/DataFolder.h"
+#include "ga_client/QueueFileFormat.h"
 #include "winapi/KernelHandles.h"
 #include "winapi/WinApi.h"
 
@@ -16,7 +16,6 @@ namespace
 {
 constexpr wchar_t kFileName[] = L"Statlet_RequestQueue.txt";
 constexpr wchar_t kMutexPrefix[] = L"Statlet_";
-constexpr char kLineEnd = '\n';
 // A file of this size or more takes nothing up, so that it stays bounded where hits can never be sent.
 constexpr std::int64_t kFullSize = 1048576;
 
@@ -68,29 +67,11 @@ private:
     bool m_isHeld = false;
 };
 
-// The low 8 bits of each code unit.
-std::string Narrow(std::wstring_view text)
-{
-    std::string bytes(text.size(), '\0');
-    std::transform(text.begin(), text.end(), bytes.begin(),
-                   [](wchar_t unit) { return static_cast<char>(static_cast<unsigned char>(unit & 0xFF)); });
-    return bytes;
-}
-
-// Each byte with its sign: 0x80 to 0xFF become 0xFF80 to 0xFFFF.
-std::wstring Widen(std::string_view bytes)
-{
-    std::wstring text(bytes.size(), L'\0');
-    std::transform(bytes.begin(), bytes.end(), text.begin(),
-                   [](char byte) { return static_cast<wchar_t>(static_cast<signed char>(byte)); });
-    return text;
-}
-
 // Deliberate: the path goes through the same narrowing as the content, and is then what a file name of single bytes
 // means to the system. Paths beyond the code page are not reached.
 std::wstring NarrowedPath(const std::wstring& path)
 {
-    const std::string bytes = Narrow(path);
+    const std::string bytes = NarrowToBytes(path);
     const int size = static_cast<int>(bytes.size()); // a path of 2 GiB does not come out of the shell
     std::wstring narrowed(bytes.size(), L'\0');      // no code page makes more units of it than it has bytes
     const int length = KVWinApi::g_kernelApi->MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, narrowed.data(), size);
@@ -121,20 +102,10 @@ bool SetPosition(HANDLE file, std::int64_t position)
 // True also of an empty file. Leaves the position at the end.
 bool EndsWithLineEnd(HANDLE file, std::int64_t size)
 {
-    char last = kLineEnd;
+    char last = kQueueLineEnd;
     DWORD read = 0;
     return size == 0 || (SetPosition(file, size - 1) && ::ReadFile(file, &last, 1, &read, nullptr) != FALSE &&
-                         (read == 0 || last == kLineEnd));
-}
-
-std::string Lines(const std::list<std::wstring>& requests)
-{
-    std::string bytes;
-    for (const std::wstring& request : requests)
-    {
-        bytes += Narrow(request) + kLineEnd;
-    }
-    return bytes;
+                         (read == 0 || last == kQueueLineEnd));
 }
 
 // In one piece, so that the end of the process cannot tear a line. What a full disk cuts off is taken back as a whole.
@@ -160,51 +131,6 @@ bool AppendBytes(HANDLE file, std::int64_t size, const std::string& bytes)
     return false;
 }
 
-// Cuts a stream of bytes into lines. The bytes after the last line feed are a line too.
-class CLineCollector
-{
-public:
-    explicit CLineCollector(std::size_t limit) : m_limit(limit) {}
-
-    bool IsFull() const noexcept { return m_lines.size() >= m_limit; }
-    void Add(std::string_view bytes)
-    {
-        while (!bytes.empty() && !IsFull())
-        {
-            const std::size_t end = bytes.find(kLineEnd);
-            m_open.append(bytes.substr(0, end));
-            if (end == std::string_view::npos)
-            {
-                return;
-            }
-            CloseLine();
-            bytes.remove_prefix(end + 1);
-        }
-    }
-    std::list<std::wstring> TakeLines()
-    {
-        if (!IsFull())
-        {
-            CloseLine();
-        }
-        return std::move(m_lines);
-    }
-
-private:
-    void CloseLine()
-    {
-        if (!m_open.empty())
-        {
-            m_lines.push_back(Widen(m_open));
-            m_open.clear();
-        }
-    }
-
-    std::size_t m_limit;
-    std::string m_open;
-    std::list<std::wstring> m_lines;
-};
-
 // The first lines of the file, at most limit; nothing when the file cannot be read to there.
 std::optional<std::list<std::wstring>> ReadLines(const std::wstring& path, std::size_t limit)
 {
@@ -214,7 +140,7 @@ std::optional<std::list<std::wstring>> ReadLines(const std::wstring& path, std::
     {
         return std::nullopt;
     }
-    CLineCollector collector(limit);
+    CQueueLineCollector collector(limit);
     std::string chunk(kChunkSize, '\0');
     DWORD read = kChunkSize;
     while (read != 0 && !collector.IsFull())
@@ -264,11 +190,11 @@ bool CRequestQueueFile::Save(const std::list<std::wstring>& requests) const
         // Deliberate: these hits are lost, rather than letting the file grow.
         return false;
     }
-    std::string bytes = Lines(requests);
+    std::string bytes = FormatQueueLines(requests);
     if (!bytes.empty() && !EndsWithLineEnd(file.Get(), size.QuadPart))
     {
         // Somebody left half a line behind: two hits must not become one that nobody tracked.
-        bytes.insert(bytes.begin(), kLineEnd);
+        bytes.insert(bytes.begin(), kQueueLineEnd);
     }
     return AppendBytes(file.Get(), size.QuadPart, bytes);
 }

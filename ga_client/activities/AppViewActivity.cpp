@@ -5,27 +5,24 @@
 
 namespace Activities::AppView
 {
-CAppViewActivity::CAppViewActivity(std::wstring screenName, std::wstring clientId)
-    : m_screenName(std::move(screenName)), m_clientId(std::move(clientId))
+CAppViewActivity::CAppViewActivity(std::wstring_view screenName, std::wstring_view clientId)
+    : m_screenName(screenName), m_clientId(clientId)
 {
 }
 
 bool CAppViewActivity::BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                                     std::wstring& out)
 {
-    std::wstring parameters;
-    Protocols::MeasurementParams::CMeasurementUrlParams(m_screenName, m_clientId)
-        .AppViewParams(clientInfo, facts, parameters);
-    out = kCollectPath + parameters;
+    BeginRequest(out);
+    Protocols::MeasurementParams::CMeasurementUrlParams(m_screenName, m_clientId).AppViewParams(clientInfo, facts, out);
     return true;
 }
 
 bool CAppViewActivity::BuildSessionRequest(const GAClient::ClientInfo& clientInfo, bool sessionStart, std::wstring& out)
 {
-    std::wstring parameters;
+    BeginRequest(out);
     Protocols::MeasurementParams::CMeasurementUrlParams(m_screenName, m_clientId)
-        .SessionAppViewParams(clientInfo, sessionStart, parameters);
-    out = kCollectPath + parameters;
+        .SessionAppViewParams(clientInfo, sessionStart, out);
     return true;
 }
 } // namespace Activities::AppView

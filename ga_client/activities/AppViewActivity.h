@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ga_client/ClientInfo.h"
 #include "ga_client/CustomFacts.h"
@@ -22,19 +23,19 @@ public:
 
 namespace AppView
 {
-/// A value object for one hit. An empty screen name is left out of the hit.
+/// Made for one hit; looks at texts that outlive it. An empty screen name is left out of the hit.
 class CAppViewActivity : public IAppViewActivity
 {
 public:
-    CAppViewActivity(std::wstring screenName, std::wstring clientId);
+    CAppViewActivity(std::wstring_view screenName, std::wstring_view clientId);
 
     bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                       std::wstring& out) override;
     bool BuildSessionRequest(const GAClient::ClientInfo& clientInfo, bool sessionStart, std::wstring& out) override;
 
 private:
-    std::wstring m_screenName;
-    std::wstring m_clientId;
+    std::wstring_view m_screenName;
+    std::wstring_view m_clientId;
 };
 } // namespace AppView
 } // namespace Activities

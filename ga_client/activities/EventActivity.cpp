@@ -5,18 +5,17 @@
 
 namespace Activities::Event
 {
-CEventActivity::CEventActivity(std::wstring screenName, std::wstring clientId)
-    : m_screenName(std::move(screenName)), m_clientId(std::move(clientId))
+CEventActivity::CEventActivity(std::wstring_view screenName, std::wstring_view clientId)
+    : m_screenName(screenName), m_clientId(clientId)
 {
 }
 
 bool CEventActivity::BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                                   const GAClient::EventFields& fields, std::wstring& out)
 {
-    std::wstring parameters;
+    BeginRequest(out);
     Protocols::MeasurementParams::CMeasurementUrlParams(m_screenName, m_clientId)
-        .EventParams(clientInfo, facts, fields, parameters);
-    out = kCollectPath + parameters;
+        .EventParams(clientInfo, facts, fields, out);
     return true;
 }
 } // namespace Activities::Event

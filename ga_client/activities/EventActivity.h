@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ga_client/ClientInfo.h"
 #include "ga_client/CustomFacts.h"
@@ -21,18 +22,19 @@ public:
 
 namespace Event
 {
-/// A value object for one hit. The screen name tells where the event happened; an empty one is left out of the hit.
+/// Made for one hit; looks at texts that outlive it. The screen name tells where the event happened; an empty one is
+/// left out of the hit.
 class CEventActivity : public IEvent
 {
 public:
-    CEventActivity(std::wstring screenName, std::wstring clientId);
+    CEventActivity(std::wstring_view screenName, std::wstring_view clientId);
 
     bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                       const GAClient::EventFields& fields, std::wstring& out) override;
 
 private:
-    std::wstring m_screenName;
-    std::wstring m_clientId;
+    std::wstring_view m_screenName;
+    std::wstring_view m_clientId;
 };
 } // namespace Event
 } // namespace Activities

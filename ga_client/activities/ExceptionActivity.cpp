@@ -5,17 +5,16 @@
 
 namespace Activities::Exception
 {
-CExceptionActivity::CExceptionActivity(std::wstring clientId) : m_clientId(std::move(clientId))
+CExceptionActivity::CExceptionActivity(std::wstring_view clientId) : m_clientId(clientId)
 {
 }
 
 bool CExceptionActivity::BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                                       const std::wstring& description, bool fatal, std::wstring& out)
 {
-    std::wstring parameters;
-    Protocols::MeasurementParams::CMeasurementUrlParams(std::wstring(), m_clientId)
-        .ExceptionParams(clientInfo, facts, description, fatal, parameters);
-    out = kCollectPath + parameters;
+    BeginRequest(out);
+    Protocols::MeasurementParams::CMeasurementUrlParams(std::wstring_view(), m_clientId)
+        .ExceptionParams(clientInfo, facts, description, fatal, out);
     return true;
 }
 } // namespace Activities::Exception

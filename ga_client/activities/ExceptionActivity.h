@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ga_client/ClientInfo.h"
 #include "ga_client/CustomFacts.h"
@@ -20,17 +21,17 @@ public:
 
 namespace Exception
 {
-/// A value object for one hit. An exception belongs to no screen.
+/// Made for one hit; looks at texts that outlive it. An exception belongs to no screen.
 class CExceptionActivity : public IException
 {
 public:
-    explicit CExceptionActivity(std::wstring clientId);
+    explicit CExceptionActivity(std::wstring_view clientId);
 
     bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                       const std::wstring& description, bool fatal, std::wstring& out) override;
 
 private:
-    std::wstring m_clientId;
+    std::wstring_view m_clientId;
 };
 } // namespace Exception
 } // namespace Activities

@@ -1,17 +1,16 @@
 #include "ga_client/protocols/CacheBuster.h"
 
-#include <cstdint>
 #include <cstdlib>
 
 namespace Protocols::MeasurementParams
 {
-std::wstring NextCacheBuster()
+std::int64_t NextCacheBuster()
 {
     constexpr std::int64_t kCount = 8999999999;
     constexpr std::int64_t kFirst = 1000000000;
     // Two statements: within one expression the order of the draws would be the compiler's choice.
     const std::int64_t high = std::rand();
     const std::int64_t low = std::rand();
-    return std::to_wstring(((high << 32) | low) % kCount + kFirst);
+    return ((high << 32) | low) % kCount + kFirst;
 }
 } // namespace Protocols::MeasurementParams

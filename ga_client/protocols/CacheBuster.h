@@ -1,13 +1,13 @@
 #pragma once
 
-#include <string>
+#include <cstdint>
 
 namespace Protocols::MeasurementParams
 {
-/// The next cache buster: a number from 1000000000 to 9999999998, in decimal.
+/// The next cache buster, a number from 1000000000 to 9999999998.
 ///
 /// Deliberate: the C runtime's generator is never seeded, so every process produces the same sequence, which starts
 /// 6093677622, 7322882386, 8228121895. Nothing else in the process may draw from the generator. Its state is per
 /// thread: a program that builds hits on several threads starts the sequence on each of them.
-std::wstring NextCacheBuster();
+std::int64_t NextCacheBuster();
 } // namespace Protocols::MeasurementParams

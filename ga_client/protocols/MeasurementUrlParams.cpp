@@ -1,87 +1,57 @@
 #include "ga_client/protocols/MeasurementUrlParams.h"
 
-#include <string_view>
-
 #include "ga_client/protocols/CacheBuster.h"
+#include "ga_client/protocols/Decimal.h"
 #include "ga_client/protocols/QueueTime.h"
 
 namespace Protocols::MeasurementParams
 {
 namespace
 {
-// key "=" value, nothing when the value is empty. No "&" after it: for the last parameter of a hit.
+// key and value, nothing when the value is empty. The key includes its "=". No "&" after it: for the last parameter of
+// a hit.
 void AppendLast(std::wstring& out, std::wstring_view key, std::wstring_view value)
 {
     if (!value.empty())
     {
-        out.append(key).append(L"=").append(value);
+        out.append(key).append(value);
     }
 }
 
-// key "=" value "&", nothing when the value is empty.
+// key, value and "&", nothing when the value is empty.
 void Append(std::wstring& out, std::wstring_view key, std::wstring_view value)
 {
     if (!value.empty())
     {
-        AppendLast(out, key, value);
-        out += L'&';
+        out.append(key).append(value).append(1, L'&');
     }
 }
 
-void RemoveLastCharacter(std::wstring& text)
-{
-    if (!text.empty())
-    {
-        text.pop_back();
-    }
-}
-
-std::wstring DimensionPart(const GAClient::CustomDimensions& dimensions)
-{
-    std::wstring part;
-    for (const auto& [index, value] : dimensions)
-    {
-        // Not left out when empty, unlike the parameters of the client itself: the program set it.
-        part.append(L"cd").append(std::to_wstring(index)).append(L"=").append(value).append(L"&");
-    }
-    RemoveLastCharacter(part);
-    return part;
-}
-
-std::wstring MetricPart(const GAClient::CustomMetrics& metrics)
-{
-    std::wstring part;
-    for (const auto& [index, value] : metrics)
-    {
-        part.append(L"cm").append(std::to_wstring(index)).append(L"=").append(std::to_wstring(value)).append(L"&");
-    }
-    RemoveLastCharacter(part);
-    return part;
-}
-
-// Dimensions come before metrics.
-std::wstring DimensionText(const GAClient::CustomFacts& facts)
-{
-    const std::wstring dimensions = DimensionPart(facts.dimensions);
-    const std::wstring metrics = MetricPart(facts.metrics);
-    const bool both = !dimensions.empty() && !metrics.empty();
-    return dimensions + (both ? L"&" : L"") + metrics;
-}
-
-// Deliberate: the "&" stands before the text even where nothing but an "&" stands before it already, as in a screen
-// view without a name (t=appview&&cd1=...).
+// Dimensions come before metrics, both by number. A value is not left out when it is empty, unlike the parameters of
+// the client itself: the program set it.
+//
+// Deliberate: each stands behind an "&", even where nothing but an "&" stands before it already, as in a screen view
+// without a name (t=appview&&cd1=...).
 void AppendDimensionText(std::wstring& out, const GAClient::CustomFacts& facts)
 {
-    const std::wstring text = DimensionText(facts);
-    if (!text.empty())
+    for (const auto& [index, value] : facts.dimensions)
     {
-        out.append(L"&").append(text);
+        out.append(L"&cd");
+        AppendDecimal(out, index);
+        out.append(L"=").append(value);
+    }
+    for (const auto& [index, value] : facts.metrics)
+    {
+        out.append(L"&cm");
+        AppendDecimal(out, index);
+        out.append(L"=");
+        AppendDecimal(out, value);
     }
 }
 } // namespace
 
-CMeasurementUrlParams::CMeasurementUrlParams(std::wstring screenName, std::wstring clientId)
-    : m_screenName(std::move(screenName)), m_clientId(std::move(clientId))
+CMeasurementUrlParams::CMeasurementUrlParams(std::wstring_view screenName, std::wstring_view clientId)
+    : m_screenName(screenName), m_clientId(clientId)
 {
 }
 
@@ -89,8 +59,8 @@ bool CMeasurementUrlParams::AppViewParams(const GAClient::ClientInfo& clientInfo
                                           std::wstring& out)
 {
     AppendCommonPrefix(clientInfo, out);
-    Append(out, L"t", L"appview");
-    AppendLast(out, L"cd", m_screenName);
+    out.append(L"t=appview&");
+    AppendLast(out, L"cd=", m_screenName);
     AppendDimensionText(out, facts);
     AppendQueueTimeMark(out);
     return true;
@@ -100,9 +70,9 @@ bool CMeasurementUrlParams::SessionAppViewParams(const GAClient::ClientInfo& cli
                                                  std::wstring& out)
 {
     AppendCommonPrefix(clientInfo, out);
-    Append(out, L"sc", sessionStart ? L"start" : L"end");
-    Append(out, L"t", L"appview");
-    AppendLast(out, L"cd", m_screenName);
+    out.append(sessionStart ? L"sc=start&" : L"sc=end&");
+    out.append(L"t=appview&");
+    AppendLast(out, L"cd=", m_screenName);
     return true;
 }
 
@@ -112,14 +82,18 @@ bool CMeasurementUrlParams::EventParams(const GAClient::ClientInfo& clientInfo, 
     const bool stops = fields.action == GAClient::kLifecycleStopAction;
     const bool starts = fields.action == GAClient::kLifecycleStartAction;
     AppendCommonPrefix(clientInfo, out);
-    Append(out, L"sc", stops ? L"end" : L"");
-    Append(out, L"t", L"event");
-    Append(out, L"ec", fields.category);
-    Append(out, L"ea", fields.action);
-    Append(out, L"el", fields.label);
-    Append(out, L"ev", fields.value != GAClient::kNoEventValue ? std::to_wstring(fields.value) : std::wstring());
-    Append(out, L"ni", fields.nonInteraction);
-    AppendLast(out, L"cd", m_screenName);
+    out.append(stops ? L"sc=end&t=event&" : L"t=event&");
+    Append(out, L"ec=", fields.category);
+    Append(out, L"ea=", fields.action);
+    Append(out, L"el=", fields.label);
+    if (fields.value != GAClient::kNoEventValue)
+    {
+        out.append(L"ev=");
+        AppendDecimal(out, fields.value);
+        out.append(1, L'&');
+    }
+    Append(out, L"ni=", fields.nonInteraction);
+    AppendLast(out, L"cd=", m_screenName);
     AppendDimensionText(out, facts);
     if (!starts && !stops)
     {
@@ -132,15 +106,15 @@ bool CMeasurementUrlParams::ExceptionParams(const GAClient::ClientInfo& clientIn
                                             const std::wstring& description, bool fatal, std::wstring& out)
 {
     AppendCommonPrefix(clientInfo, out);
-    Append(out, L"t", L"exception");
+    out.append(L"t=exception&");
     if (fatal)
     {
-        AppendLast(out, L"exd", description);
+        AppendLast(out, L"exd=", description);
     }
     else
     {
-        Append(out, L"exd", description);
-        AppendLast(out, L"exf", L"0");
+        Append(out, L"exd=", description);
+        out.append(L"exf=0");
     }
     AppendDimensionText(out, facts);
     AppendQueueTimeMark(out);
@@ -149,18 +123,18 @@ bool CMeasurementUrlParams::ExceptionParams(const GAClient::ClientInfo& clientIn
 
 void CMeasurementUrlParams::AppendCommonPrefix(const GAClient::ClientInfo& clientInfo, std::wstring& out) const
 {
-    Append(out, L"v", L"1");
-    Append(out, L"z", NextCacheBuster());
-    Append(out, L"ul", clientInfo.userLanguage);
-    Append(out, L"de", L"UTF-8");
-    Append(out, L"je", L"0");
-    Append(out, L"sd", clientInfo.colourDepth);
-    Append(out, L"sr", clientInfo.screenResolution);
-    Append(out, L"vp", clientInfo.screenResolution); // deliberate: the viewport is reported as the whole screen
-    Append(out, L"tid", clientInfo.propertyId);
-    Append(out, L"an", clientInfo.applicationName);
-    Append(out, L"av", clientInfo.applicationVersion);
-    Append(out, L"aip", L"1");
-    Append(out, L"cid", m_clientId);
+    out.append(L"v=1&z=");
+    AppendDecimal(out, NextCacheBuster());
+    out.append(1, L'&');
+    Append(out, L"ul=", clientInfo.userLanguage);
+    out.append(L"de=UTF-8&je=0&");
+    Append(out, L"sd=", clientInfo.colourDepth);
+    Append(out, L"sr=", clientInfo.screenResolution);
+    Append(out, L"vp=", clientInfo.screenResolution); // deliberate: the viewport is reported as the whole screen
+    Append(out, L"tid=", clientInfo.propertyId);
+    Append(out, L"an=", clientInfo.applicationName);
+    Append(out, L"av=", clientInfo.applicationVersion);
+    out.append(L"aip=1&");
+    Append(out, L"cid=", m_clientId);
 }
 } // namespace Protocols::MeasurementParams

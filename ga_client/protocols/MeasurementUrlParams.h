@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ga_client/ClientInfo.h"
 #include "ga_client/CustomFacts.h"
@@ -33,12 +34,12 @@ public:
                                  const std::wstring& description, bool fatal, std::wstring& out) = 0;
 };
 
-/// The parameters as the query of a URL. A value object, made for one hit on one thread; every operation draws one
-/// cache buster.
+/// The parameters as the query of a URL. Made for one hit on one thread, and looks at texts that outlive it; every
+/// operation draws one cache buster.
 class CMeasurementUrlParams : public IMeasurementParams
 {
 public:
-    CMeasurementUrlParams(std::wstring screenName, std::wstring clientId);
+    CMeasurementUrlParams(std::wstring_view screenName, std::wstring_view clientId);
 
     bool AppViewParams(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                        std::wstring& out) override;
@@ -51,7 +52,7 @@ public:
 private:
     void AppendCommonPrefix(const GAClient::ClientInfo& clientInfo, std::wstring& out) const;
 
-    std::wstring m_screenName;
-    std::wstring m_clientId;
+    std::wstring_view m_screenName;
+    std::wstring_view m_clientId;
 };
 } // namespace Protocols::MeasurementParams

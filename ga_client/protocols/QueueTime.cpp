@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cwchar>
 
+#include "ga_client/protocols/Decimal.h"
 #include "winapi/KernelApi.h"
 
 namespace Protocols::MeasurementParams
@@ -51,7 +52,8 @@ void AppendQueueTimeMark(std::wstring& request)
 {
     if (!request.empty())
     {
-        request += kMark + std::to_wstring(CurrentCalendarTime());
+        request += kMark;
+        AppendDecimal(request, CurrentCalendarTime());
     }
 }
 

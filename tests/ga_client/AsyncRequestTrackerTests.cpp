@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <new>
@@ -68,6 +69,11 @@ public:
                           DUPLICATE_SAME_ACCESS);
         return result;
     }
+    BOOL SetEvent(HANDLE handle) override
+    {
+        wasWoken = wasWoken || handle == stopEvent;
+        return CKernelApi::SetEvent(handle);
+    }
     DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) override
     {
         if (handle == stopEvent)
@@ -132,6 +138,7 @@ public:
     std::atomic<bool> idleLastsUntilStop = false;
     std::function<void()> entered = [] {}; // after each critical section
     std::atomic<DWORD> joinBound = 0;
+    std::atomic<bool> wasWoken = false; // by the event
     std::atomic<HANDLE> stopEvent = kFake;
     std::atomic<HANDLE> thread = kFake;
 
@@ -408,6 +415,14 @@ TEST_F(AsyncRequestTrackerTests, Stop_WithoutFlush_OnlySaves)
     EXPECT_EQ(FileBytes(), "a\nb\n");
 }
 
+TEST_F(AsyncRequestTrackerTests, Stop_WakesTheWorkerThatRests)
+{
+    StartWithOneFailedAttempt({L"a"});
+    EXPECT_FALSE(m_kernelApi.wasWoken);
+    EXPECT_TRUE(m_tracker->Stop());
+    EXPECT_TRUE(m_kernelApi.wasWoken);
+}
+
 TEST_F(AsyncRequestTrackerTests, Stop_WithFlush_SendsTheQueueOldestFirst)
 {
     StartWithOneFailedAttempt({L"a", L"b", L"c"});
@@ -458,7 +473,7 @@ TEST_F(AsyncRequestTrackerTests, Flush_EndsAtTheFirstFailure)
     EXPECT_EQ(FileBytes(), "b\nc\n");
 }
 
-TEST_F(AsyncRequestTrackerTests, Flush_EndsWhenItsTimeIsOver)
+TEST_F(AsyncRequestTrackerTests, Flush_EndsWhenItsTimeIsOverAndNotBefore)
 {
     Requests requests;
     for (int i = 0; i < 200; ++i)
@@ -471,7 +486,10 @@ TEST_F(AsyncRequestTrackerTests, Flush_EndsWhenItsTimeIsOver)
     });
     m_tracker->SetFlushOnStop(true);
     m_tracker->SetFlushBudget(100);
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(m_tracker->Stop());
+    // All hits together would take four seconds. A little less than the budget: the timer runs by another clock.
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(80));
     const std::size_t sent = m_winApi.Paths().size() - 1;
     EXPECT_LT(sent, 10U); // five exchanges fit in
     std::string expected;

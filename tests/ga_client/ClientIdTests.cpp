@@ -5,6 +5,7 @@
 #include <regex>
 
 #include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 
 using GAClient::LoadOrCreateClientId;
@@ -190,4 +191,21 @@ TEST_F(ClientIdTests, NoDataFolder_FailsWithANewIdAndUsesNoFile)
     EXPECT_TRUE(IsPlainUuid(id));
     EXPECT_EQ(m_winApi.reads, 0);
     EXPECT_EQ(m_winApi.writes, 0);
+}
+
+// The generator, or what writes its result down, is missing.
+TEST_F(ClientIdTests, GeneratorThatFails_GivesAnEmptyIdWhichIsWritten)
+{
+    for (const wchar_t* const library : {L"rpcrt4.dll", L"ole32.dll"})
+    {
+        KVTest::LoaderPatch loader;
+        loader.LackLibraries(library);
+        std::wstring id = L"before";
+        EXPECT_TRUE(LoadOrCreateClientId(L"Lumo", L"1.2", id));
+        EXPECT_EQ(id, L"");
+    }
+    EXPECT_EQ(m_winApi.writes, 2);
+    std::wstring id;
+    EXPECT_TRUE(LoadOrCreateClientId(L"Lumo", L"1.2", id));
+    EXPECT_TRUE(IsPlainUuid(id));
 }

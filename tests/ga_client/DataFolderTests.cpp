@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 
 namespace
@@ -65,4 +66,13 @@ TEST_F(DataFolderTests, Folder_ThatCannotBeCreated_IsNamedNevertheless)
     m_winApi.localFolder.WriteFile(L"Norvik", "a file in the folder's place");
     EXPECT_EQ(GAClient::GetDataFolder(L"Lumo", L"1.2"),
               m_winApi.localFolder.GetPath() + L"\\Norvik\\Statlet\\Lumo\\1.2\\");
+}
+
+TEST_F(DataFolderTests, Folder_ThatNothingCanCreate_IsTheSame)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries();
+    const std::wstring folder = GAClient::GetDataFolder(L"Lumo", L"1.2");
+    EXPECT_EQ(folder, m_winApi.localFolder.GetPath() + L"\\Norvik\\Statlet\\Lumo\\1.2\\");
+    EXPECT_FALSE(IsFolder(folder));
 }

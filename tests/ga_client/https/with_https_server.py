@@ -10,7 +10,6 @@ with 200 and end with this script, which ends as the command does. The test find
   KV_HTTPS_RECORD          file to which the servers append a line for each request: kind, method, target
 """
 
-import datetime
 import http.server
 import os
 import pathlib
@@ -21,39 +20,12 @@ import sys
 import tempfile
 import threading
 
+sys.dont_write_bytecode = True # the folder of the sources stays clean
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from certificates import make_authority, make_certificate, openssl
+
 SOCKET_SECONDS = 5
 COMMAND_SECONDS = 50
-
-
-def openssl(folder, *arguments):
-    subprocess.run(["openssl", *arguments], cwd=folder, check=True, timeout=20, stdin=subprocess.DEVNULL,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-
-def make_authority(folder, name):
-    """NAME.key and NAME.pem; the subject differs each time, so that old ones in a store are not taken for it."""
-    serial = os.urandom(8).hex()
-    openssl(folder, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout",
-            f"{name}.key", "-out", f"{name}.pem", "-days", "2", "-subj", f"/CN=Test authority {name} {serial}",
-            "-addext", "basicConstraints=critical,CA:TRUE", "-addext", "keyUsage=critical,keyCertSign,cRLSign")
-
-
-def make_certificate(folder, name, authority, alternative_name, first_day, last_day):
-    """NAME.pem with its key and the authority's certificate, valid between the two days from today."""
-    openssl(folder, "req", "-new", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout",
-            f"{name}.key", "-out", f"{name}.csr", "-subj", f"/CN={name}.example")
-    (folder / f"{name}.ext").write_text(f"subjectAltName={alternative_name}\nextendedKeyUsage=serverAuth\n")
-    (folder / "index.txt").touch()
-    (folder / "ca.cnf").write_text(
-        "[ca]\ndefault_ca=a\n[a]\ndatabase=index.txt\nnew_certs_dir=.\ndefault_md=sha256\nrand_serial=yes\n"
-        "unique_subject=no\npolicy=p\n[p]\ncommonName=supplied\n")
-    now = datetime.datetime.now(datetime.timezone.utc)
-    day = lambda offset: (now + datetime.timedelta(days=offset)).strftime("%Y%m%d%H%M%SZ")
-    openssl(folder, "ca", "-batch", "-notext", "-config", "ca.cnf", "-cert", f"{authority}.pem", "-keyfile",
-            f"{authority}.key", "-in", f"{name}.csr", "-out", f"{name}.crt", "-startdate", day(first_day), "-enddate",
-            day(last_day), "-extfile", f"{name}.ext")
-    (folder / f"{name}.pem").write_text("".join(
-        (folder / part).read_text() for part in (f"{name}.key", f"{name}.crt", f"{authority}.pem")))
 
 
 class Server(http.server.ThreadingHTTPServer):

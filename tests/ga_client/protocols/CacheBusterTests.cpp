@@ -6,9 +6,9 @@ using Protocols::MeasurementParams::NextCacheBuster;
 
 TEST(CacheBusterTests, FreshProcess_StartsTheSequenceThatEveryProcessHas)
 {
-    EXPECT_EQ(NextCacheBuster(), L"6093677622");
-    EXPECT_EQ(NextCacheBuster(), L"7322882386");
-    EXPECT_EQ(NextCacheBuster(), L"8228121895");
+    EXPECT_EQ(NextCacheBuster(), 6093677622);
+    EXPECT_EQ(NextCacheBuster(), 7322882386);
+    EXPECT_EQ(NextCacheBuster(), 8228121895);
 }
 
 // An independent generator of the documented kind: state 1, multiplier 214013, increment 2531011, bits 16 to 30.
@@ -26,6 +26,6 @@ TEST(CacheBusterTests, Sequence_IsThatOfTheDocumentedGenerator)
         const std::uint64_t expected = (high * 0x100000000U + low) % 8999999999U + 1000000000U;
         ASSERT_GE(expected, 1000000000U);
         ASSERT_LE(expected, 9999999998U);
-        ASSERT_EQ(NextCacheBuster(), std::to_wstring(expected)) << i;
+        ASSERT_EQ(NextCacheBuster(), static_cast<std::int64_t>(expected)) << i;
     }
 }

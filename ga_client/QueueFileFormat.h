@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <list>
+#include <string>
+#include <string_view>
+
+namespace GAClient
+{
+/// The content of the queue file: one hit a line, one byte a character, each line ended by one line feed. Needs no
+/// system call. Nothing is thrown but std::bad_alloc.
+
+constexpr char kQueueLineEnd = '\n';
+
+/// The low 8 bits of each code unit.
+std::string NarrowToBytes(std::wstring_view text);
+
+/// The lines of the hits, in their order.
+std::string FormatQueueLines(const std::list<std::wstring>& requests);
+
+/// Cuts the bytes of a queue file, which come in pieces, into hits: a byte becomes a code unit with its sign (0x80 to
+/// 0xFF become 0xFF80 to 0xFFFF), empty lines are skipped, the bytes after the last line feed are a line too.
+class CQueueLineCollector
+{
+public:
+    /// limit: how many hits are taken; what follows is left out.
+    explicit CQueueLineCollector(std::size_t limit) : m_limit(limit) {}
+
+    bool IsFull() const noexcept { return m_lines.size() >= m_limit; }
+    /// The next piece of the file.
+    void Add(std::string_view bytes);
+    /// The hits, once the whole file has been added. Leaves the object empty.
+    std::list<std::wstring> TakeLines();
+
+private:
+    void CloseLine();
+
+    std::size_t m_limit;
+    std::string m_open; // the line whose end has not come yet
+    std::list<std::wstring> m_lines;
+};
+} // namespace GAClient
