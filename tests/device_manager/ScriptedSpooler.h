@@ -1,0 +1,196 @@
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <cwchar>
+#include <deque>
+#include <exception>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "winapi/SpoolerApi.h"
+
+namespace KVTest
+{
+/// The bytes of a text as the registry keeps them, without a terminating zero.
+inline std::string BytesOf(const std::wstring& text)
+{
+    std::string bytes(text.size() * sizeof(wchar_t), '\0');
+    std::memcpy(bytes.data(), text.data(), bytes.size());
+    return bytes;
+}
+
+/// A spooler that answers by a script, call by call, and records each call with all its arguments. A call for which the
+/// script has no answer fails the test.
+class ScriptedSpooler : public KVWinApi::CSpoolerApi
+{
+public:
+    /// What the spooler writes; what is not set is left alone. Bytes are written as far as there is room.
+    struct DataAnswer
+    {
+        DWORD Status = ERROR_SUCCESS;
+        std::optional<DWORD> Type = {};
+        std::optional<DWORD> NeededBytes = {};
+        std::string Bytes = {};
+        std::exception_ptr Exception = nullptr; // thrown in place of an answer
+    };
+    /// Records of names, null for an entry without one, then the names themselves, as far as there is room.
+    struct EnumAnswer
+    {
+        BOOL Result = FALSE;
+        std::optional<DWORD> NeededBytes = {};
+        std::optional<DWORD> EntryCount = {};
+        std::vector<const wchar_t*> Names = {};
+        std::exception_ptr Exception = nullptr;
+    };
+    struct DriverAnswer
+    {
+        BOOL Result = FALSE;
+        std::optional<DWORD> NeededBytes = {};
+        const wchar_t* Name = nullptr;
+        std::exception_ptr Exception = nullptr;
+    };
+
+    BOOL OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) override
+    {
+        Calls.push_back(L"OpenPrinterW " + std::wstring(name) + (defaults == nullptr ? L", default access" : L", ?"));
+        *printer = Printer; // also when it fails: nobody may close it then
+        return CanOpen;
+    }
+
+    BOOL ClosePrinter(HANDLE printer) override
+    {
+        Calls.push_back(L"ClosePrinter " + TextOf(printer));
+        ::SetLastError(CloseError);
+        return CloseError == ERROR_SUCCESS;
+    }
+
+    BOOL EnumPrintersW(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size, LPDWORD neededBytes,
+                       LPDWORD entryCount) override
+    {
+        Calls.push_back(L"EnumPrintersW flags " + std::to_wstring(flags) + (name == nullptr ? L", no name" : L", ?") +
+                        L", level " + std::to_wstring(level) + TextOf(buffer, size));
+        const EnumAnswer answer = Next(EnumAnswers);
+        Put(answer.NeededBytes, neededBytes);
+        Put(answer.EntryCount, entryCount);
+        const std::size_t entryBytes = answer.Names.size() * sizeof(PRINTER_INFO_5W);
+        if (buffer != nullptr && size >= entryBytes)
+        {
+            BYTE* text = buffer + entryBytes;
+            for (std::size_t i = 0; i < answer.Names.size(); ++i)
+            {
+                PRINTER_INFO_5W entry{};
+                entry.pPrinterName = AppendText(text, buffer + size, answer.Names[i]);
+                std::memcpy(buffer + i * sizeof(entry), &entry, sizeof(entry));
+            }
+        }
+        return answer.Result;
+    }
+
+    DWORD GetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, LPDWORD type, LPBYTE buffer, DWORD size,
+                            LPDWORD neededBytes) override
+    {
+        Calls.push_back(L"GetPrinterDataExW " + TextOf(printer) + L", " + key + L", " + value + TextOf(buffer, size));
+        const DataAnswer answer = Next(DataAnswers);
+        Put(answer.Type, type);
+        Put(answer.NeededBytes, neededBytes);
+        if (buffer != nullptr)
+        {
+            answer.Bytes.copy(reinterpret_cast<char*>(buffer), size);
+        }
+        return answer.Status;
+    }
+
+    BOOL GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, LPBYTE buffer, DWORD size,
+                           LPDWORD neededBytes) override
+    {
+        Calls.push_back(L"GetPrinterDriverW " + TextOf(printer) +
+                        (environment == nullptr ? L", no environment" : L", ?") + L", level " + std::to_wstring(level) +
+                        TextOf(buffer, size));
+        const DriverAnswer answer = Next(DriverAnswers);
+        Put(answer.NeededBytes, neededBytes);
+        if (buffer != nullptr && size >= sizeof(DRIVER_INFO_1W))
+        {
+            BYTE* text = buffer + sizeof(DRIVER_INFO_1W);
+            const DRIVER_INFO_1W information{AppendText(text, buffer + size, answer.Name)};
+            std::memcpy(buffer, &information, sizeof(information));
+        }
+        return answer.Result;
+    }
+
+    /// The room that an answer with these names takes.
+    static DWORD SizeOfEntries(const std::vector<const wchar_t*>& names)
+    {
+        std::size_t size = names.size() * sizeof(PRINTER_INFO_5W);
+        for (const wchar_t* const name : names)
+        {
+            size += name != nullptr ? (std::wcslen(name) + 1) * sizeof(wchar_t) : 0;
+        }
+        return static_cast<DWORD>(size);
+    }
+    static DWORD SizeOfDriver(const std::wstring& name)
+    {
+        return static_cast<DWORD>(sizeof(DRIVER_INFO_1W) + (name.size() + 1) * sizeof(wchar_t));
+    }
+
+    BOOL CanOpen = TRUE;
+    DWORD CloseError = ERROR_SUCCESS; // with which closing fails
+    HANDLE Printer = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(0x1234));
+    std::deque<EnumAnswer> EnumAnswers;
+    std::deque<DataAnswer> DataAnswers;
+    std::deque<DriverAnswer> DriverAnswers;
+    std::vector<std::wstring> Calls;
+
+private:
+    template <typename Answer> static Answer Next(std::deque<Answer>& answers)
+    {
+        if (answers.empty())
+        {
+            ADD_FAILURE() << "a call that the script does not know";
+            return {};
+        }
+        Answer answer = answers.front();
+        answers.pop_front();
+        if (answer.Exception)
+        {
+            std::rethrow_exception(answer.Exception);
+        }
+        return answer;
+    }
+    static void Put(const std::optional<DWORD>& value, LPDWORD place)
+    {
+        ASSERT_NE(place, nullptr);
+        if (value)
+        {
+            *place = *value;
+        }
+    }
+    // Null for a text that is null or that the room up to the end does not hold.
+    static LPWSTR AppendText(BYTE*& place, const BYTE* end, const wchar_t* text)
+    {
+        const std::size_t size = text != nullptr ? (std::wcslen(text) + 1) * sizeof(wchar_t) : 0;
+        if (text == nullptr || place + size > end)
+        {
+            return nullptr;
+        }
+        std::memcpy(place, text, size);
+        return reinterpret_cast<LPWSTR>(std::exchange(place, place + size));
+    }
+    static std::wstring TextOf(HANDLE printer)
+    {
+        wchar_t text[20] = {};
+        ::wsprintfW(text, L"%x", static_cast<unsigned>(reinterpret_cast<ULONG_PTR>(printer)));
+        return text;
+    }
+    static std::wstring TextOf(const BYTE* buffer, DWORD size)
+    {
+        return (buffer == nullptr ? L", no buffer of " : L", buffer of ") + std::to_wstring(size);
+    }
+};
+} // namespace KVTest
