@@ -1,0 +1,91 @@
+#include "analytics_reporting/BatteryQuery.h"
+
+#include "analytics_reporting/Dimensions.h"
+#include "winapi/SystemLibraries.h"
+
+namespace KVAnalyticsReporting
+{
+namespace
+{
+using KVWinApi::g_oleAut32Dll;
+
+constexpr long kAnswerTimeoutMs = 10000;
+
+// Texts as COM wants them. No interface of the facade offers their functions.
+struct BstrTraits
+{
+    using Handle = BSTR;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle text) noexcept { KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text); }
+};
+using CUniqueBstr = KVWinApi::CUniqueHandle<BstrTraits>;
+
+CUniqueBstr MakeBstr(const wchar_t* text)
+{
+    return CUniqueBstr(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
+}
+} // namespace
+
+std::wstring CBatteryQuery::Run()
+{
+    std::wstring answer = kUnknown;
+    if (CreateLocator() && ConnectToServer() && ExecuteQuery())
+    {
+        answer = GetAnswer();
+    }
+    Release();
+    return answer;
+}
+
+bool CBatteryQuery::CreateLocator()
+{
+    void* locator = nullptr;
+    const HRESULT result = KVWinApi::g_comApi->CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER,
+                                                                IID_IWbemLocator, &locator);
+    m_locator.Reset(static_cast<IWbemLocator*>(locator));
+    return SUCCEEDED(result) && m_locator.IsValid();
+}
+
+bool CBatteryQuery::ConnectToServer()
+{
+    const CUniqueBstr path = MakeBstr(L"\\\\.\\ROOT\\CIMV2");
+    IWbemServices* services = nullptr;
+    const HRESULT result =
+        m_locator.Get()->ConnectServer(path.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, &services);
+    m_services.Reset(services);
+    return SUCCEEDED(result) && m_services.IsValid();
+}
+
+bool CBatteryQuery::ExecuteQuery()
+{
+    const CUniqueBstr language = MakeBstr(L"WQL");
+    const CUniqueBstr query = MakeBstr(L"SELECT * FROM Win32_Battery");
+    IEnumWbemClassObject* batteries = nullptr;
+    const HRESULT result = m_services.Get()->ExecQuery(
+        language.Get(), query.Get(), WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, &batteries);
+    m_batteries.Reset(batteries);
+    return SUCCEEDED(result) && m_batteries.IsValid();
+}
+
+std::wstring CBatteryQuery::GetAnswer()
+{
+    IWbemClassObject* battery = nullptr;
+    ULONG count = 0;
+    const HRESULT result = m_batteries.Get()->Next(kAnswerTimeoutMs, 1, &battery, &count);
+    m_battery.Reset(battery);
+    if (FAILED(result))
+    {
+        return kUnknown;
+    }
+    // Every other result counts, also the ones that say that there is none or that the time was over.
+    return count == 0 ? L"No" : L"Yes";
+}
+
+void CBatteryQuery::Release() noexcept
+{
+    m_battery.Reset();
+    m_batteries.Reset();
+    m_services.Reset();
+    m_locator.Reset();
+}
+} // namespace KVAnalyticsReporting

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <windows.h>
+
+#include <wbemidl.h>
+
+#include <string>
+
+#include "winapi/ComPointer.h"
+
+namespace KVAnalyticsReporting
+{
+/// The question to WMI whether the computer has a battery (class Win32_Battery). Used once, on a thread that has
+/// initialised COM.
+///
+/// The COM objects are members rather than locals: what a fault leaves behind in Run is released when the object goes.
+class CBatteryQuery
+{
+public:
+    /// "Yes", "No", or "Unknown" when any step failed. Waits at most 10 seconds for the answer.
+    std::wstring Run();
+
+private:
+    bool CreateLocator();
+    bool ConnectToServer();
+    bool ExecuteQuery();
+    std::wstring GetAnswer();
+    void Release() noexcept;
+
+    // In the order in which they are obtained, hence released in reverse.
+    KVWinApi::CUniqueComPointer<IWbemLocator> m_locator;
+    KVWinApi::CUniqueComPointer<IWbemServices> m_services;
+    KVWinApi::CUniqueComPointer<IEnumWbemClassObject> m_batteries;
+    KVWinApi::CUniqueComPointer<IWbemClassObject> m_battery;
+};
+} // namespace KVAnalyticsReporting

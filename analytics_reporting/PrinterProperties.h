@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace KVAnalyticsReporting
+{
+/// What is known of one printer: custom dimension (Dimensions.h, kModelName to kDriverVersion) to value. A missing key
+/// and an empty value both mean that the fact is not known.
+using PrinterProperties = std::map<std::uint32_t, std::wstring>;
+} // namespace KVAnalyticsReporting

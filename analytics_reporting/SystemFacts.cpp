@@ -1,0 +1,61 @@
+#include "analytics_reporting/SystemFacts.h"
+
+#include <windows.h>
+
+#include "analytics_reporting/Dimensions.h"
+#include "analytics_reporting/DimensionValues.h"
+#include "utils/FileVersionInfo.h"
+#include "utils/OSVersion.h"
+#include "winapi/KernelApi.h"
+
+namespace KVAnalyticsReporting
+{
+namespace
+{
+constexpr DWORD kLongestPath = 32768; // characters; what the system can give, its terminating zero included
+
+// Empty when the system does not tell.
+std::wstring GetPathOfProgram()
+{
+    // A path that fits is the rule; the result is the whole size exactly when it was cut.
+    std::wstring path(MAX_PATH, L'\0');
+    DWORD length = KVWinApi::g_kernelApi->GetModuleFileNameW(nullptr, path.data(), MAX_PATH);
+    if (length >= MAX_PATH)
+    {
+        path.resize(kLongestPath);
+        length = KVWinApi::g_kernelApi->GetModuleFileNameW(nullptr, path.data(), kLongestPath);
+    }
+    path.resize(length < path.size() ? length : 0);
+    return path;
+}
+} // namespace
+
+std::wstring GetProcessorArchitectureText()
+{
+    switch (KVUtils::GetNativeProcessorArchitecture())
+    {
+    case PROCESSOR_ARCHITECTURE_INTEL:
+        return L"x86";
+    case PROCESSOR_ARCHITECTURE_ARM:
+        return L"ARM";
+    case PROCESSOR_ARCHITECTURE_IA64:
+        return L"IA64";
+    case PROCESSOR_ARCHITECTURE_AMD64:
+        return L"x64";
+    default:
+        return kUnknown;
+    }
+}
+
+std::wstring GetOSVersionText()
+{
+    return GetTextOrUnknown(KVUtils::GetOSName());
+}
+
+std::wstring GetApplicationVersion()
+{
+    const KVUtils::CFileVersionInfo versionInfo(GetPathOfProgram().c_str());
+    const wchar_t* version = versionInfo.GetProductVersion();
+    return version == nullptr ? kUnknown : GetTextOrUnknown(version);
+}
+} // namespace KVAnalyticsReporting
