@@ -1,11 +1,273 @@
 #include "proxy/AnalyticsProxy.h"
 
+#include <windows.h>
+
+#include <shlobj.h>
+#include <tlhelp32.h>
+
+#include <array>
+#include <list>
+
+#include "analytics_reporting/AnalyticsEngine.h"
+#include "analytics_reporting/ProgramLogModule.h"
+#include "logging/Trace.h"
 #include "proxy/ProxyResults.h"
+#include "utils/CommandLine.h"
+#include "utils/FileUtils.h"
+#include "utils/OSVersion.h"
+#include "utils/PathUtils.h"
+#include "utils/SxSConfig.h"
+#include "winapi/KernelHandles.h"
+#include "winapi/ShellApi.h"
+#include "winapi/ToolHlpApi.h"
 
 namespace KVAnalyticsProxy
 {
+namespace
+{
+KV_TRACE_SOURCE(KVAnalyticsReporting::g_logModule, L"AnalyticsProxy.cpp");
+
+using KVAnalyticsReporting::GetAnalyticsEngine;
+
+constexpr wchar_t kAnalyticsSection[] = L"Analytics";
+
+std::wstring GetPropertyId()
+{
+    if (g_propertyIdPrefix.empty() &&
+        !KVUtils::CSxSConfig::_GetIniFile().ReadString(kAnalyticsSection, L"PropertyIDPrefix", g_propertyIdPrefix))
+    {
+        g_propertyIdPrefix.clear();
+    }
+    return g_propertyIdPrefix + L"3";
+}
+
+bool ReadUseSsl()
+{
+    bool useSsl = true;
+    // An absent or empty value leaves it true; any other text than "true" has been read, and is false.
+    KVUtils::CSxSConfig::_GetIniFile().GetBool(kAnalyticsSection, L"UseSSL", useSsl);
+    return useSsl;
+}
+
+// What the command line asks for.
+struct Request
+{
+    explicit Request(const KVUtils::CCommandLine& commandLine)
+        : hasLinkId(commandLine.GetValue(L"linkid", linkId)), hasTabId(commandLine.GetValue(L"tabid", tabId))
+    {
+        commandLine.GetValue(L"connection", connection);
+        commandLine.GetValue(L"network", network);
+    }
+
+    std::wstring linkId;
+    std::wstring tabId;
+    std::wstring connection;
+    std::wstring network;
+    bool hasLinkId; // also with an empty value
+    bool hasTabId;
+};
+
+// Milliseconds that it took, as the clock said after the last pause.
+DWORD WaitForPendingRequests()
+{
+    constexpr DWORD kPauseMs = 1000;
+    constexpr DWORD kLongestWaitMs = 12000;
+    const DWORD start = KVWinApi::g_kernelApi->GetTickCount();
+    DWORD elapsed = 0;
+    do
+    {
+        std::list<std::wstring> requests;
+        if (!GetAnalyticsEngine().HasPendingRequests(requests) || requests.empty())
+        {
+            break;
+        }
+        // Not through the facade: whoever shortens the wait substitutes the clock.
+        ::Sleep(kPauseMs);
+        // Unsigned difference: right across the tick count's wrap at 49.7 days.
+        elapsed = KVWinApi::g_kernelApi->GetTickCount() - start;
+    } while (elapsed < kLongestWaitMs); // and no further poll when the time is over
+    return elapsed;
+}
+
+// 0 when the own process is not in the list, or has no parent there.
+DWORD FindParentProcess(HANDLE snapshot)
+{
+    static_assert(sizeof(PROCESSENTRY32W) == 568);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    BOOL hasEntry = KVWinApi::g_toolHlpApi->Process32FirstW(snapshot, &entry);
+    const DWORD ownId = KVWinApi::g_kernelApi->GetCurrentProcessId();
+    DWORD parentId = 0;
+    while (hasEntry != FALSE)
+    {
+        if (entry.th32ProcessID == ownId)
+        {
+            parentId = entry.th32ParentProcessID;
+        }
+        entry.dwSize = sizeof(entry);
+        if (parentId != 0)
+        {
+            break;
+        }
+        hasEntry = KVWinApi::g_toolHlpApi->Process32NextW(snapshot, &entry);
+    }
+    return parentId;
+}
+} // namespace
+
+std::wstring g_propertyIdPrefix;
+bool g_useSsl = true;
+
 HRESULT CAnalyticsProxy::Run()
 {
-    return PROXY_S_NOT_OPTED_IN;
+    KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::Run");
+    const bool optIn = IsOptInForAnalytics();
+    if (!optIn)
+    {
+        return PROXY_S_NOT_OPTED_IN;
+    }
+    if (!IsCalledByLumo())
+    {
+        return PROXY_E_NOT_CALLED_BY_LUMO;
+    }
+    const std::wstring propertyId = GetPropertyId();
+    g_useSsl = ReadUseSsl();
+    if (!GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl))
+    {
+        KV_LOG(kLogWarning, L"CAnalyticsProxy::Run - Failed to initialize the analytics engine.");
+        return PROXY_E_INIT_FAILED;
+    }
+    if (!GetAnalyticsEngine().Start())
+    {
+        KV_LOG(kLogWarning, L"CAnalyticsProxy::Run - Failed to start the analytics engine.");
+        return PROXY_E_START_FAILED;
+    }
+
+    const KVUtils::CCommandLine commandLine;
+    const Request request(commandLine);
+    int connectionKind = 0;
+    int networkKind = 0;
+    TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
+
+    // Deliberate: each line is written after the call that it announces.
+    if (request.hasLinkId)
+    {
+        GetAnalyticsEngine().TrackLumoLink(request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
+                                           networkKind);
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackLumoLink for %s", request.linkId.c_str());
+    }
+    else if (request.hasTabId)
+    {
+        GetAnalyticsEngine().TrackScreenView(request.tabId);
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackScreenView for %s", request.tabId.c_str());
+    }
+
+    GetAnalyticsEngine().Stop();
+    const DWORD elapsed = WaitForPendingRequests();
+    KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Total wait time is %d ms", static_cast<int>(elapsed));
+    // Deliberate: the engine stays initialised. The process ends now, and its client keeps for a later run what is
+    // left.
+    return PROXY_S_DONE;
+}
+
+bool CAnalyticsProxy::IsOptInForAnalytics()
+{
+    KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::IsOptInForAnalytics");
+    const std::wstring program = KVUtils::CPathUtils::GetPathOfExecutable() + L"\\NorvikCustPartic.exe";
+    const bool programPresent = KVUtils::FileExists(program);
+    const std::wstring marker = KVUtils::CSxSConfig::GetDataFolder() + L"\\NorvikCustPartic" + L"\\OptedOut";
+    const bool optedOut = KVUtils::FileExists(marker);
+    const bool result = programPresent && !optedOut;
+    KV_LOGF(kLogInfo, L"CAnalyticsProxy::IsOptInForAnalytics - bAnalyticsOptIn is %s", result ? L"true" : L"false");
+    return result;
+}
+
+bool CAnalyticsProxy::IsCalledByLumo()
+{
+    KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::IsCalledByLumo");
+    const KVWinApi::CUniqueFile snapshot(KVWinApi::g_toolHlpApi->CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    if (!snapshot.IsValid())
+    {
+        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to capture the snapshot of all processes");
+        return false;
+    }
+    const DWORD parentId = FindParentProcess(snapshot.Get());
+    if (parentId == 0)
+    {
+        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Could not find the parrent process");
+        return false;
+    }
+    const KVWinApi::CUniqueKernelHandle parent(
+        KVWinApi::g_kernelApi->OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, parentId));
+    if (!parent.IsValid())
+    {
+        return false;
+    }
+    HMODULE executable = nullptr; // the first module of a process
+    DWORD needed = 0;
+    if (KVWinApi::g_kernelApi->EnumProcessModules(parent.Get(), &executable, sizeof(HMODULE), &needed) == FALSE)
+    {
+        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs");
+        return false;
+    }
+    std::array<wchar_t, MAX_PATH + 1> parentPath{}; // one more: a path that was cut may come without its end
+    if (KVWinApi::g_kernelApi->GetModuleFileNameExW(parent.Get(), executable, parentPath.data(), MAX_PATH) == 0)
+    {
+        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name");
+        return false;
+    }
+    // Deliberate: exact, in letter case too. A host that the system reports in another case is refused.
+    if (parentPath.data() != GetMshtaPath())
+    {
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - The parent process is not Lumo HTA. Parent: %s",
+                parentPath.data());
+        return false;
+    }
+    return true;
+}
+
+// The device centre is a 32-bit HTML application: on 64-bit Windows its host stands in the 32-bit system folder. A
+// folder that cannot be found gives a path that no process can have.
+std::wstring CAnalyticsProxy::GetMshtaPath()
+{
+    constexpr wchar_t kHostFile[] = L"\\mshta.exe";
+    std::array<wchar_t, MAX_PATH + 1> folder{};
+    if (KVUtils::GetNativeProcessorArchitecture() == PROCESSOR_ARCHITECTURE_AMD64)
+    {
+        // Not in the facade.
+        const UINT length = ::GetSystemWow64DirectoryW(folder.data(), MAX_PATH);
+        return (length != 0 ? std::wstring(folder.data()) : std::wstring()) + kHostFile;
+    }
+    if (FAILED(KVWinApi::g_shellApi->SHGetFolderPathW(nullptr, CSIDL_SYSTEM, nullptr, 0, folder.data())))
+    {
+        return std::wstring();
+    }
+    return folder.data() + std::wstring(kHostFile);
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): that the texts come by value is part of the interface
+void CAnalyticsProxy::TranslateConnectivityType(std::wstring connection, std::wstring network, int& connectionKind,
+                                                int& networkKind)
+{
+    KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::TranslateConnectivityType");
+    connectionKind = 0;
+    networkKind = 0;
+    if (connection == L"NW")
+    {
+        connectionKind = 2;
+        networkKind = network == L"Network_Ethernet" ? 1 : network == L"Network_Wireless" ? 2 : 0;
+    }
+    else if (connection == L"USB")
+    {
+        connectionKind = 1;
+    }
+    else if (connection == L"BT")
+    {
+        connectionKind = 4;
+    }
+    else if (connection == L"*")
+    {
+        connectionKind = 7;
+    }
 }
 } // namespace KVAnalyticsProxy

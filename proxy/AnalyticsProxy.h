@@ -2,16 +2,44 @@
 
 #include <windows.h>
 
+#include <string>
+
 namespace KVAnalyticsProxy
 {
-/// One run of the program. Has no state; used once, on the main thread.
+/// One run of the program: one link click or one screen view, reported for a user who opted in, when the device centre
+/// asks for it. Has no state; used once, on the main thread. Nothing is thrown for an expected failure.
 class CAnalyticsProxy
 {
 public:
     /// The whole run. The result is one of proxy/ProxyResults.h and becomes the exit code.
     ///
-    /// So far no consent can be established, so nobody counts as opted in: every run ends with PROXY_S_NOT_OPTED_IN,
-    /// touches nothing and reports nothing.
+    /// Reads the command line (switches "linkid", "tabid", "connection", "network"), config.ini, the file system and
+    /// the list of processes, in that order of need: for a user who did not opt in it looks at two files and does
+    /// nothing else. After the tracking call it waits until the hits have left the machine, at most 12 seconds and one
+    /// poll; what is still queued then leaves with a later run. The engine stays initialised: the process ends.
     HRESULT Run();
+
+    /// Whether the user takes part in the participation programme: its program stands beside this one and the mark of
+    /// opting out does not stand in the product's data folder. Both files are another product's and only looked for.
+    bool IsOptInForAnalytics();
+
+    /// Whether the process that started this one is the device centre's host (tool help, `EnumProcessModules`,
+    /// `GetModuleFileNameExW`). False also when the system does not tell.
+    bool IsCalledByLumo();
+
+    /// The kinds of KVAnalyticsReporting::GetConnectionTypeText for the texts of the command line, which count exactly
+    /// as they are written: "NW" with "Network_Ethernet" or "Network_Wireless", "USB", "BT", "*". 0 is unknown.
+    void TranslateConnectivityType(std::wstring connection, std::wstring network, int& connectionKind,
+                                   int& networkKind);
+
+private:
+    std::wstring GetMshtaPath();
 };
+
+/// What the receiver of the hits is called, without its last character, which Run appends. Empty at first, and read
+/// from config.ini then; whoever sets it before Run spares Run the reading.
+extern std::wstring g_propertyIdPrefix;
+
+/// Whether hits travel encrypted. Set by Run from config.ini.
+extern bool g_useSsl;
 } // namespace KVAnalyticsProxy

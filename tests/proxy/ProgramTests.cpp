@@ -4,6 +4,8 @@
 
 #include "proxy/ProxyResults.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/LoadedModules.h"
+#include "tests/support/TemporaryFolder.h"
 #include "utils/FileVersionInfo.h"
 
 namespace
@@ -15,6 +17,61 @@ TEST(ProgramTests, Run_WithoutConsent_EndsWithNotOptedIn)
     EXPECT_EQ(KVTest::RunBesideTest(kProgram, L"/linkid a"),
               static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
     EXPECT_EQ(KVTest::RunBesideTest(kProgram, L""), static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
+}
+
+// The program, installed.
+class ProgramLoadTests : public testing::Test
+{
+protected:
+    ProgramLoadTests()
+    {
+        m_product.MakeFolder(L"bin");
+        ::CopyFileW(KVTest::PathBesideTest(kProgram).c_str(), ProgramPath().c_str(), TRUE);
+    }
+    void NameDataFolder() const
+    {
+        m_product.WriteFile(L"config.ini", "[Directories]\r\nDataFolder=C:\\no such folder\r\n");
+    }
+    void OptIn() const { m_product.WriteFile(L"bin\\NorvikCustPartic.exe", ""); }
+    KVTest::LoadedModules Run() const { return KVTest::RunAndListModules(L"\"" + ProgramPath() + L"\" /linkid a"); }
+    static std::set<std::wstring> LoadedAtLeast()
+    {
+        return KVTest::RunAndListModules(KVTest::PathBesideTest(L"kv_floor.exe")).Names;
+    }
+
+private:
+    std::wstring ProgramPath() const { return m_product.PathOf(L"bin\\KVAnalyticsProxy.exe"); }
+
+    KVTest::TemporaryFolder m_product;
+};
+
+TEST_F(ProgramLoadTests, RunThatEndsAtTheConsentCheck_LoadsNoFurtherLibrary)
+{
+    NameDataFolder();
+    const KVTest::LoadedModules run = Run();
+    EXPECT_EQ(run.ExitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
+    EXPECT_EQ(run.Names, LoadedAtLeast());
+    EXPECT_EQ(run.Names.count(L"kernel32.dll"), 1u);
+}
+
+TEST_F(ProgramLoadTests, RunThatEndsAtTheConsentCheck_LoadsTheShellToFindTheDataFolder)
+{
+    const KVTest::LoadedModules run = Run();
+    EXPECT_EQ(run.ExitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
+    EXPECT_EQ(run.Names.count(L"shell32.dll"), 1u);
+    EXPECT_EQ(run.Names.count(L"wininet.dll"), 0u);
+    EXPECT_EQ(run.Names.count(L"winspool.drv"), 0u);
+}
+
+TEST_F(ProgramLoadTests, RunThatEndsAtTheCallerCheck_LoadsWhatTheCheckNeeds)
+{
+    NameDataFolder();
+    OptIn();
+    const KVTest::LoadedModules run = Run();
+    EXPECT_EQ(run.ExitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_E_NOT_CALLED_BY_LUMO));
+    std::set<std::wstring> expected = LoadedAtLeast();
+    expected.insert(L"psapi.dll");
+    EXPECT_EQ(run.Names, expected);
 }
 
 TEST(ProgramTests, VersionResource_SaysWhatTheBuildSays)

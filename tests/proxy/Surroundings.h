@@ -1,0 +1,239 @@
+#pragma once
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <functional>
+#include <list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/ScopedSubstitute.h"
+#include "tests/support/TemporaryFolder.h"
+#include "utils/PathUtils.h"
+#include "winapi/KernelApi.h"
+#include "winapi/ShellApi.h"
+#include "winapi/ToolHlpApi.h"
+
+namespace KVTest
+{
+/// What the program finds around itself, all of it as it must be for a report: it stands in a product folder with a
+/// config.ini, beside the participation program, and was started by the device centre's host. A test changes what it is
+/// about. Everything but the calls named here is the system's own.
+///
+/// Calls about processes are recorded in `processCalls`.
+class Surroundings
+{
+public:
+    Surroundings()
+    {
+        MakeProductFolder();
+        KVUtils::g_pathOfExecutableOverride = m_product.PathOf(L"bin");
+        WriteConfig("");
+    }
+    ~Surroundings() { KVUtils::g_pathOfExecutableOverride.clear(); }
+    Surroundings(const Surroundings&) = delete;
+    Surroundings& operator=(const Surroundings&) = delete;
+
+    static constexpr DWORD kOwnId = 4000;
+    static constexpr DWORD kParentId = 3000;
+    static HANDLE Snapshot() { return reinterpret_cast<HANDLE>(0x5110); }
+    static HANDLE Parent() { return reinterpret_cast<HANDLE>(0x5220); }
+    static HMODULE ParentModule() { return reinterpret_cast<HMODULE>(0x5330); }
+
+    static std::wstring HostPath()
+    {
+        wchar_t folder[MAX_PATH + 1] = {};
+        ::GetSystemWow64DirectoryW(folder, MAX_PATH);
+        return folder + std::wstring(L"\\mshta.exe");
+    }
+
+    /// The whole of config.ini; the data folder is added.
+    void WriteConfig(const std::string& content) const
+    {
+        std::string dataFolder;
+        for (const wchar_t character : m_product.PathOf(L"data"))
+        {
+            dataFolder += static_cast<char>(character);
+        }
+        m_product.WriteFile(L"config.ini", content + "\r\n[Directories]\r\nDataFolder=" + dataFolder + "\r\n");
+    }
+    void RemoveConfig() const { ::DeleteFileW(m_product.PathOf(L"config.ini").c_str()); }
+    void RemoveParticipationProgram() const { ::DeleteFileW(m_product.PathOf(L"bin\\NorvikCustPartic.exe").c_str()); }
+    void OptOut() const
+    {
+        m_product.MakeFolder(L"data");
+        m_product.MakeFolder(L"data\\NorvikCustPartic");
+        m_product.WriteFile(L"data\\NorvikCustPartic\\OptedOut", "");
+    }
+    const TemporaryFolder& GetProductFolder() const { return m_product; }
+
+    class Kernel : public KVWinApi::CKernelApi
+    {
+    public:
+        explicit Kernel(Surroundings& surroundings) : m_surroundings(surroundings) {}
+        LPWSTR GetCommandLineW() override { return m_surroundings.commandLine.data(); }
+        DWORD GetTickCount() override
+        {
+            if (m_surroundings.ticks.empty())
+            {
+                return CKernelApi::GetTickCount();
+            }
+            const DWORD now = m_surroundings.ticks.front();
+            m_surroundings.ticks.pop_front();
+            return now;
+        }
+        DWORD GetFileAttributesW(LPCWSTR path) override
+        {
+            m_surroundings.attributeCalls.emplace_back(path);
+            return CKernelApi::GetFileAttributesW(path);
+        }
+        DWORD GetCurrentProcessId() override
+        {
+            m_surroundings.Record(L"own id");
+            return kOwnId;
+        }
+        HANDLE OpenProcess(DWORD access, BOOL inherit, DWORD processId) override
+        {
+            m_surroundings.Record(L"open " + std::to_wstring(access) + (inherit ? L" inheritable " : L" ") +
+                                  std::to_wstring(processId));
+            return m_surroundings.opensParent ? Parent() : nullptr;
+        }
+        BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, LPDWORD needed) override
+        {
+            m_surroundings.Record(NameOf(L"modules ", process) + L" " + std::to_wstring(size));
+            *modules = ParentModule();
+            *needed = 5 * sizeof(HMODULE);
+            return m_surroundings.listsModules ? TRUE : FALSE;
+        }
+        DWORD GetModuleFileNameExW(HANDLE process, HMODULE module, LPWSTR path, DWORD size) override
+        {
+            m_surroundings.Record(NameOf(L"path ", process) + (module == ParentModule() ? L" " : L" other ") +
+                                  std::to_wstring(size));
+            // The system fills the whole buffer when the path is longer, and leaves its end out.
+            return static_cast<DWORD>(m_surroundings.parentPath.copy(path, size));
+        }
+        BOOL CloseHandle(HANDLE handle) override
+        {
+            if (handle != Snapshot() && handle != Parent())
+            {
+                return CKernelApi::CloseHandle(handle);
+            }
+            m_surroundings.Record(NameOf(L"close ", handle));
+            return TRUE;
+        }
+        FARPROC GetProcAddress(HMODULE module, LPCSTR name) override
+        {
+            if (std::string(name) != "GetNativeSystemInfo")
+            {
+                return CKernelApi::GetProcAddress(module, name);
+            }
+            s_architecture = m_surroundings.architecture;
+            return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&GetSystemInfoOfTest));
+        }
+
+    private:
+        static std::wstring NameOf(const wchar_t* verb, HANDLE handle)
+        {
+            return verb + std::wstring(handle == Snapshot() ? L"snapshot" : handle == Parent() ? L"parent" : L"other");
+        }
+        static void WINAPI GetSystemInfoOfTest(LPSYSTEM_INFO information)
+        {
+            *information = SYSTEM_INFO{};
+            information->wProcessorArchitecture = s_architecture;
+        }
+        static inline WORD s_architecture = 0;
+        Surroundings& m_surroundings;
+    };
+
+    class ToolHlp : public KVWinApi::CToolHlpApi
+    {
+    public:
+        explicit ToolHlp(Surroundings& surroundings) : m_surroundings(surroundings) {}
+        HANDLE CreateToolhelp32Snapshot(DWORD flags, DWORD processId) override
+        {
+            m_surroundings.Record(L"snapshot " + std::to_wstring(flags) + L" " + std::to_wstring(processId));
+            return m_surroundings.takesSnapshot ? Snapshot() : INVALID_HANDLE_VALUE;
+        }
+        BOOL Process32FirstW(HANDLE snapshot, LPPROCESSENTRY32W entry) override
+        {
+            m_next = 0;
+            return Give(L"first", snapshot, entry);
+        }
+        BOOL Process32NextW(HANDLE snapshot, LPPROCESSENTRY32W entry) override
+        {
+            return Give(L"next", snapshot, entry);
+        }
+
+    private:
+        BOOL Give(const std::wstring& verb, HANDLE snapshot, LPPROCESSENTRY32W entry)
+        {
+            m_surroundings.Record(verb + (snapshot == Snapshot() ? L" " : L" other ") + std::to_wstring(entry->dwSize));
+            if (m_next >= m_surroundings.processes.size())
+            {
+                return FALSE;
+            }
+            entry->dwSize = 1; // whoever goes on has to set it again
+            entry->th32ProcessID = m_surroundings.processes[m_next].first;
+            entry->th32ParentProcessID = m_surroundings.processes[m_next].second;
+            ++m_next;
+            return TRUE;
+        }
+
+        std::size_t m_next = 0;
+        Surroundings& m_surroundings;
+    };
+
+    class Shell : public KVWinApi::CShellApi
+    {
+    public:
+        explicit Shell(Surroundings& surroundings) : m_surroundings(surroundings) {}
+        HRESULT SHGetFolderPathW(HWND window, int folder, HANDLE token, DWORD flags, LPWSTR path) override
+        {
+            m_surroundings.shellCalls.push_back((window == nullptr ? L"" : L"window ") + std::to_wstring(folder) +
+                                                (token == nullptr ? L" " : L" token ") + std::to_wstring(flags));
+            if (!m_surroundings.shellAnswers)
+            {
+                return E_FAIL;
+            }
+            const std::wstring found = L"C:\\Shell\\Folder";
+            path[found.copy(path, MAX_PATH)] = L'\0';
+            return S_OK;
+        }
+
+    private:
+        Surroundings& m_surroundings;
+    };
+
+    std::wstring commandLine = L"program.exe";
+    std::list<DWORD> ticks; // what the clock says, in order; then the system's
+    std::vector<std::pair<DWORD, DWORD>> processes = {{4, 0}, {kParentId, 4}, {kOwnId, kParentId}, {5000, kOwnId}};
+    bool takesSnapshot = true;
+    bool opensParent = true;
+    bool listsModules = true;
+    std::wstring parentPath = HostPath();
+    WORD architecture = PROCESSOR_ARCHITECTURE_AMD64;
+    bool shellAnswers = true;
+    std::vector<std::wstring> processCalls;
+    std::vector<std::wstring> attributeCalls;
+    std::vector<std::wstring> shellCalls;
+
+private:
+    void MakeProductFolder() const
+    {
+        m_product.MakeFolder(L"bin");
+        m_product.WriteFile(L"bin\\NorvikCustPartic.exe", "");
+    }
+    void Record(const std::wstring& call) { processCalls.push_back(call); }
+
+    TemporaryFolder m_product;
+    Kernel m_kernel{*this};
+    ToolHlp m_toolHlp{*this};
+    Shell m_shell{*this};
+    ScopedSubstitute<KVWinApi::IKernelApi> m_kernelSwap{KVWinApi::g_kernelApi, m_kernel};
+    ScopedSubstitute<KVWinApi::IToolHlpApi> m_toolHlpSwap{KVWinApi::g_toolHlpApi, m_toolHlp};
+    ScopedSubstitute<KVWinApi::IShellApi> m_shellSwap{KVWinApi::g_shellApi, m_shell};
+};
+} // namespace KVTest
