@@ -1,0 +1,49 @@
+// Stands in for the device centre's host. Put in the host's place it is the parent that the program looks for; put
+// anywhere else it is a stranger.
+//
+// kv_mshta FILE MILLISECONDS
+//   FILE           holds the command line of the child, UTF-16 little endian without byte-order mark, which goes to
+//                  CreateProcessW as it is. In a file, because whoever starts this program from a Unix shell has no say
+//                  in how its own arguments are quoted.
+//   MILLISECONDS   the longest time that the child may take
+//
+// Prints the child's exit code and the time from start to end in milliseconds, as 0x%08X %u, and ends with 0. Ends with
+// 1 when the child cannot be started or had to be ended.
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cwchar>
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
+
+int wmain(int argc, wchar_t** argv)
+{
+    if (argc != 3)
+    {
+        std::fputs("usage: kv_mshta FILE MILLISECONDS\n", stderr);
+        return 2;
+    }
+    try
+    {
+        const std::wstring commandLine = KVTest::ReadUtf16File(argv[1]);
+        const DWORD longestMs = std::wcstoul(argv[2], nullptr, 10);
+        const DWORD start = ::GetTickCount();
+        const KVTest::ChildProcess child(commandLine);
+        const auto exitCode = child.WaitForExit(longestMs);
+        const DWORD elapsedMs = ::GetTickCount() - start;
+        if (exitCode)
+        {
+            std::printf("0x%08lX %lu\n", static_cast<unsigned long>(*exitCode), static_cast<unsigned long>(elapsedMs));
+            return 0;
+        }
+        std::fprintf(stderr, "kv_mshta: the program did not end within %lu ms\n",
+                     static_cast<unsigned long>(longestMs));
+    }
+    catch (const std::exception& failure)
+    {
+        std::fprintf(stderr, "kv_mshta: %s\n", failure.what());
+    }
+    return 1;
+}

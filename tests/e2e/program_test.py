@@ -1,0 +1,90 @@
+"""What the black-box tests of the program share: a product of their own, and what a run of it looks like from outside."""
+
+import atexit
+import functools
+import os
+import pathlib
+import shutil
+import sys
+import tempfile
+import unittest
+
+import hits
+from collection_server import CollectionServer
+from product import HOST, Files, Product, Run
+from wine_prefix import SOURCE, PrefixPool
+
+sys.path.insert(0, str(SOURCE / "tests" / "support"))
+from certificates import make_authority, make_certificate, openssl
+
+WORK = pathlib.Path(os.environ["KV_E2E_WORK"])
+_prefixes = PrefixPool(WORK)
+atexit.register(_prefixes.close)
+
+LONGEST_WAIT_MS = 12000
+# And what a busy machine may add to it. No run takes longer.
+LONGEST_RUN_MS = 20000
+PLAIN = "[Analytics]\nUseSSL=false\n"
+
+
+@functools.cache
+def _make_certificates(host):
+    """The certificate of an authority (DER), and the file with key and certificate of that host."""
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="certificates-", dir=WORK))
+    atexit.register(shutil.rmtree, folder)
+    make_authority(folder, "authority")
+    make_certificate(folder, "server", "authority", f"DNS:{host}", -1, 2)
+    openssl(folder, "x509", "-in", "authority.pem", "-outform", "DER", "-out", "authority.der")
+    return (folder / "authority.der").read_bytes(), folder / "server.pem"
+
+
+class ProgramTest(unittest.TestCase):
+    """Each test has a new product, in a Wine prefix that nobody else uses meanwhile. Nobody has opted in yet."""
+    maxDiff = None
+
+    def setUp(self):
+        files = Files.from_environment()
+        self.prefix = _prefixes.take()
+        self.addCleanup(_prefixes.give_back, self.prefix)
+        self.product = Product(self.prefix, files)
+
+    def serve(self, **options):
+        """A collection server (see CollectionServer) to which the user's connections lead."""
+        server = CollectionServer(**options)
+        self.addCleanup(server.close)
+        self.product.send_to(server.port)
+        return server
+
+    def serve_encrypted(self):
+        """A collection server that also takes encrypted hits, with a certificate that the user trusts."""
+        authority, server = _make_certificates(self.product.files.collection_host)
+        self.product.trust(authority)
+        return self.serve(certificate=server)
+
+    def assertEnds(self, run: Run, result):
+        """The name of the result, and that it came in time."""
+        self.assertEqual(run.result, result)
+        self.assertLess(run.elapsed_ms, LONGEST_RUN_MS)
+
+    def assertSent(self, server, expected):
+        """These hits arrived, and no others; the tracked one within the longest time that a run takes."""
+        paths = [request.path for request in server.requests]
+        self.assertEqual([hits.sent(path) for path in paths], expected)
+        for path in paths:
+            self.assertRegex(hits.value_of(path, "qt") or "0", "^(0|[1-9]000|1[0-3]000)$")
+
+
+class ReportingTest(ProgramTest):
+    """The user has opted in, hits travel unencrypted, and the server takes them."""
+
+    def setUp(self):
+        super().setUp()
+        self.product.opt_in()
+        self.product.write_config(PLAIN)
+
+    def assertReports(self, arguments, expected, host=HOST, **facts):
+        """One run with these arguments sends what expected, a function of ExpectedHits, tells."""
+        server = self.serve()
+        self.assertEnds(self.product.start(arguments, host), "PROXY_S_DONE")
+        self.assertSent(server, expected(self.product.expected_hits(**facts)))
+        return server

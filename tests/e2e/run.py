@@ -1,0 +1,50 @@
+#!/usr/bin/env python3
+"""run.py [--jobs JOBS] TEST...: runs unit tests by name (module, module.Class, module.Class.test), several at a time.
+
+Most of their time the tests wait for programs that wait themselves. Each has its own Wine prefix and its own server, so
+they need not wait for each other. Ends with 1 when a test fails or when there is none of that name.
+"""
+
+import argparse
+import concurrent.futures
+import sys
+import time
+import unittest
+
+sys.dont_write_bytecode = True # the folder of the sources stays clean
+
+
+def tests_of(suite):
+    for entry in suite:
+        if isinstance(entry, unittest.TestSuite):
+            yield from tests_of(entry)
+        else:
+            yield entry
+
+
+def run(test):
+    result = unittest.TestResult()
+    start = time.monotonic()
+    test.run(result)
+    seconds = time.monotonic() - start
+    failures = [text for _, text in result.failures + result.errors + result.skipped]
+    verdict = f"{'FAILED' if failures else 'passed'}  {test.id()}  {seconds:.1f} s"
+    sys.stdout.write("\n".join([verdict, *failures]) + "\n") # in one piece: other threads write too
+    sys.stdout.flush()
+    return not failures
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Runs unit tests, several at a time.")
+    parser.add_argument("--jobs", type=int, default=4)
+    parser.add_argument("tests", nargs="+")
+    arguments = parser.parse_args()
+    tests = list(tests_of(unittest.defaultTestLoader.loadTestsFromNames(arguments.tests)))
+    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as executor:
+        passed = list(executor.map(run, tests))
+    print(f"{sum(passed)} of {len(tests)} tests passed")
+    return 0 if tests and all(passed) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

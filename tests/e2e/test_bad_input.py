@@ -1,0 +1,216 @@
+"""What nobody should do to the program: it ends with a documented result, in time, without a crash or a message box.
+
+A crash would be an exit code that is none of the results, a message box a run that does not end."""
+
+import os
+
+import hits
+from product import LOGGING_KEY, make_file
+from program_test import PLAIN, ReportingTest
+
+USER_SHELL_FOLDERS = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders"
+SHELL_FOLDERS = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"
+COMMON_SHELL_FOLDERS = "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders"
+
+
+class ConfigurationTests(ReportingTest):
+    """Whatever cannot be read counts as a file without any key."""
+
+    def assertDefaults(self):
+        server = self.serve_encrypted()
+        self.assertEnds(self.product.start("/linkid L1"), "PROXY_S_DONE")
+        self.assertSent(server, self.product.expected_hits("3").link_run("L1", "Unknown"))
+        self.assertTrue(all(request.is_encrypted for request in server.requests))
+
+    def test_missing(self):
+        self.config().unlink()
+        self.assertDefaults()
+
+    def test_folder_in_its_place(self):
+        self.config().unlink()
+        self.config().mkdir()
+        self.assertDefaults()
+
+    def test_binary(self):
+        self.product.write_config(bytes(range(256)) * 300)
+        self.assertDefaults()
+
+    def test_zeros(self):
+        self.product.write_config(b"\0" * 5000)
+        self.assertDefaults()
+
+    def test_byte_order_mark_and_nothing_else(self):
+        self.product.write_config(b"\xff\xfe")
+        self.assertDefaults()
+
+    def test_section_that_is_cut_off(self):
+        self.product.write_config(b"[Analytics\r\nUseSSL=false\r\nPropertyIDPrefix=X")
+        self.assertDefaults()
+
+    def config(self):
+        return self.prefix.path("C:\\Product\\config.ini")
+
+
+class ConfigurationValueTests(ReportingTest):
+    def test_very_long_values(self):
+        """The whole value arrives: no part of the way has a bound below it."""
+        prefix, model = "P" * 5000, "M" * 5000
+        self.product.write_config(PLAIN + f"PropertyIDPrefix={prefix}\n[DeviceInfo]\nModelName={model}\n")
+        server = self.serve()
+        self.assertEnds(self.product.start("/linkid L1"), "PROXY_S_DONE")
+        self.assertSent(server, self.product.expected_hits(prefix + "3").link_run("L1", model))
+
+    def test_binary_behind_the_values(self):
+        self.product.write_config(PLAIN.replace("\n", "\r\n").encode("ascii") + bytes(range(1, 256)) * 100)
+        self.assertReports("/tabid Scan", lambda expected: expected.screen_run("Scan"))
+
+
+class AbsurdCommandLineTests(ReportingTest):
+    def assertDone(self, command_line, own_hits):
+        """Some run of that many hits."""
+        server = self.serve()
+        self.product.place_host()
+        self.assertEnds(self.product.start_command_line(command_line), "PROXY_S_DONE")
+        self.assertEqual(len(server.requests), own_hits)
+        return server
+
+    def test_program_path_alone_without_quotes(self):
+        self.assertDone(self.product.program, 3)
+
+    def test_very_long_link(self):
+        """As long as a link can be without the whole command line being longer than the system allows."""
+        link = "L" * (32000 - len(self.product.command_line("/linkid ")))
+        server = self.serve()
+        self.product.place_host()
+        self.assertEnds(self.product.start_command_line(self.product.command_line(f"/linkid {link}")), "PROXY_S_DONE")
+        self.assertEqual(len(server.requests) + len(self.product.queued_hits()), 4)
+        all_hits = [hits.sent(request.path) for request in server.requests] + \
+            [hits.stored(hit) for hit in self.product.queued_hits()]
+        self.assertEqual(all_hits, self.product.expected_hits().link_run(link))
+
+    def test_many_switches(self):
+        switches = " ".join(f"/s{number} {number}" for number in range(2500))
+        self.assertDone(self.product.command_line(f"{switches} /linkid L1"), 4)
+
+    def test_nothing_but_slashes(self):
+        self.assertDone(self.product.command_line("/ " * 5000), 3)
+
+    def test_quotes_without_an_end(self):
+        server = self.assertDone(self.product.command_line('/linkid "L1 /tabid T1'), 4)
+        self.assertSent(server, self.product.expected_hits().link_run("L1%20/tabid%20T1"))
+
+    def test_nothing_but_quotes(self):
+        self.assertDone(self.product.command_line('"' * 999), 3)
+
+    def test_backslashes_before_a_quote(self):
+        self.assertDone(self.product.command_line("/tabid " + "\\" * 9 + '"T'), 4)
+
+    def test_control_characters(self):
+        """What the system makes of them in an address is its own affair; the tracked hit is one hit nevertheless."""
+        self.assertDone(self.product.command_line("/tabid a" + "".join(map(chr, range(1, 9))) + "b"), 4)
+
+    def test_line_end_in_a_value(self):
+        """The value goes out as it is, so the tracked hit is no proper request and is lost. The others are not."""
+        server = self.serve()
+        self.assertEnds(self.product.start('/tabid "a\r\nb"'), "PROXY_S_DONE")
+        expected = self.product.expected_hits().screen_run("a")
+        self.assertSent(server, expected[:2] + expected[3:])
+
+    def test_characters_beyond_the_code_page(self):
+        self.assertDone(self.product.command_line("/linkid \u4e2d\u6587\U0001f600"), 4)
+
+    def test_half_a_character(self):
+        self.assertDone(self.product.command_line("/linkid a\ud800b"), 4)
+
+
+class FolderTests(ReportingTest):
+    def test_data_folder_that_does_not_exist(self):
+        self.product.write_config(PLAIN + "[Directories]\nDataFolder=C:\\No\\Such\\Folder\n")
+        self.assertReports("/tabid Scan", lambda expected: expected.screen_run("Scan"))
+
+    def test_data_folder_that_is_no_path(self):
+        self.product.write_config(PLAIN + '[Directories]\nDataFolder=|<>?*:"\n')
+        self.assertReports("/tabid Scan", lambda expected: expected.screen_run("Scan"))
+
+    def test_no_common_application_data(self):
+        self.prefix.import_registry(f"[{COMMON_SHELL_FOLDERS}]", '"Common AppData"="Q:\\\\None"')
+        self.assertReports("/tabid Scan", lambda expected: expected.screen_run("Scan"))
+
+    def assertInitFails(self):
+        server = self.serve()
+        self.assertEnds(self.product.start("/linkid a"), "PROXY_E_INIT_FAILED")
+        self.assertEqual(server.connections, 0)
+
+    def test_no_local_application_data(self):
+        self.prefix.import_registry(f"[{USER_SHELL_FOLDERS}]", '"Local AppData"="Q:\\\\None"')
+        self.assertInitFails()
+
+    def test_file_in_place_of_local_application_data(self):
+        folder = self.prefix.local_app_data
+        os.rename(folder, folder.with_name("Elsewhere"))
+        make_file(folder)
+        self.assertInitFails()
+
+    def test_profile_folder_that_cannot_be_written(self):
+        """A file stands where the client's folder should be."""
+        make_file(self.product.client_folder)
+        self.assertInitFails()
+
+    def test_profile_that_is_binary(self):
+        make_file(self.product.profile_file, bytes(range(256)) * 50)
+        server = self.serve()
+        self.assertEnds(self.product.start("/tabid Scan"), "PROXY_S_DONE")
+        self.assertEqual(len(server.requests), 4)
+
+    def test_queue_file_that_is_a_folder(self):
+        self.product.queue_file.mkdir(parents=True)
+        server = self.serve()
+        self.assertEnds(self.product.start("/tabid Scan"), "PROXY_S_DONE")
+        self.assertSent(server, self.product.expected_hits().screen_run("Scan"))
+
+
+class BinaryQueueTests(ReportingTest):
+    def test_queue_file_that_is_binary(self):
+        """Each line is sent as it is, or refused by the system; the run ends in any case."""
+        make_file(self.product.queue_file, bytes(range(256)) * 4)
+        server = self.serve()
+        self.assertEnds(self.product.start("/tabid Scan"), "PROXY_S_DONE")
+
+
+class LoggingTests(ReportingTest):
+    """A trace log that cannot be written changes nothing."""
+
+    def assertReportsScreen(self):
+        self.assertReports("/tabid Scan", lambda expected: expected.screen_run("Scan"))
+
+    def test_values_of_wrong_types(self):
+        self.product.set_logging(f"[{LOGGING_KEY}]", '"LogFileName"=dword:00000007', '"LogCategories"="everything"',
+                                    '"LogOptions"=hex:ff', '"LogInfoDetailLevel"=hex(7):41,00,00,00,00,00',
+                                    '"LogParmsPollTime"="soon"',
+                                    f"[{LOGGING_KEY}\\KVAnalyticsProxy.exe]", '"ExtMonitorCLSID"=dword:00000001',
+                                    '"ExtMonitorFlags"="all"')
+        self.assertReportsScreen()
+
+    def test_monitor_that_does_not_exist(self):
+        self.product.log_to("C:\\trace.log", 0x66000FF0, 0x2F600000)
+        self.product.set_logging(f"[{LOGGING_KEY}\\KVAnalyticsProxy.exe]",
+                                    '"ExtMonitorCLSID"="{01234567-89AB-CDEF-0123-456789ABCDEF}"',
+                                    '"ExtMonitorFlags"=dword:00000007')
+        self.assertReportsScreen()
+
+    def test_file_in_a_folder_that_does_not_exist(self):
+        self.product.log_to("C:\\No\\Such\\Folder\\trace.log", 0x66000FF0, 0x2F600000)
+        self.assertReportsScreen()
+
+    def test_folder_in_place_of_the_file(self):
+        self.prefix.path("C:\\trace.log").mkdir()
+        self.product.log_to("C:\\trace.log", 0x66000FF0, 0x2F600000)
+        self.assertReportsScreen()
+
+    def test_name_that_is_no_path(self):
+        self.product.log_to('|<>"?*', 0x66000FF0, 0x2F600000)
+        self.assertReportsScreen()
+
+    def test_very_long_name(self):
+        self.product.log_to("C:\\" + "a" * 2000, 0x66000FF0, 0x2F600000)
+        self.assertReportsScreen()

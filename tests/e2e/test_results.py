@@ -1,0 +1,56 @@
+"""Every result as the parent sees it, all 32 bits. PROXY_E_START_FAILED has no test here: the engine starts whenever it
+could be initialised, so nothing from outside brings it about."""
+
+from product import HOST, make_file
+from program_test import ReportingTest
+
+
+class ResultTests(ReportingTest):
+    def test_done(self):
+        self.serve()
+        self.assertEqual(self.product.start("/linkid a").exit_code, 0x03E8C0FB)
+
+    def test_not_opted_in(self):
+        self.product.opt_out()
+        self.assertEqual(self.product.start("/linkid a").exit_code, 0x03E8C0FF)
+
+    def test_not_called_by_lumo(self):
+        self.assertEqual(self.product.start("/linkid a", "C:\\stranger.exe").exit_code, 0x83E8C0FE)
+
+    def assertInitFails(self):
+        server = self.serve()
+        self.assertEqual(self.product.start("/linkid a").exit_code, 0x83E8C0FC)
+        self.assertEqual(server.connections, 0)
+
+    def test_init_failed_for_a_profile_that_is_a_folder(self):
+        self.product.profile_file.mkdir(parents=True)
+        self.assertInitFails()
+
+    def test_init_failed_for_a_folder_that_is_a_file(self):
+        make_file(self.prefix.local_app_data / "Norvik")
+        self.assertInitFails()
+
+
+class StandInTests(ReportingTest):
+    """The stand-in of the host sees what the other tests rely on."""
+
+    def start_ending(self, arguments):
+        self.product.place_host()
+        return self.product.start_command_line(f'"Z:{self.product.files.ending}" {arguments}')
+
+    def test_all_bits_of_an_exit_code(self):
+        for code in (0, 1, 0x03E8C0FB, 0x83E8C0FE, 0xFFFFFFFF):
+            self.assertEqual(self.start_ending(hex(code)).exit_code, code)
+
+    def test_crash(self):
+        self.assertEqual(self.start_ending("crash").exit_code, 0xC0000005)
+
+    def test_program_that_does_not_exist(self):
+        self.product.place_host()
+        with self.assertRaisesRegex(RuntimeError, "kv_mshta: the process cannot be started"):
+            self.product.start_command_line("C:\\none.exe", HOST)
+
+    def test_program_that_does_not_end(self):
+        self.product.place_host()
+        with self.assertRaisesRegex(RuntimeError, "kv_mshta: the program did not end within 500 ms"):
+            self.product.start_command_line(f'"Z:{self.product.files.ending}" hang', longest_ms=500)

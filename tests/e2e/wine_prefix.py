@@ -1,0 +1,262 @@
+"""Wine prefixes for black-box tests: each test has one to itself, with nothing in it that another test left."""
+
+import hashlib
+import os
+import pathlib
+import re
+import shutil
+import stat
+import subprocess
+import tempfile
+import threading
+
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+# A prefix that nobody stops, because the test's own process was killed, ends itself after this.
+LINGER_SECONDS = 60
+PROGRAM_SECONDS = 45
+# A file of Wine's own of this size or more is shared by all prefixes and never written.
+SHARED_BYTES = 65536
+
+
+def to_windows(path):
+    """The name by which programs know a file of this machine."""
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def registry_text(text):
+    """A value as it stands in a .reg file."""
+    return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
+
+
+def _environment():
+    """What the user of this machine has set must not reach the programs under test."""
+    environment = {name: value for name, value in os.environ.items()
+                   if name.lower() not in ("http_proxy", "https_proxy", "all_proxy", "no_proxy", "tz")}
+    environment["KV_WINE_TIMEOUT"] = str(PROGRAM_SECONDS)
+    return environment
+
+
+def _wine(tree, *arguments):
+    """The exit code of scripts/wine, and its output in text."""
+    done = subprocess.run([SOURCE / "scripts" / "wine", tree, *arguments], env=_environment(), stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=PROGRAM_SECONDS + 120, check=False,
+                          text=True, errors="replace")
+    return done.returncode, done.stdout
+
+
+def _wine_succeeding(tree, *arguments):
+    """The output of scripts/wine, and an error when it fails."""
+    status, output = _wine(tree, *arguments)
+    if _has_stumbled(status, output):
+        status = 0
+    if status != 0:
+        raise RuntimeError(f"wine {' '.join(map(str, arguments))} ended with {status}: {output}")
+    return output
+
+
+def _has_stumbled(status, output):
+    """On a busy machine the process in which Wine has run a program now and then stumbles over its own end, after the
+    program has ended in good order. Nothing but the program's exit code is lost."""
+    return status == 127 and "Inconsistency detected by ld.so" in output
+
+
+class WinePrefix:
+    """A prefix with its server running, gone with all its processes when it is closed.
+
+    work: folder for the template, which the first prefix makes, and for the prefixes.
+    """
+
+    def __init__(self, work):
+        work = pathlib.Path(work)
+        template = work / "template"
+        template.mkdir(parents=True, exist_ok=True)
+        _wine_succeeding(template, "create")
+        self._tree = pathlib.Path(tempfile.mkdtemp(prefix="prefix-", dir=work))
+        self.folder = self._tree / "wine-prefix"
+        self._undo = []
+        self._is_spoilt = False
+        try:
+            _copy(template / "wine-prefix", self.folder)
+            self.start()
+        except BaseException:
+            self.close()
+            raise
+        self._files = self._list_files()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    @property
+    def scratch(self):
+        """A folder that goes with the prefix and is no part of it."""
+        return self._tree
+
+    @property
+    def drive_c(self):
+        return self.folder / "drive_c"
+
+    @property
+    def local_app_data(self):
+        """The user's local application data."""
+        user, = (entry for entry in (self.drive_c / "users").iterdir() if entry.name != "Public")
+        return user / "AppData" / "Local"
+
+    def path(self, windows_path):
+        """The file that programs know by this name, which must be on drive C."""
+        drive, rest = windows_path[:3], windows_path[3:]
+        if drive.lower() != "c:\\":
+            raise ValueError(f"{windows_path} is not on drive C")
+        return self.drive_c / rest.replace("\\", "/")
+
+    def start(self):
+        """Makes programs start fast; without it each starts the whole system first."""
+        self._wine("start", str(LINGER_SECONDS))
+
+    def stop(self):
+        """Ends every process of the prefix, and with them writes the registry to its files."""
+        self.spoil()
+        self._wine("stop")
+
+    def close(self):
+        self.stop()
+        shutil.rmtree(self._tree, ignore_errors=True)
+
+    def run(self, *command):
+        """The output of a program that must end with 0."""
+        return self._wine("run", *command)
+
+    def run_for_status(self, *command):
+        """The eight bits of a program's exit code that a Unix shell sees."""
+        for _ in range(5):
+            status, output = _wine(self._tree, "run", *command)
+            if not _has_stumbled(status, output):
+                return status
+        raise RuntimeError(f"wine {' '.join(command)} lost the exit code each time")
+
+    def import_registry(self, *lines, undo=None):
+        """Lines of a .reg file below its first one, and those that take back what they do."""
+        if undo is None:
+            self.spoil()
+        elif undo not in self._undo:
+            self._undo.append(undo)
+        file = self._tree / "import.reg"
+        file.write_text("Windows Registry Editor Version 5.00\n\n" + "\n".join(lines) + "\n", encoding="utf-16")
+        self.run("regedit", "/S", to_windows(file))
+
+    def spoil(self):
+        """For who does something that restore() cannot take back."""
+        self._is_spoilt = True
+
+    def restore(self):
+        """Takes back what has been done to files and registry. False when the prefix is not to be used again."""
+        if self._is_spoilt:
+            return False
+        if self._undo:
+            self.import_registry(*(line for lines in self._undo for line in lines), undo=self._undo[0])
+            self._undo.clear()
+        self._remove_new_files()
+        return self._list_files() == self._files
+
+    def _remove_new_files(self):
+        for name in self._list_files().keys() - self._files.keys():
+            path = self.folder / name
+            if path.is_dir() and not path.is_symlink():
+                shutil.rmtree(path)
+            else:
+                path.unlink(missing_ok=True) # it may have gone with its folder
+
+    def _list_files(self):
+        """What can be told without reading, of all but the registry files, which are written at any time."""
+        facts = {}
+        for folder, folders, files in os.walk(self.folder):
+            for name in folders + [file for file in files if not file.endswith(".reg")]:
+                path = os.path.join(folder, name)
+                status = os.lstat(path)
+                is_file = stat.S_ISREG(status.st_mode)
+                facts[os.path.relpath(path, self.folder)] = (status.st_mode, is_file and status.st_size,
+                                                             is_file and status.st_mtime_ns)
+        return facts
+
+    def _wine(self, *arguments):
+        try:
+            return _wine_succeeding(self._tree, *arguments)
+        except BaseException:
+            self.spoil()
+            raise
+
+    def snapshot(self):
+        """Everything that the prefix holds, as {name: facts}; its server must have been stopped.
+
+        Facts of a file are its size, its time and a hash; of Wine's own images, which all prefixes share, size and time
+        only. A registry file counts by what it says, without the times that Wine renews whenever it starts.
+        """
+        facts = {}
+        for folder, folders, files in os.walk(self.folder):
+            for name in folders + files:
+                path = pathlib.Path(folder, name)
+                facts[str(path.relative_to(self.folder))] = self._facts(path)
+        return facts
+
+    @staticmethod
+    def _facts(path):
+        if path.is_symlink():
+            return ("link", os.readlink(path))
+        status = path.stat()
+        if path.is_dir():
+            return ("folder",)
+        if path.suffix == ".reg":
+            return ("registry", _without_times(path.read_bytes()))
+        content = "" if status.st_nlink > 1 else hashlib.sha256(path.read_bytes()).hexdigest()
+        return ("file", status.st_size, status.st_mtime_ns, content)
+
+
+def _copy(source, target):
+    """Copies a prefix whose server does not run. Links into its home lead into the copy's own."""
+
+    def copy_file(file, copy):
+        if os.stat(file).st_size >= SHARED_BYTES and "/drive_c/" in file:
+            os.link(file, copy)
+        else:
+            shutil.copy2(file, copy)
+
+    shutil.copytree(source, target, symlinks=True, copy_function=copy_file)
+    for folder, folders, _ in os.walk(target):
+        for link in (pathlib.Path(folder, name) for name in folders):
+            if link.is_symlink() and os.readlink(link) == str(source / "home"):
+                link.unlink()
+                link.symlink_to(target / "home")
+
+
+def _without_times(registry):
+    """Of keys, and of the display driver, which is set up anew with each desktop."""
+    registry = re.sub(rb'(?m)^(#time=|"DriverDateData"=hex:)[0-9a-f,]+\n', b"", registry)
+    return re.sub(rb"(?m)^(\[.*\]) [0-9]+$", rb"\1", registry)
+
+
+class PrefixPool:
+    """Prefixes that are used one after another, by several threads. As many as are in use at a time are made."""
+
+    def __init__(self, work):
+        self._work = work
+        self._lock = threading.Lock()
+        self._idle = []
+
+    def take(self):
+        with self._lock:
+            if self._idle:
+                return self._idle.pop()
+        return WinePrefix(self._work)
+
+    def give_back(self, prefix):
+        if prefix.restore():
+            with self._lock:
+                self._idle.append(prefix)
+        else:
+            prefix.close()
+
+    def close(self):
+        while self._idle:
+            self._idle.pop().close()
