@@ -40,8 +40,17 @@ else()
         -Wl,--dynamicbase,--high-entropy-va,--nxcompat
         -Wl,--no-insert-timestamp
         -Wl,--gc-sections
-        $<$<CONFIG:Release>:-s>
+        $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:KV_SEPARATE_SYMBOLS>>>>:-s>
     )
+endif()
+
+# kv_debug_symbols: what is delivered is compiled with debug information, linked PRIVATE. The libraries lose it when they
+# are installed, and the program by kv_separate_symbols.
+add_library(kv_debug_symbols INTERFACE)
+if(MSVC)
+    target_compile_options(kv_debug_symbols INTERFACE $<$<CONFIG:Release>:/Z7>)
+else()
+    target_compile_options(kv_debug_symbols INTERFACE $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-g>)
 endif()
 
 if(KV_CHECKED)
@@ -55,6 +64,31 @@ if(KV_COVERAGE)
     target_compile_options(kv_build_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:--coverage>)
     target_link_options(kv_build_options INTERFACE --coverage)
 endif()
+
+# kv_separate_symbols(TARGET)
+#
+# Leaves the program in the configuration Release as it is delivered, without symbols, and puts these beside it: into
+# TARGET.exe.debug, which the program names with a check sum, or TARGET.pdb.
+function(kv_separate_symbols target)
+    if(MSVC)
+        # /DEBUG alone would keep unused code. The program names the file without its folder.
+        target_link_options(${target} PRIVATE
+            $<$<CONFIG:Release>:/DEBUG /OPT:REF /OPT:ICF /INCREMENTAL:NO /PDBALTPATH:%_PDB%>)
+        return()
+    endif()
+    set(symbols $<TARGET_FILE_NAME:${target}>.debug)
+    set_target_properties(${target} PROPERTIES KV_SEPARATE_SYMBOLS ON)
+    if(CMAKE_BUILD_TYPE STREQUAL "Release")
+        # --preserve-dates keeps the image's own time stamp, which is none; without it each build is another.
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols}
+            COMMAND ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols}
+                $<TARGET_FILE_NAME:${target}>
+            WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}>
+            BYPRODUCTS ${target}.exe.debug
+            VERBATIM)
+    endif()
+endfunction()
 
 set(KV_CLANG_TIDY_COMMAND "")
 if(KV_CLANG_TIDY)
@@ -73,4 +107,10 @@ if(KV_CLANG_TIDY)
             list(APPEND KV_CLANG_TIDY_COMMAND --extra-arg=-isystem${folder})
         endif()
     endforeach()
+endif()
+
+# The tests' share is the larger one, more than a check has time for: a preset of its own asks for it.
+set(KV_TEST_CLANG_TIDY_COMMAND "")
+if(KV_CLANG_TIDY_TESTS)
+    set(KV_TEST_CLANG_TIDY_COMMAND "${KV_CLANG_TIDY_COMMAND}")
 endif()

@@ -1,17 +1,43 @@
-# kv_add_library(NAME SOURCES file... HEADERS file... [LINK library...])
+# kv_add_library(NAME SOURCES file... [HEADERS file...] [INTERNAL_HEADERS file...] [LINK library...])
 #
 # Defines the static library kv_NAME with the alias KV::NAME. Includes are written from the repository root. Each header
 # is proven to compile alone by the target all_verify_interface_header_sets.
+#
+# HEADERS are what other programs may include, and what those headers include themselves: they are installed. A library
+# that has such headers is part of the package of KvPackage.cmake, under the same name KV::NAME. INTERNAL_HEADERS are for
+# this tree only.
 function(kv_add_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;INTERNAL_HEADERS;LINK")
     set(target kv_${name})
     add_library(${target} STATIC ${arg_SOURCES})
     add_library(KV::${name} ALIAS ${target})
-    target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
     target_compile_features(${target} PUBLIC cxx_std_20)
-    target_link_libraries(${target} PUBLIC ${arg_LINK} PRIVATE kv_build_options)
-    set_target_properties(${target} PROPERTIES
-        VERIFY_INTERFACE_HEADER_SETS ON
-        CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}"
-    )
+    target_link_libraries(${target} PUBLIC ${arg_LINK} PRIVATE kv_build_options kv_debug_symbols)
+    # A static library would hand on what it links privately. How a program is compiled and linked is up to the program.
+    set_target_properties(${target} PROPERTIES INTERFACE_LINK_LIBRARIES "${arg_LINK}")
+    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
+    if(arg_HEADERS)
+        target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
+        set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON EXPORT_NAME ${name})
+        list(TRANSFORM arg_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+        set_property(GLOBAL APPEND PROPERTY KV_PUBLIC_HEADERS ${arg_HEADERS})
+        install(TARGETS ${target} EXPORT KVAnalyticsTargets
+            ARCHIVE DESTINATION lib COMPONENT development
+            FILE_SET HEADERS DESTINATION include COMPONENT development)
+        if(NOT MSVC)
+            # The library is compiled with stack protector and checked copies, which need a library behind them. In this tree
+            # kv_build_options brings it.
+            target_link_options(${target} INTERFACE $<INSTALL_INTERFACE:-fstack-protector-strong>)
+        endif()
+    else()
+        target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+    endif()
+    if(arg_INTERNAL_HEADERS)
+        # A target of their own: the file sets of a library that is exported must all be installed.
+        add_library(${target}_internal INTERFACE)
+        target_sources(${target}_internal
+            INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_INTERNAL_HEADERS})
+        target_link_libraries(${target}_internal INTERFACE ${target})
+        set_target_properties(${target}_internal PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+    endif()
 endfunction()

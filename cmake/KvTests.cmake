@@ -39,27 +39,47 @@ function(kv_add_test_program name)
     add_executable(${name} ${arg_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${arg_LINK} kv_build_options)
-    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}")
     if(MINGW)
         target_link_options(${name} PRIVATE -municode)
     endif()
 endfunction()
 
-# kv_add_tests(NAME SOURCES file... [LINK library...] [LABELS label...])
+# kv_add_version_file(NAME)
+#
+# Defines the library kv_version_NAME.dll, which stands beside the test programs and holds nothing but the version
+# resource VersionResources/NAME.rc.
+function(kv_add_version_file name)
+    add_library(kv_version_${name} MODULE ${PROJECT_SOURCE_DIR}/tests/support/EmptyLibrary.cpp
+        VersionResources/${name}.rc)
+    target_link_libraries(kv_version_${name} PRIVATE kv_build_options)
+    set_target_properties(kv_version_${name} PROPERTIES
+        PREFIX ""
+        LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
+        CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}"
+    )
+endfunction()
+
+# kv_add_tests(NAME SOURCES file... [LINK library...] [LABELS label...] [RESOURCE_LOCK resource])
 #
 # Defines the test program NAME and registers each of its tests with CTest. Every test runs in a process of its own,
-# because the system under test keeps process-wide state.
+# because the system under test keeps process-wide state. Tests with the same resource do not run at the same time.
 function(kv_add_tests name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;LABELS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "RESOURCE_LOCK" "SOURCES;LINK;LABELS")
     add_executable(${name} ${arg_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_support gmock kv_build_options)
-    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}")
+    set(properties)
+    if(arg_RESOURCE_LOCK) # an empty value would vanish, and the name of the next property take its place
+        list(APPEND properties RESOURCE_LOCK ${arg_RESOURCE_LOCK})
+    endif()
     gtest_discover_tests(${name}
         NO_PRETTY_VALUES
         DISCOVERY_MODE PRE_TEST
         DISCOVERY_TIMEOUT 120
         PROPERTIES
+            ${properties}
             TIMEOUT ${KV_TEST_TIMEOUT}
             ENVIRONMENT KV_WINE_TIMEOUT=${KV_TEST_PROGRAM_TIMEOUT}
             FIXTURES_REQUIRED "${KV_TEST_FIXTURES}"

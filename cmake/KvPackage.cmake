@@ -1,0 +1,95 @@
+# What is installed and packed. Two components:
+#
+#   development  the package KVAnalytics for find_package: headers, static libraries, their guide and examples
+#   program      the proxy as it goes into a product folder, with sample settings, documents and debug symbols
+#
+# cmake --install installs both, or one with --component; cpack makes a zip of each.
+
+if(KV_CHECKED OR KV_COVERAGE)
+    return() # see the top CMakeLists.txt: these are not installed
+endif()
+
+include(CMakePackageConfigHelpers)
+
+set(KV_PACKAGE_FOLDER lib/cmake/KVAnalytics)
+set(KV_DOCUMENT_FOLDER share/KVAnalytics)
+
+if(MSVC)
+    set(KV_PACKAGE_COMPILER msvc)
+    set(KV_PACKAGE_COMPILER_TEST MSVC)
+else()
+    set(KV_PACKAGE_COMPILER mingw-w64)
+    set(KV_PACKAGE_COMPILER_TEST MINGW)
+endif()
+configure_package_config_file(cmake/KVAnalyticsConfig.cmake.in KVAnalyticsConfig.cmake
+    INSTALL_DESTINATION ${KV_PACKAGE_FOLDER}
+    NO_SET_AND_CHECK_MACRO)
+# A new major version may change or remove what there is, any other version only adds.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(EXPORT KVAnalyticsTargets NAMESPACE KV:: DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/KVAnalyticsConfig.cmake ${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake
+    DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
+
+if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    # Debug information, which names paths of the build machine, is for the program's symbol file only.
+    install(CODE "
+        file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
+        execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
+            COMMAND_ERROR_IS_FATAL ANY)"
+        COMPONENT development)
+endif()
+
+# The guide and the examples stand beside each other as they do in this tree, so that the guide's links lead somewhere.
+install(FILES
+    docs/logging.md
+    docs/measurement-protocol.md
+    docs/printer-inventory.md
+    docs/request-queue.md
+    docs/using-the-libraries.md
+    DESTINATION ${KV_DOCUMENT_FOLDER}/docs COMPONENT development)
+install(FILES
+    examples/CMakeLists.txt
+    examples/client_alone.cpp
+    examples/mingw-w64.cmake
+    examples/track_everything.cpp
+    examples/track_everything.rc
+    DESTINATION ${KV_DOCUMENT_FOLDER}/examples COMPONENT development)
+
+# The program finds config.ini in the folder above its own.
+install(TARGETS KVAnalyticsProxy RUNTIME DESTINATION bin COMPONENT program)
+if(MSVC)
+    install(FILES $<TARGET_PDB_FILE:KVAnalyticsProxy> DESTINATION symbols COMPONENT program OPTIONAL)
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+    install(FILES $<TARGET_FILE:KVAnalyticsProxy>.debug DESTINATION symbols COMPONENT program)
+endif()
+install(FILES
+    docs/configuration.md
+    docs/logging.md
+    docs/measurement-protocol.md
+    docs/request-queue.md
+    docs/security.md
+    DESTINATION docs COMPONENT program)
+# What people open by a double click has the line ends of Windows.
+function(kv_install_text file name folder)
+    configure_file(packaging/${file} ${PROJECT_BINARY_DIR}/packaging/${name} @ONLY NEWLINE_STYLE CRLF)
+    install(FILES ${PROJECT_BINARY_DIR}/packaging/${name} DESTINATION ${folder} COMPONENT program)
+endfunction()
+kv_install_text(readme.txt.in readme.txt .)
+kv_install_text(config.ini config.ini .)
+foreach(switch on on-brief off)
+    kv_install_text(logging-${switch}.reg logging-${switch}.reg docs)
+endforeach()
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
+set(CPACK_PACKAGE_VENDOR ${KV_COMPANY_NAME})
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_COMPONENTS_ALL program development)
+set(CPACK_COMPONENTS_GROUPING IGNORE) # a zip for each
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF) # unpacked into the product folder, or any prefix
+set(CPACK_ARCHIVE_PROGRAM_FILE_NAME KVAnalyticsProxy-${PROJECT_VERSION}-x64)
+set(CPACK_ARCHIVE_DEVELOPMENT_FILE_NAME KVAnalytics-${PROJECT_VERSION}-x64-${KV_PACKAGE_COMPILER})
+set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-x64)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

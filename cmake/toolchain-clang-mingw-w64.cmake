@@ -1,0 +1,15 @@
+# The cross build of toolchain-mingw-w64.cmake with clang and lld in place of g++ and its linker: a second opinion on the
+# code. Headers, standard library and start-up code stay mingw-w64's (posix threads).
+
+include(${CMAKE_CURRENT_LIST_DIR}/toolchain-mingw-w64.cmake)
+
+find_program(KV_CLANG NAMES clang-19 clang REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+find_program(KV_CLANGXX NAMES clang++-19 clang++ REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+set(CMAKE_C_COMPILER ${KV_CLANG})
+set(CMAKE_CXX_COMPILER ${KV_CLANGXX})
+set(CMAKE_C_COMPILER_TARGET ${KV_MINGW_TRIPLE})
+set(CMAKE_CXX_COMPILER_TARGET ${KV_MINGW_TRIPLE})
+# The standard library's threads rest on winpthread, which clang links on request only.
+string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -fuse-ld=lld -pthread")
+string(APPEND CMAKE_SHARED_LINKER_FLAGS_INIT " -fuse-ld=lld -pthread")
+string(APPEND CMAKE_MODULE_LINKER_FLAGS_INIT " -fuse-ld=lld -pthread")

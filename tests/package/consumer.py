@@ -1,0 +1,61 @@
+"""Programs that other people build with the installed package."""
+
+import os
+import pathlib
+import re
+import shutil
+
+import place
+
+
+class Consumer:
+    """A folder with sources, built with the package, a toolchain file and nothing else."""
+
+    def __init__(self, name):
+        self.folder = place.folder() / name
+        self.build_folder = self.folder / "build"
+
+    def make(self, files):
+        """Starts anew with these files, {name: content}."""
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir()
+        for name, content in files.items():
+            (self.folder / name).write_text(content, encoding="utf-8")
+
+    def copy(self, folder):
+        """Starts anew with a copy of that folder."""
+        shutil.rmtree(self.folder, ignore_errors=True)
+        shutil.copytree(folder, self.folder)
+
+    def configure(self, toolchain="mingw-w64.cmake"):
+        return place.run("cmake", "-S", ".", "-B", "build", "-G", "Ninja", "--toolchain", toolchain,
+                         f"-DCMAKE_PREFIX_PATH={place.package()}", folder=self.folder)
+
+    def build(self):
+        place.run("cmake", "--build", "build", folder=self.folder)
+
+    def program(self, name):
+        return self.build_folder / f"{name}.exe"
+
+    def strangers(self):
+        """The files that the build has read and that belong neither to the consumer nor to the package nor to the compiler."""
+        read = place.run("ninja", "-t", "deps", folder=self.build_folder)
+        read = [line.strip() for line in read.splitlines() if line.startswith("    ")]
+        linked = place.run("ninja", "-t", "inputs", "all", folder=self.build_folder).splitlines()
+        return sorted(path for path in {self._absolute(name) for name in read + linked} if is_strange(path))
+
+    def _absolute(self, name):
+        # Ninja quotes names for the shell.
+        return os.path.normpath(self.build_folder / name.strip("'"))
+
+
+def is_strange(path):
+    path = pathlib.Path(path)
+    own = any(folder in path.parents for folder in (place.folder(), place.SYSTEM))
+    return not own or place.SOURCE in path.parents or place.BUILD in path.parents
+
+
+def guide_files():
+    """The files of the guide: each stands in a block of its own, below its name."""
+    guide = (place.package() / "share" / "KVAnalytics" / "docs" / "using-the-libraries.md").read_text(encoding="utf-8")
+    return dict(re.findall(r"^`([^`\n]+)`[^\n]*:\n\n```[a-z]+\n(.*?)^```$", guide, re.MULTILINE | re.DOTALL))

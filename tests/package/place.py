@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""Where the package is installed and used as another program's author would: in a folder outside this tree.
+
+    place.py make     makes the folder and installs the package there, in another place than it ends up in
+    place.py pack     makes the archives and unpacks them there
+    place.py remove   removes it with all that tests have put there
+
+What the build made comes from the environment: see CMakeLists.txt.
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import zipfile
+
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+BUILD = pathlib.Path(os.environ["KV_PACKAGE_BUILD"])
+VERSION = os.environ["KV_PACKAGE_VERSION"]
+HOST = os.environ["KV_PACKAGE_HOST"]
+PROGRAM = pathlib.Path(os.environ["KV_PACKAGE_PROGRAM"])
+# Of the compiler and what belongs to it.
+SYSTEM = pathlib.Path("/usr")
+BUILD_SECONDS = 540
+
+_NOTE = BUILD / "package-place.txt"
+
+
+def run(*command, folder=None, **environment):
+    """The output of a command that must succeed. Of the caller's environment it sees nothing but the path."""
+    done = run_for_status(*command, folder=folder, **environment)
+    if done.returncode != 0:
+        raise RuntimeError(f"{' '.join(map(str, command))} ended with {done.returncode}:\n{done.stdout[:8000]}")
+    return done.stdout
+
+
+def run_for_status(*command, folder=None, **environment):
+    environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": str(folder or "/nonexistent"), **environment}
+    return subprocess.run(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, timeout=BUILD_SECONDS, check=False, text=True, errors="replace")
+
+
+def folder():
+    """The folder of this run."""
+    return pathlib.Path(_NOTE.read_text(encoding="utf-8"))
+
+
+def package():
+    """The installed package."""
+    return folder() / "moved there later" / "package"
+
+
+def install(component, prefix):
+    run("cmake", "--install", BUILD, "--component", component, "--prefix", prefix)
+
+
+def make():
+    remove()
+    place = pathlib.Path(tempfile.mkdtemp(prefix="kv-package-")).resolve()
+    _NOTE.write_text(str(place), encoding="utf-8")
+    if SOURCE in place.parents:
+        raise RuntimeError(f"{place} is not outside of {SOURCE}; choose another TMPDIR")
+    install("development", place / "first")
+    package().parent.mkdir()
+    (place / "first").rename(package())
+
+
+def archive(component):
+    """What the archive of that component holds, unpacked."""
+    return folder() / component
+
+
+def pack():
+    archives = folder() / "archives"
+    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", archives, folder=folder())
+    for component, name in (("program", f"KVAnalyticsProxy-{VERSION}-x64"),
+                            ("development", f"KVAnalytics-{VERSION}-x64-mingw-w64")):
+        with zipfile.ZipFile(archives / f"{name}.zip") as packed:
+            packed.extractall(archive(component))
+
+
+def remove():
+    if _NOTE.exists():
+        shutil.rmtree(folder(), ignore_errors=True)
+        _NOTE.unlink()
+
+
+if __name__ == "__main__":
+    {"make": make, "pack": pack, "remove": remove}[sys.argv[1]]()

@@ -1,0 +1,200 @@
+"""What is installed and packed: all that somebody needs, no more, and nothing that tells where it was built."""
+
+import hashlib
+import pathlib
+import re
+import struct
+import sys
+import unittest
+import zlib
+
+import place
+
+HEADERS = """
+    analytics_reporting/AnalyticsEngine.h analytics_reporting/ProgramLogModule.h
+    device_manager/Device.h
+    ga_client/ClientInfo.h ga_client/CustomFacts.h ga_client/EventFields.h ga_client/GAClient.h
+    logging/CriticalSection.h logging/ExtMonitor.h logging/LastErrorRestore.h logging/LineQueue.h logging/LineSink.h
+    logging/LogFileRecord.h logging/LogFlags.h logging/LogFunction.h logging/LogModule.h logging/LogModuleSettings.h
+    logging/LogSourceFile.h logging/ScratchBuffer.h logging/SettingsAccess.h logging/SettingsBlock.h
+    logging/SharedBlock.h logging/SystemHandle.h logging/Trace.h
+    utils/AccessViolation.h utils/CommandLine.h utils/FileUtils.h utils/FileVersionInfo.h utils/IniFile.h
+    utils/OSVersion.h utils/PathUtils.h utils/StringUtils.h utils/StructuredExceptionScope.h utils/SxSConfig.h
+    utils/Win32Exception.h
+    winapi/ComApi.h winapi/IPHelperApi.h winapi/KernelApi.h winapi/RegistryApi.h winapi/SetupApi.h winapi/ShellApi.h
+    winapi/SpoolerApi.h winapi/SystemLibraries.h winapi/SystemLibrary.h winapi/ToolHlpApi.h winapi/UserApi.h
+    winapi/WinApi.h winapi/WinSockApi.h
+    """.split()
+LIBRARIES = ["analytics_reporting", "device_manager", "ga_client", "logging", "utils", "utils_base", "winapi", "winapi_base"]
+DEVELOPMENT = sorted(
+    [f"include/{header}" for header in HEADERS] + [f"lib/libkv_{library}.a" for library in LIBRARIES] + [
+        "lib/cmake/KVAnalytics/KVAnalyticsConfig.cmake",
+        "lib/cmake/KVAnalytics/KVAnalyticsConfigVersion.cmake",
+        "lib/cmake/KVAnalytics/KVAnalyticsTargets-release.cmake",
+        "lib/cmake/KVAnalytics/KVAnalyticsTargets.cmake",
+        "share/KVAnalytics/docs/logging.md",
+        "share/KVAnalytics/docs/measurement-protocol.md",
+        "share/KVAnalytics/docs/printer-inventory.md",
+        "share/KVAnalytics/docs/request-queue.md",
+        "share/KVAnalytics/docs/using-the-libraries.md",
+        "share/KVAnalytics/examples/CMakeLists.txt",
+        "share/KVAnalytics/examples/client_alone.cpp",
+        "share/KVAnalytics/examples/mingw-w64.cmake",
+        "share/KVAnalytics/examples/track_everything.cpp",
+        "share/KVAnalytics/examples/track_everything.rc",
+    ])
+PROGRAM = [
+    "bin/KVAnalyticsProxy.exe",
+    "config.ini",
+    "docs/configuration.md",
+    "docs/logging-off.reg",
+    "docs/logging-on-brief.reg",
+    "docs/logging-on.reg",
+    "docs/logging.md",
+    "docs/measurement-protocol.md",
+    "docs/request-queue.md",
+    "docs/security.md",
+    "readme.txt",
+    "symbols/KVAnalyticsProxy.exe.debug",
+]
+TEXTS = ["config.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]
+PREFIX = "x86_64-w64-mingw32-"
+
+
+def files_of(folder):
+    return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file())
+
+
+def paths_in(file, texts):
+    """Those of the texts that the file holds."""
+    content = file.read_bytes()
+    return [text for text in texts if text.encode("utf-8") in content or text.encode("utf-16-le") in content]
+
+
+class InstalledPackageTests(unittest.TestCase):
+    maxDiff = None
+
+    def test_holds_what_another_program_needs(self):
+        self.assertEqual(files_of(place.package()), DEVELOPMENT)
+
+    def test_names_no_path_of_this_machine(self):
+        first = str(place.folder() / "first")
+        for name in files_of(place.package()):
+            found = paths_in(place.package() / name, [str(place.SOURCE), str(place.BUILD), str(place.folder()), first,
+                                                      "/usr/", "/home/", "/root/", "/tmp/", "/build/"])
+            # The guide tells where a build tree stands below the source tree.
+            if name.endswith("using-the-libraries.md"):
+                found = [text for text in found if text != "/build/"]
+            self.assertEqual(found, [], name)
+
+    def test_includes_of_headers_are_installed(self):
+        include = place.package() / "include"
+        for header in HEADERS:
+            for included in re.findall(r'#include "([^"]+)"', (include / header).read_text(encoding="utf-8")):
+                self.assertIn(included, HEADERS, header)
+
+    def test_targets_hand_on_what_a_program_needs_and_not_how_this_tree_is_built(self):
+        folder = place.package() / "lib" / "cmake" / "KVAnalytics"
+        text = "".join(path.read_text(encoding="utf-8") for path in sorted(folder.iterdir()))
+        self.assertEqual(sorted(re.findall(r"^add_library\((\S+) STATIC IMPORTED\)$", text, re.MULTILINE)),
+                         [f"KV::{library}" for library in LIBRARIES])
+        properties = re.findall(r'^  (INTERFACE_\w+) "(.*)"$', text, re.MULTILINE)
+        values = {name: {value for key, value in properties if key == name} for name, _ in properties}
+        links = {link for value in values.pop("INTERFACE_LINK_LIBRARIES") for link in value.split(";")}
+        self.assertEqual(values, {"INTERFACE_COMPILE_DEFINITIONS": {"PSAPI_VERSION=1"},
+                                  "INTERFACE_COMPILE_FEATURES": {"cxx_std_20"},
+                                  "INTERFACE_LINK_OPTIONS": {"-fstack-protector-strong"}})
+        for link in links: # system libraries go by their names
+            self.assertRegex(link, r"^(KV::)?[a-z0-9_]+$")
+        self.assertEqual({link for link in links if link.startswith(("KV::", "kv_"))},
+                         {f"KV::{library}" for library in LIBRARIES} - {"KV::analytics_reporting"})
+
+    def test_libraries_hold_no_debug_information(self):
+        for library in LIBRARIES:
+            sections = place.run(f"{PREFIX}objdump", "-h", place.package() / "lib" / f"libkv_{library}.a")
+            self.assertIn(" .text", sections)
+            self.assertNotIn(" .debug_", sections, library)
+
+
+class ArchiveTests(unittest.TestCase):
+    maxDiff = None
+
+    def test_development_archive_is_the_installed_package(self):
+        def digests(folder):
+            return {name: hashlib.sha256((folder / name).read_bytes()).hexdigest() for name in files_of(folder)}
+
+        self.assertEqual(digests(place.archive("development")), digests(place.package()))
+
+    def test_program_archive_holds_what_is_needed_to_install_it(self):
+        self.assertEqual(files_of(place.archive("program")), PROGRAM)
+
+    def test_program_archive_names_no_path_of_this_machine(self):
+        for name in PROGRAM:
+            texts = [str(place.SOURCE), str(place.BUILD), str(place.folder()), "/home/", "/root/"]
+            if not name.startswith("symbols/"):
+                texts.append("/usr/") # where the compiler's own sources stand is told by its debug information
+            self.assertEqual(paths_in(place.archive("program") / name, texts), [], name)
+
+    def test_texts_have_the_line_ends_of_windows_and_no_gaps(self):
+        for name in TEXTS:
+            content = (place.archive("program") / name).read_bytes()
+            self.assertRegex(content, rb"\A([\x20-\x7e]*\r\n)+\Z", name)
+            self.assertNotIn(b"@", content, name)
+
+    def test_readme_tells_version_host_and_exit_codes(self):
+        sys.path.insert(0, str(place.SOURCE / "tests" / "e2e"))
+        from product import RESULT_NAMES
+        readme = (place.archive("program") / "readme.txt").read_text(encoding="ascii")
+        self.assertIn(f"proxy {place.VERSION}\n", readme)
+        self.assertIn(f"\\Statlet\\LumoLink\\{place.VERSION}:\n", readme)
+        self.assertIn(f"to {place.HOST}, port 443,", readme)
+        self.assertEqual({int(code, 16) for code in re.findall(r"0x[0-9A-F]{8}\b", readme)}, set(RESULT_NAMES))
+        for name in PROGRAM:
+            self.assertTrue(name.replace("/", "\\") in readme or name.partition("/")[0] + "\\" in readme, name)
+
+    def test_links_of_the_documents_lead_somewhere(self):
+        for component in ("program", "development"):
+            for page in place.archive(component).rglob("*.md"):
+                for link in re.findall(r"\]\(([^)#:]+)\)", page.read_text(encoding="utf-8")):
+                    self.assertTrue((page.parent / link).exists(), f"{page}: {link}")
+
+
+class SymbolTests(unittest.TestCase):
+    """The program in the archive is the one that the other tests have tested, and the symbols are its own."""
+
+    def setUp(self):
+        self.program = place.archive("program") / "bin" / "KVAnalyticsProxy.exe"
+        self.symbols = place.archive("program") / "symbols" / "KVAnalyticsProxy.exe.debug"
+
+    def test_program_is_the_delivered_one(self):
+        self.assertEqual(self.program.read_bytes(), place.PROGRAM.read_bytes())
+
+    def test_program_names_its_symbol_file_with_the_check_sum(self):
+        section = place.folder() / "debuglink"
+        place.run(f"{PREFIX}objcopy", "--dump-section", f".gnu_debuglink={section}", self.program,
+                  place.folder() / "unused copy")
+        content = section.read_bytes()
+        name = content[:content.index(b"\0")]
+        # The sum follows the name at the next multiple of four.
+        check_sum, = struct.unpack_from("<I", content, (len(name) + 4) // 4 * 4)
+        self.assertEqual(name.decode("ascii"), self.symbols.name)
+        self.assertEqual(check_sum, zlib.crc32(self.symbols.read_bytes()))
+
+    def test_program_itself_has_no_symbols(self):
+        self.assertIn("no symbols", place.run(f"{PREFIX}nm", self.program))
+
+    def test_symbols_lead_from_addresses_to_lines(self):
+        names = place.run(f"{PREFIX}nm", self.symbols)
+        for name, file, text in (
+                ("wWinMain", "proxy/AnalyticsProxyApp.cpp", "wWinMain("),
+                ("_ZN16KVAnalyticsProxy15CAnalyticsProxy3RunEv", "proxy/AnalyticsProxy.cpp", "CAnalyticsProxy::Run("),
+                ("_ZN8GAClient11GetGAClientEv", "ga_client/GAClient.cpp", "GetGAClient(")):
+            address = re.search(rf"^([0-9a-f]+) T {name}$", names, re.MULTILINE)
+            self.assertIsNotNone(address, name)
+            told = place.run(f"{PREFIX}addr2line", "-e", self.symbols, address[1])
+            found = re.match(r"(?:\./)+(\S+?):([0-9]+)", told)
+            self.assertIsNotNone(found, told)
+            self.assertEqual(found[1], file)
+            lines = (place.SOURCE / file).read_text(encoding="utf-8").splitlines()
+            # The line of the name or that of the brace below it.
+            self.assertIn(text, "\n".join(lines[int(found[2]) - 2:int(found[2])]))
