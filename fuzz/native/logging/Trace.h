@@ -1,0 +1,7 @@
+#pragma once
+
+// Nothing is traced here.
+#define KV_TRACE_SOURCE(module, fileName) static_assert(true)
+#define KV_TRACE(fullName) static_cast<void>(0)
+#define KV_LOG(flags, text) static_cast<void>(0)
+#define KV_LOGF(flags, ...) static_cast<void>(0)

@@ -1,0 +1,36 @@
+#pragma once
+
+// The types and functions of Windows that the fuzzed sources name.
+
+#include <cstdint>
+
+#define WINAPI
+
+using BOOL = int;
+using WORD = std::uint16_t;
+using DWORD = std::uint32_t;
+using HANDLE = void*;
+using HLOCAL = void*;
+using HMODULE = void*;
+using LPWSTR = wchar_t*;
+using LPCWSTR = const wchar_t*;
+
+constexpr DWORD MAX_PATH = 260;
+
+struct SYSTEMTIME
+{
+    std::int64_t seconds; // since 1970; all that is asked of it here
+};
+using LPSYSTEMTIME = SYSTEMTIME*;
+struct FILETIME
+{
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+
+DWORD GetLastError();
+void SetLastError(DWORD error);
+DWORD GetCurrentThreadId();
+BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
+/// The elements that the target has put into g_commandLineElements, whatever the line.
+LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count);

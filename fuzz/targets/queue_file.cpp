@@ -1,0 +1,49 @@
+#include "fuzz/Input.h"
+#include "ga_client/QueueFileFormat.h"
+
+using KVFuzz::Require;
+
+namespace
+{
+// The plain way to do it, on the whole file.
+std::list<std::wstring> ReadPlainly(const std::string& bytes, std::size_t limit)
+{
+    std::list<std::wstring> lines;
+    std::wstring line;
+    for (const char byte : bytes + "\n")
+    {
+        if (byte != '\n')
+        {
+            line += static_cast<wchar_t>(static_cast<signed char>(byte));
+        }
+        else if (!line.empty() && lines.size() < limit)
+        {
+            lines.push_back(line);
+            line.clear();
+        }
+    }
+    return lines;
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    KVFuzz::Input input(data, size);
+    const auto limit = input.Between<std::size_t>(0, 20);
+    GAClient::CQueueLineCollector collector(limit);
+    std::string bytes;
+    while (!input.IsOver())
+    {
+        const std::string piece = input.Bytes(60);
+        bytes += piece;
+        collector.Add(piece);
+    }
+    const std::list<std::wstring> lines = collector.TakeLines();
+    Require(lines == ReadPlainly(bytes, limit), "the pieces do not matter");
+
+    // What was read is what is written and read again.
+    GAClient::CQueueLineCollector again(lines.size());
+    again.Add(GAClient::FormatQueueLines(lines));
+    Require(again.TakeLines() == lines, "hits survive the file");
+    return 0;
+}
