@@ -10,8 +10,12 @@ cmake cmake
 ninja ninja-build
 clang-format clang-format
 clang-tidy clang-tidy
+clang++-19 clang-19
+ld.lld-19 lld-19
+/usr/lib/llvm-19/lib/clang/19/lib/linux/libclang_rt.fuzzer-x86_64.a libclang-rt-19-dev
 python3 python3
 openssl openssl
+doxygen doxygen
 ${KV_WINE64:-/usr/lib/wine/wine64} wine64
 wineserver wine
 /usr/src/googletest/CMakeLists.txt googletest
