@@ -47,8 +47,8 @@ public:
     /// Processor architecture, battery and version of the operating system. Looks for a battery on a thread of its own,
     /// for at most 10 seconds.
     virtual void TrackClientHardware() = 0;
-    /// How many devices were discovered, and each one's model and connection. The devices stay the caller's; none may
-    /// be null.
+    /// How many devices were discovered, and each one's model and connection. The devices stay the caller's. With a
+    /// null one among them nothing is reported.
     virtual void TrackDiscoveredPrinters(const std::list<const KVDeviceManager::IDevice*>& devices) = 0;
     /// A wireless set-up. kind: 1 "AlreadyOnNetwork", 2 "AWC", 3 "USBSOW", 4 "FPSOW", 5 "USBToWireless",
     /// 6 "Reconfigure_USB", 7 "Reconfigure_FP", 8 "USBPlusWifi", 9 "WirelessDirect", any other number "Unknown".

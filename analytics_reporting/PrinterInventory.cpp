@@ -1,5 +1,6 @@
 #include "analytics_reporting/PrinterInventory.h"
 
+#include <stdexcept>
 #include <utility>
 
 #include "analytics_reporting/ConnectionType.h"
@@ -126,6 +127,10 @@ std::list<PrinterProperties> BuildDevicePrinterRecords(const std::list<const KVD
     std::list<PrinterProperties> records;
     for (const KVDeviceManager::IDevice* const device : devices)
     {
+        if (device == nullptr)
+        {
+            throw std::invalid_argument("no device");
+        }
         records.push_back(BuildDevicePrinterRecord(*device));
     }
     return records;

@@ -24,6 +24,7 @@ void EnumerateInstalledPrinters(std::list<PrinterProperties>& records);
 /// Of a device that somebody else has found: model name and connection type.
 PrinterProperties BuildDevicePrinterRecord(const KVDeviceManager::IDevice& device);
 
-/// One record for each device, in their order. The devices stay the caller's; none may be null.
+/// One record for each device, in their order. The devices stay the caller's. Throws std::invalid_argument when one is
+/// null.
 std::list<PrinterProperties> BuildDevicePrinterRecords(const std::list<const KVDeviceManager::IDevice*>& devices);
 } // namespace KVAnalyticsReporting
