@@ -49,6 +49,10 @@ bool CBatteryQuery::CreateLocator()
 bool CBatteryQuery::ConnectToServer()
 {
     const CUniqueBstr path = MakeBstr(L"\\\\.\\ROOT\\CIMV2");
+    if (!path.IsValid())
+    {
+        return false;
+    }
     IWbemServices* services = nullptr;
     const HRESULT result =
         m_locator.Get()->ConnectServer(path.Get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, &services);
@@ -60,6 +64,10 @@ bool CBatteryQuery::ExecuteQuery()
 {
     const CUniqueBstr language = MakeBstr(L"WQL");
     const CUniqueBstr query = MakeBstr(L"SELECT * FROM Win32_Battery");
+    if (!language.IsValid() || !query.IsValid())
+    {
+        return false;
+    }
     IEnumWbemClassObject* batteries = nullptr;
     const HRESULT result = m_services.Get()->ExecQuery(
         language.Get(), query.Get(), WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, &batteries);

@@ -10,6 +10,7 @@
 #include "analytics_reporting/BatteryProbe.h"
 #include "tests/analytics_reporting/FakeWmi.h"
 #include "tests/logging/TraceCapture.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/KernelApi.h"
 
@@ -54,6 +55,14 @@ TEST_F(BatteryQueryTests, WithABattery_IsYes)
 TEST_F(BatteryQueryTests, WithoutABattery_IsNo)
 {
     EXPECT_EQ(Ask(), L"No");
+}
+
+TEST_F(BatteryQueryTests, WithoutTheSystemsTexts_IsUnknownAndNothingIsAsked)
+{
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries(L"oleaut32.dll");
+    EXPECT_EQ(Ask(), L"Unknown");
+    EXPECT_EQ(m_wmi.calls, Calls{L"create locator 1 IWbemLocator"});
 }
 
 TEST_F(BatteryQueryTests, ResultsThatAreNotNegative_AreSuccesses)
