@@ -1,7 +1,8 @@
 # kv_add_library(NAME SOURCES file... [HEADERS file...] [INTERNAL_HEADERS file...] [LINK library...])
 #
 # Defines the static library kv_NAME with the alias KV::NAME. Includes are written from the repository root. Each header
-# is proven to compile alone by the target all_verify_interface_header_sets.
+# is proven to compile alone: those of HEADERS where they are installed, by the test package_headers, and the internal
+# ones by the target all_verify_interface_header_sets.
 #
 # HEADERS are what other programs may include, and what those headers include themselves: they are installed. A library
 # that has such headers is part of the package of KvPackage.cmake, under the same name KV::NAME. INTERNAL_HEADERS are for
@@ -18,7 +19,7 @@ function(kv_add_library name)
     set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
     if(arg_HEADERS)
         target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_HEADERS})
-        set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON EXPORT_NAME ${name})
+        set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
         list(TRANSFORM arg_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
         set_property(GLOBAL APPEND PROPERTY KV_PUBLIC_HEADERS ${arg_HEADERS})
         install(TARGETS ${target} EXPORT KVAnalyticsTargets
