@@ -15,6 +15,16 @@ if(KV_CHECKED)
     endforeach()
 endif()
 
+# The tests' own code: its speed is of no use to anybody, and what it takes to optimise it is the larger part of a build.
+# What they test is compiled as it is delivered. Benchmarks are test programs, which keep the configuration's flags.
+add_library(kv_test_options INTERFACE)
+if(NOT MSVC)
+    target_compile_options(kv_test_options INTERFACE $<$<CONFIG:Release>:-O0>)
+    foreach(target gtest gtest_main gmock gmock_main)
+        target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
+    endforeach()
+endif()
+
 include(GoogleTest)
 
 # Seconds after which a test has failed. A test takes a small part of one when the machine is idle.
@@ -29,6 +39,12 @@ if(CMAKE_CROSSCOMPILING)
     set_tests_properties(wine_server_start PROPERTIES FIXTURES_SETUP wine_server TIMEOUT 120)
     set_tests_properties(wine_server_stop PROPERTIES FIXTURES_CLEANUP wine_server TIMEOUT 60)
     set(KV_TEST_FIXTURES wine_server)
+    if(KV_CHECKED)
+        # A checked build has its heap checked too (tests/support/HeapCheck.h).
+        add_test(NAME wine_heap_is_checked COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine ${PROJECT_BINARY_DIR} check-heap)
+        set_tests_properties(wine_heap_is_checked
+            PROPERTIES FIXTURES_SETUP wine_server DEPENDS wine_server_start TIMEOUT 120)
+    endif()
 endif()
 
 # kv_add_test_program(NAME SOURCES file... [LINK library...])
@@ -68,7 +84,8 @@ function(kv_add_tests name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "RESOURCE_LOCK" "SOURCES;LINK;LABELS")
     add_executable(${name} ${arg_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_support gmock kv_build_options)
+    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_support gmock kv_build_options kv_test_options)
+    target_precompile_headers(${name} REUSE_FROM kv_test_support)
     set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}")
     set(properties)
     if(arg_RESOURCE_LOCK) # an empty value would vanish, and the name of the next property take its place

@@ -1,0 +1,50 @@
+#include <windows.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "tests/support/HeapCheck.h"
+
+namespace
+{
+// Hides from the compiler where the pointer comes from.
+char* Obscure(void* pointer) noexcept
+{
+    char* volatile obscured = static_cast<char*>(pointer);
+    return obscured;
+}
+
+// 24 bytes are no multiple of the heap's grain: what is written behind them damages nothing but the filling there.
+void OverrunBlock()
+{
+    char* const block = Obscure(std::malloc(24));
+    block[24] = 'x';
+    std::free(block);
+}
+
+void WriteToFreedBlock()
+{
+    char* const block = Obscure(std::malloc(100));
+    char* const behind = Obscure(std::malloc(100)); // so that the freed block stays one of its own
+    std::free(block);
+    block[50] = 'x';
+    KVTest::HeapCheck::ValidateAll();
+    std::free(behind);
+}
+} // namespace
+
+// kv_heap_damage overrun|freed: writes behind a block, or into a freed one. Ends with 0 when nobody notices.
+int wmain(int argc, wchar_t** argv)
+{
+    const KVTest::HeapCheck heapCheck;
+    const std::wstring kind = argc > 1 ? argv[1] : L"";
+    if (kind == L"overrun")
+    {
+        OverrunBlock();
+    }
+    if (kind == L"freed")
+    {
+        WriteToFreedBlock();
+    }
+    return 0;
+}
