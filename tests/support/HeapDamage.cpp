@@ -7,11 +7,11 @@
 
 namespace
 {
-// Hides from the compiler where the pointer comes from.
-char* Obscure(void* pointer) noexcept
+// Hides from the compiler that the pointer is that of a block.
+char* Obscure(void* block) noexcept
 {
-    char* volatile obscured = static_cast<char*>(pointer);
-    return obscured;
+    char* volatile pointer = static_cast<char*>(block);
+    return pointer;
 }
 
 // 24 bytes are no multiple of the heap's grain: what is written behind them damages nothing but the filling there.
@@ -26,8 +26,9 @@ void WriteToFreedBlock()
 {
     char* const block = Obscure(std::malloc(100));
     char* const behind = Obscure(std::malloc(100)); // so that the freed block stays one of its own
+    char* const freed = Obscure(block);
     std::free(block);
-    block[50] = 'x';
+    freed[50] = 'x';
     KVTest::HeapCheck::ValidateAll();
     std::free(behind);
 }
