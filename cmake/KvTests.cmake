@@ -21,6 +21,10 @@ endif()
 add_library(kv_test_options INTERFACE)
 if(NOT MSVC)
     target_compile_options(kv_test_options INTERFACE -O1)
+    if(KV_CHECKED)
+        # The traps are for the product.
+        target_compile_options(kv_test_options INTERFACE -fno-sanitize=undefined)
+    endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # What it believes to see after inlining at this level is wrong, mostly of the system's headers: read in advance, they
         # do not count as the system's. The product, and the other compiler, have these warnings.
