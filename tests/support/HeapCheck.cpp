@@ -1,5 +1,7 @@
 #include "tests/support/HeapCheck.h"
 
+#include <malloc.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -17,13 +19,19 @@ using FreeFunction = void(__cdecl*)(void*);
 std::optional<ImportPatch> s_patch;
 FreeFunction s_free = nullptr; // outlives the patch: another thread may be on its way
 
+void End(const char* reason) noexcept
+{
+    std::fputs(reason, stderr);
+    std::fflush(stderr);
+    ::TerminateProcess(::GetCurrentProcess(), HeapCheck::kDamaged);
+}
+
+// Of the C runtime's heap; all blocks without one.
 void Validate(const void* block) noexcept
 {
-    // The C runtime's blocks are the process heap's.
-    if (::HeapValidate(::GetProcessHeap(), 0, block) == FALSE)
+    if (::HeapValidate(reinterpret_cast<HANDLE>(_get_heap_handle()), 0, block) == FALSE)
     {
-        std::fputs(block != nullptr ? "a damaged block was freed\n" : "the heap is damaged\n", stderr);
-        ::TerminateProcess(::GetCurrentProcess(), HeapCheck::kDamaged);
+        End(block != nullptr ? "a damaged block was freed\n" : "the heap is damaged\n");
     }
 }
 
@@ -51,5 +59,9 @@ HeapCheck::~HeapCheck()
 void HeapCheck::ValidateAll() noexcept
 {
     Validate(nullptr);
+    if (::HeapValidate(::GetProcessHeap(), 0, nullptr) == FALSE)
+    {
+        End("the process heap is damaged\n");
+    }
 }
 } // namespace KVTest
