@@ -222,8 +222,7 @@ void CDriver::CallAny(const std::wstring& label, const std::wstring& kind)
     }
 }
 
-// The record of a hit: its state (t taken, d dropped, u unknown), the largest size that the queue can have had before
-// it, the limit, and the calendar time.
+// What becomes of the hits can be told from the queue alone, and only from one that may be full.
 void CDriver::Track(const std::vector<std::string>& keys, const std::function<void()>& call)
 {
     const auto count = static_cast<std::int64_t>(keys.size());
@@ -245,9 +244,9 @@ void CDriver::Track(const std::vector<std::string>& keys, const std::function<vo
     {
         const std::string& key = keys[static_cast<std::size_t>(i)];
         const bool isTaken = before + i < m_limit || std::find(after.begin(), after.end(), key) != after.end();
-        const char* state = isTaken ? "\tt\t" : hasOlder ? "\td\t" : "\tu\t";
-        m_recorder.Write("track\t" + key + state + std::to_string(before + i) + "\t" + std::to_string(m_limit) + "\t" +
-                         time);
+        const char state = isTaken ? 't' : !m_isLoaded ? 'e' : hasOlder ? 'd' : 'u';
+        m_recorder.Write("track\t" + key + "\t" + state + "\t" + std::to_string(before + i) + "\t" +
+                         std::to_string(m_limit) + "\t" + time);
         ++m_hits;
     }
     m_largestSize = (std::min)(before + count, (std::max)(m_limit, before));

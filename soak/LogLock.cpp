@@ -33,7 +33,7 @@ int LockFromTimeToTime(const std::wstring& logFile, const std::wstring& until, u
     while (::GetFileAttributesW(until.c_str()) == INVALID_FILE_ATTRIBUTES)
     {
         // Shorter and longer than the 120 ms for which a writer tries.
-        ::Sleep(500 + static_cast<DWORD>(random() % 2000));
+        ::Sleep(500 + static_cast<DWORD>(random() % 4500));
         const HANDLE file = OpenAlone(logFile, until);
         if (file == INVALID_HANDLE_VALUE)
         {

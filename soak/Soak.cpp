@@ -91,15 +91,24 @@ bool RunQuietStretch(KVSoak::CDriver& driver, KVSoak::CRecorder& recorder, const
 bool RunNetworkStretch(KVSoak::CDriver& driver, unsigned seconds)
 {
     bool isSound = true;
+    bool bursts = false;
     const ULONGLONG start = ::GetTickCount64();
     while (::GetTickCount64() - start < seconds * 1000ULL)
     {
-        const bool bursts = driver.Chance(4);
+        const bool followsBurst = bursts;
+        bursts = !followsBurst && driver.Chance(6);
         KVSoak::CDriver::Session session =
             AnySession(driver, bursts ? 650 : 20 + static_cast<unsigned>(driver.GetRandom()() % 180));
-        session.paces = session.paces && !bursts;
-        // The queue file may hold as much as the queue, and a hit that comes before it is loaded would take a place.
-        session.waitsForLoad = true;
+        if (bursts)
+        {
+            // A full queue goes to the file...
+            session.limit = 500;
+            session.paces = false;
+            session.lingerMs = 0;
+            session.flushMs = 0;
+        }
+        // ... and finds no room for all of it when hits come before the file is loaded.
+        session.waitsForLoad = session.waitsForLoad && !followsBurst;
         isSound = driver.Run(session) && isSound;
         driver.Sample("network");
     }

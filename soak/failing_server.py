@@ -11,7 +11,7 @@ ANSWERS = {"ok": b"HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 0\r\n
 #   error    every hit is refused with a status
 #   refuse   nobody listens
 #   slam     connections are closed before anything is read
-#   lose     hits are taken, and the connection is closed without an answer
+#   lose     hits are taken, and every other connection or so is closed without an answer
 #   slow     answers take their time
 #   restart  the server goes away, with the hits that it is about to answer, and is back at once
 FAILURES = ("error", "refuse", "slam", "lose", "slow", "restart")
@@ -136,8 +136,9 @@ class FailingServer:
     def _answer(self, connection, gone, target):
         """False when the connection is to be closed."""
         mode = self._mode
-        arrival = Arrival(target, {"error": REFUSED, "lose": LOST}.get(mode, ACCEPTED))
         with self._lock:
+            loses = mode == "lose" and self._random.random() < 0.5
+            arrival = Arrival(target, LOST if loses else REFUSED if mode == "error" else ACCEPTED)
             self._arrivals.append(arrival)  # first: whoever has been answered finds it here
             delay = self._random.uniform(0.05, 0.4) if mode == "slow" else 0
         if delay and gone.wait(delay):

@@ -6,7 +6,8 @@ An account (Recorder.h) has one record a line, its fields separated by tabs:
     session PROPERTY           the client is about to be initialised
     track KEY STATE SIZE LIMIT TIME
                                a hit was tracked at that calendar time. SIZE: the queue held at most so many before it.
-                               STATE: t it is in the queue or was sent, d it was dropped, u nobody knows
+                               STATE: t it is in the queue or was sent, d it was dropped, u nobody knows, e it came
+                               before the file was known to be loaded: nobody but this model knows
     exchange KEY ACCEPTED      the client tried to send a hit; 1: it took the answer for an acceptance
     load COUNTER KEY...        the client emptied the queue file, which held these
     save COUNTER KEY...        the client appended these to the queue file
@@ -45,6 +46,13 @@ class Session:
         self.loads = []
         self.saves = []
         self.tracked_before_load = 0  # records before that of the load
+
+    @property
+    def taken(self):
+        """The keys of the hits that the queue must have taken."""
+        loaded = sum(map(len, self.loads))
+        return {track.key for number, track in enumerate(self.tracks)
+                if track.state == "t" or track.state == "e" and number + loaded < INITIAL_LIMIT}
 
 
 class Account:
@@ -108,15 +116,15 @@ def check_session(session):
     What was sent and then what was saved must be the hits of the queue, in its order.
     """
     findings = [Finding("lost", f"{track.key} was dropped, though the queue held {track.size} of {track.limit}")
-                for track in session.tracks if track.state != "t" and track.size < track.limit]
+                for track in session.tracks if track.state in "du" and track.size < track.limit]
     if len(session.loads) > 1 or len(session.saves) > 1:
         return findings + [Finding("queue file", "a session loaded or saved twice")], []
     loaded = session.loads[0] if session.loads else []
     left = session.saves[0] if session.saves else []
     handled = [exchange.key for exchange in session.exchanges if exchange.accepted] + left
-    known = set(handled)
+    queued = session.taken | {track.key for track in session.tracks if track.state in "eu"} & set(handled)
     # A load between a call and its record comes before or after that call's hits, of which there are two at most.
-    orders = [_order_of(session, loaded, known, session.tracked_before_load + late) for late in (0, 1, 2)]
+    orders = [_order_of(session, loaded, queued, session.tracked_before_load + late) for late in (0, 1, 2)]
     expected, cut = next((order for order in orders if order[0] == handled), orders[0])
     findings += _compare(expected, handled)
     sent = 0
@@ -127,9 +135,9 @@ def check_session(session):
     return findings, cut
 
 
-def _order_of(session, loaded, known, position):
+def _order_of(session, loaded, queued, position):
     """The queue from its first hit to its last, when the load came after so many tracked hits; and what was cut off."""
-    before, after = ([track.key for track in tracks if track.state == "t" or track.state == "u" and track.key in known]
+    before, after = ([track.key for track in tracks if track.key in queued]
                      for tracks in (session.tracks[:position], session.tracks[position:]))
     room = max(0, INITIAL_LIMIT - len(before))
     return before + loaded[:room] + after, loaded[room:]
@@ -230,6 +238,7 @@ def check_arrivals(arrivals, accounts, excused):
     """
     findings = []
     tracks = {track.key: track for account in accounts for track in account.tracks}
+    expected = set().union(*(session.taken for account in accounts for session in account.sessions)) - set(excused)
     by_key = collections.defaultdict(list)
     for arrival in arrivals:
         hit = read_hit(_from_proxy(arrival.target))
@@ -242,9 +251,8 @@ def check_arrivals(arrivals, accounts, excused):
     for account in accounts:
         for exchange in account.exchanges:
             exchanges[exchange.key].append(exchange.accepted)
-    for key, track in tracks.items():
-        findings += _check_key(key, [arrival.outcome for arrival in by_key[key]], exchanges[key],
-                               track.state == "t" and key not in excused)
+    for key in tracks:
+        findings += _check_key(key, [arrival.outcome for arrival in by_key[key]], exchanges[key], key in expected)
     return findings
 
 
