@@ -245,8 +245,10 @@ void CDriver::Track(const std::vector<std::string>& keys, const std::function<vo
         const std::string& key = keys[static_cast<std::size_t>(i)];
         const bool isTaken = before + i < m_limit || std::find(after.begin(), after.end(), key) != after.end();
         const char state = isTaken ? 't' : !m_isLoaded ? 'e' : hasOlder ? 'd' : 'u';
-        m_recorder.Write("track\t" + key + "\t" + state + "\t" + std::to_string(before + i) + "\t" +
-                         std::to_string(m_limit) + "\t" + time);
+        std::string record = "track\t";
+        record.append(key).append({'\t', state, '\t'}).append(std::to_string(before + i));
+        record.append("\t").append(std::to_string(m_limit)).append("\t").append(time);
+        m_recorder.Write(record);
         ++m_hits;
     }
     m_largestSize = (std::min)(before + count, (std::max)(m_limit, before));

@@ -16,7 +16,7 @@
 #include <cstdio>
 #include <cwchar>
 #include <exception>
-#include <fstream>
+#include <filesystem>
 #include <string>
 
 #include "ga_client/GAClient.h"
@@ -39,11 +39,11 @@ unsigned NumberOf(const wchar_t* text)
 // Tells the script, and waits for its answer. False when it does not come.
 bool Meet(const std::wstring& folder, const std::wstring& tells, const std::wstring& awaits)
 {
-    ::CloseHandle(
-        ::CreateFileW((folder + L"\\" + tells).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+    const auto file = [&folder](const std::wstring& name) { return (std::filesystem::path(folder) / name).wstring(); };
+    ::CloseHandle(::CreateFileW(file(tells).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
     for (DWORD waited = 0; waited < kLongestWaitMs; waited += kPollMs)
     {
-        if (::GetFileAttributesW((folder + L"\\" + awaits).c_str()) != INVALID_FILE_ATTRIBUTES)
+        if (::GetFileAttributesW(file(awaits).c_str()) != INVALID_FILE_ATTRIBUTES)
         {
             return true;
         }
@@ -91,24 +91,21 @@ bool RunQuietStretch(KVSoak::CDriver& driver, KVSoak::CRecorder& recorder, const
 bool RunNetworkStretch(KVSoak::CDriver& driver, unsigned seconds)
 {
     bool isSound = true;
-    bool bursts = false;
     const ULONGLONG start = ::GetTickCount64();
     while (::GetTickCount64() - start < seconds * 1000ULL)
     {
-        const bool followsBurst = bursts;
-        bursts = !followsBurst && driver.Chance(6);
+        const bool bursts = driver.Chance(5);
         KVSoak::CDriver::Session session =
-            AnySession(driver, bursts ? 650 : 20 + static_cast<unsigned>(driver.GetRandom()() % 180));
+            AnySession(driver, bursts ? 800 : 20 + static_cast<unsigned>(driver.GetRandom()() % 180));
         if (bursts)
         {
-            // A full queue goes to the file...
-            session.limit = 500;
+            // The next session, whose limit is 500 at first, finds more in the file than it has room for.
+            session.limit = 700;
+            session.waitsForLoad = true;
             session.paces = false;
             session.lingerMs = 0;
             session.flushMs = 0;
         }
-        // ... and finds no room for all of it when hits come before the file is loaded.
-        session.waitsForLoad = session.waitsForLoad && !followsBurst;
         isSound = driver.Run(session) && isSound;
         driver.Sample("network");
     }
