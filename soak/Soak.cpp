@@ -90,11 +90,12 @@ bool RunQuietStretch(KVSoak::CDriver& driver, KVSoak::CRecorder& recorder, const
 
 bool RunNetworkStretch(KVSoak::CDriver& driver, unsigned seconds)
 {
+    constexpr unsigned kBurstEvery = 10;
     bool isSound = true;
     const ULONGLONG start = ::GetTickCount64();
-    while (::GetTickCount64() - start < seconds * 1000ULL)
+    for (unsigned number = 1; ::GetTickCount64() - start < seconds * 1000ULL; ++number)
     {
-        const bool bursts = driver.Chance(5);
+        const bool bursts = number % kBurstEvery == 2;
         KVSoak::CDriver::Session session =
             AnySession(driver, bursts ? 800 : 20 + static_cast<unsigned>(driver.GetRandom()() % 180));
         if (bursts)
