@@ -27,9 +27,9 @@
 
 namespace
 {
-constexpr DWORD kLongestWaitMs = 180000;
+constexpr DWORD kLongestWaitMs = 1200000; // a machine that is busy otherwise takes its time
 constexpr DWORD kPollMs = 20;
-constexpr DWORD kFinalSendMs = 120000;
+constexpr DWORD kFinalSendMs = 600000;
 
 unsigned NumberOf(const wchar_t* text)
 {
