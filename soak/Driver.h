@@ -1,0 +1,80 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "logging/LogFunction.h"
+#include "soak/Recorder.h"
+#include "soak/Watch.h"
+
+namespace KVSoak
+{
+/// Drives the engine and the client of this process through sessions, and records of every hit whether the client has
+/// taken it: it must take each as long as its queue cannot be full.
+class CDriver
+{
+public:
+    struct Session
+    {
+        unsigned hits = 0;
+        std::int32_t limit = 500;  // of the queue, once the queue file is loaded; 500, the client's own, before
+        bool waitsForLoad = true;  // before the first hit; otherwise after some of them
+        unsigned fileLines = 500;  // the queue file holds at most so many lines at the start
+        bool paces = true;         // waits from time to time until some hits are sent
+        bool holds = false;        // sends nothing
+        DWORD lingerMs = 0;        // waits at most so long until all is sent, before it ends the session
+        DWORD flushMs = 0;         // sends at most so long while the client stops
+        bool uninitializes = true; // otherwise the end of the process ends the session
+    };
+
+    /// process: a name without blanks that no other process has. application: names the queue file.
+    CDriver(CRecorder& recorder, CWatchedWinApi& winApi, std::wstring process, std::wstring application, unsigned seed);
+
+    /// False when an operation was refused that must not be.
+    bool Run(const Session& session);
+    /// A line through each log module, which takes along the lines that could not be written so far.
+    void LogLast();
+    /// Records what the process holds.
+    void Sample(const char* stretch);
+    /// Records how often each traced function was called.
+    void RecordCalls();
+
+    unsigned GetHits() const noexcept { return m_hits; }
+    std::mt19937& GetRandom() noexcept { return m_random; }
+    bool Chance(unsigned percent) { return m_random() % 100 < percent; }
+
+private:
+    bool Expect(bool result, const char* operation);
+    bool Count(const char* function, bool result);
+    void Count(const char* function);
+    void TrackAny(KVLogging::CLogFunction& kvTraceScope);
+    void CallAny(const std::wstring& label, const std::wstring& kind);
+    void Track(const std::vector<std::string>& keys, const std::function<void()>& call);
+    std::list<std::string> TakeSnapshot();
+    bool WaitForLoad();
+    void Pace();
+    void Linger(DWORD longestMs);
+
+    CRecorder& m_recorder;
+    CWatchedWinApi& m_winApi;
+    std::wstring m_process;
+    std::wstring m_application;
+    std::mt19937 m_random;
+    std::map<std::string, unsigned> m_calls;
+    unsigned m_sessions = 0;
+    unsigned m_hits = 0;
+    unsigned m_turnsBefore = 0;
+    bool m_isLoaded = false;
+    bool m_isSound = true;
+    std::int64_t m_limit = 500;
+    std::int64_t m_largestSize = 0; // the queue holds at most so many hits
+    ULONGLONG m_start = ::GetTickCount64();
+};
+} // namespace KVSoak
