@@ -7,6 +7,7 @@
 
 #include "tests/ga_client/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
+#include "winapi/KernelApi.h"
 
 using GAClient::CRequestQueueFile;
 using Requests = std::list<std::wstring>;
@@ -29,10 +30,15 @@ public:
             ::SetLastError(ERROR_INVALID_HANDLE);
             return nullptr;
         }
+        const DWORD earlierError = ::GetLastError();
         const HANDLE mutex = CWinApi::CreateMutexW(attributes, initialOwner, name);
         if (exists)
         {
             ::SetLastError(ERROR_ALREADY_EXISTS);
+        }
+        else if (::GetLastError() != ERROR_ALREADY_EXISTS)
+        {
+            ::SetLastError(earlierError); // as a system may that does not clear it for a new mutex
         }
         return mutex;
     }
@@ -327,7 +333,19 @@ TEST_F(RequestQueueFileTests, Mutex_ExistingOne_IsWaitedForThirtySeconds)
 
 TEST_F(RequestQueueFileTests, Mutex_AnEarlierLastError_IsNotTakenForAnExistingOne)
 {
-    ::SetLastError(ERROR_ALREADY_EXISTS);
+    // The last call before the mutex is made.
+    class DisturbingApi : public KVWinApi::CKernelApi
+    {
+    public:
+        int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int size, LPWSTR wide, int wideSize) override
+        {
+            const int length = CKernelApi::MultiByteToWideChar(codePage, flags, text, size, wide, wideSize);
+            ::SetLastError(ERROR_ALREADY_EXISTS);
+            return length;
+        }
+    };
+    DisturbingApi kernelApi;
+    const KVTest::ScopedSubstitute<KVWinApi::IKernelApi> swap{KVWinApi::g_kernelApi, kernelApi};
     EXPECT_TRUE(m_file.Save({L"a"}));
     EXPECT_EQ(m_winApi.calls.size(), 3U);
 }
