@@ -56,8 +56,8 @@ extern "C"
         EndProcess();
     }
 
-    // Called by the checked forms of memcpy and its like.
-    [[noreturn]] void __chk_fail()
+    // Called by the checked forms of memcpy and its like. Not [[noreturn]]: some headers declare it, in their own way.
+    [[gnu::noreturn]] void __chk_fail()
     {
         EndProcess();
     }
