@@ -7,6 +7,13 @@ namespace GAClient
 {
 namespace
 {
+// Returns where the bytes end.
+std::string::iterator Narrow(std::wstring_view text, std::string::iterator bytes)
+{
+    return std::transform(text.begin(), text.end(), bytes,
+                          [](wchar_t unit) { return static_cast<char>(static_cast<unsigned char>(unit & 0xFF)); });
+}
+
 std::wstring Widen(std::string_view bytes)
 {
     std::wstring text(bytes.size(), L'\0');
@@ -19,17 +26,22 @@ std::wstring Widen(std::string_view bytes)
 std::string NarrowToBytes(std::wstring_view text)
 {
     std::string bytes(text.size(), '\0');
-    std::transform(text.begin(), text.end(), bytes.begin(),
-                   [](wchar_t unit) { return static_cast<char>(static_cast<unsigned char>(unit & 0xFF)); });
+    Narrow(text, bytes.begin());
     return bytes;
 }
 
 std::string FormatQueueLines(const std::list<std::wstring>& requests)
 {
-    std::string bytes;
+    std::size_t size = 0;
     for (const std::wstring& request : requests)
     {
-        bytes += NarrowToBytes(request) + kQueueLineEnd;
+        size += request.size() + 1;
+    }
+    std::string bytes(size, kQueueLineEnd);
+    auto place = bytes.begin();
+    for (const std::wstring& request : requests)
+    {
+        place = Narrow(request, place) + 1;
     }
     return bytes;
 }
@@ -39,12 +51,12 @@ void CQueueLineCollector::Add(std::string_view bytes)
     while (!bytes.empty() && !IsFull())
     {
         const std::size_t end = bytes.find(kQueueLineEnd);
-        m_open.append(bytes.substr(0, end));
         if (end == std::string_view::npos)
         {
+            m_open.append(bytes);
             return;
         }
-        CloseLine();
+        CloseLine(bytes.substr(0, end));
         bytes.remove_prefix(end + 1);
     }
 }
@@ -53,16 +65,21 @@ std::list<std::wstring> CQueueLineCollector::TakeLines()
 {
     if (!IsFull())
     {
-        CloseLine();
+        CloseLine({});
     }
     return std::move(m_lines);
 }
 
-void CQueueLineCollector::CloseLine()
+void CQueueLineCollector::CloseLine(std::string_view rest)
 {
     if (!m_open.empty())
     {
-        m_lines.push_back(Widen(m_open));
+        m_open.append(rest);
+        rest = m_open;
+    }
+    if (!rest.empty())
+    {
+        m_lines.push_back(Widen(rest));
         m_open.clear();
     }
 }

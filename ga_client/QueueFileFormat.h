@@ -33,10 +33,11 @@ public:
     std::list<std::wstring> TakeLines();
 
 private:
-    void CloseLine();
+    // rest: what follows the bytes that came before, most often the whole line.
+    void CloseLine(std::string_view rest);
 
     std::size_t m_limit;
-    std::string m_open; // the line whose end has not come yet
+    std::string m_open; // what earlier pieces held of the line whose end has not come yet
     std::list<std::wstring> m_lines;
 };
 } // namespace GAClient

@@ -39,17 +39,17 @@ class GuideTests(unittest.TestCase):
 
 
 class HeadersTests(unittest.TestCase):
-    def test_each_header_compiles_alone_and_each_class_of_the_facade_can_be_derived_from(self):
+    def test_all_headers_compile_and_each_class_of_the_facade_can_be_derived_from(self):
         include = place.package() / "include"
         headers = sorted(str(path.relative_to(include)) for path in include.rglob("*.h"))
         self.assertNotEqual(headers, [])
-        sources = {header.replace("/", "_") + ".cpp": f'#include "{header}"\n' * 2 for header in headers}
-        sources["substitutes.cpp"] = (place.SOURCE / "tests/package/Substitutes.cpp").read_text(encoding="utf-8")
+        sources = {"substitutes.cpp": (place.SOURCE / "tests/package/Substitutes.cpp").read_text(encoding="utf-8")}
         project = PROJECT + "add_executable(substitutes substitutes.cpp)\n" \
                             "target_link_libraries(substitutes PRIVATE KV::winapi)\n"
         for library in sorted({header.partition("/")[0] for header in headers}):
-            names = " ".join(name for name in sources if name.startswith(f"{library}_"))
-            project += f"add_library({library} OBJECT {names})\n" \
+            sources[f"{library}.cpp"] = "".join(f'#include "{header}"\n' for header in headers
+                                                if header.startswith(f"{library}/")) * 2
+            project += f"add_library({library} OBJECT {library}.cpp)\n" \
                        f"target_link_libraries({library} PRIVATE KV::{library})\n"
         consumer = Consumer("headers")
         consumer.make({"CMakeLists.txt": project, **sources})
