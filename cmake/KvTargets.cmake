@@ -1,16 +1,21 @@
-# kv_add_library(NAME SOURCES file... [HEADERS file...] [INTERNAL_HEADERS file...] [LINK library...])
+# kv_add_library(NAME SOURCES file... [APART file...] [HEADERS file...] [INTERNAL_HEADERS file...] [LINK library...])
 #
 # Defines the static library kv_NAME with the alias KV::NAME. Includes are written from the repository root. Each header
-# is proven to compile alone: those of HEADERS where they are installed, by the test package_headers, and the internal
-# ones by the target all_verify_interface_header_sets.
+# is proven to compile alone: by its source, which includes it first (the test style_own_header_comes_first), or else by
+# the target all_verify_interface_header_sets. The test package_headers shows that what is installed is complete.
 #
 # HEADERS are what other programs may include, and what those headers include themselves: they are installed. A library
 # that has such headers is part of the package of KvPackage.cmake, under the same name KV::NAME. INTERNAL_HEADERS are for
-# this tree only.
+# this tree only. APART names sources that cannot be compiled as one with others.
 function(kv_add_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS;INTERNAL_HEADERS;LINK")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;APART;HEADERS;INTERNAL_HEADERS;LINK")
     set(target kv_${name})
-    add_library(${target} STATIC ${arg_SOURCES})
+    set(sources ${arg_SOURCES})
+    if(KV_CHECKED)
+        # What is delivered is compiled file by file, so that a program links only what it uses.
+        kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES} APART ${arg_APART})
+    endif()
+    add_library(${target} STATIC ${sources})
     add_library(KV::${name} ALIAS ${target})
     target_compile_features(${target} PUBLIC cxx_std_20)
     target_link_libraries(${target} PUBLIC ${arg_LINK} PRIVATE kv_build_options kv_debug_symbols)
@@ -33,12 +38,15 @@ function(kv_add_library name)
     else()
         target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
     endif()
-    if(arg_INTERNAL_HEADERS)
-        # A target of their own: the file sets of a library that is exported must all be installed.
-        add_library(${target}_internal INTERFACE)
-        target_sources(${target}_internal
-            INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${arg_INTERNAL_HEADERS})
-        target_link_libraries(${target}_internal INTERFACE ${target})
-        set_target_properties(${target}_internal PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+    # A target of their own: the file sets of a library that is exported must all be installed.
+    set(sourceless ${arg_HEADERS} ${arg_INTERNAL_HEADERS})
+    list(TRANSFORM arg_SOURCES REPLACE "\\.cpp$" ".h" OUTPUT_VARIABLE sourced)
+    list(REMOVE_ITEM sourceless ${sourced})
+    if(sourceless)
+        add_library(${target}_sourceless INTERFACE)
+        target_sources(${target}_sourceless
+            INTERFACE FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${sourceless})
+        target_link_libraries(${target}_sourceless INTERFACE ${target})
+        set_target_properties(${target}_sourceless PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
     endif()
 endfunction()

@@ -30,6 +30,8 @@ if(NOT MSVC)
         # do not count as the system's. The product, and the other compiler, have these warnings.
         target_compile_options(kv_test_options INTERFACE
             -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow -Wno-mismatched-new-delete)
+        # Several files are compiled as one; what is private to one of them is in a file that is included then.
+        target_compile_options(kv_test_options INTERFACE -Wno-subobject-linkage)
     endif()
     foreach(target gtest gtest_main gmock gmock_main)
         target_compile_options(${target} PRIVATE -O1)
@@ -93,7 +95,8 @@ endfunction()
 # because the system under test keeps process-wide state. Tests with the same resource do not run at the same time.
 function(kv_add_tests name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "RESOURCE_LOCK" "SOURCES;LINK;LABELS")
-    add_executable(${name} ${arg_SOURCES})
+    kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES})
+    add_executable(${name} ${sources})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_support gmock kv_build_options kv_test_options)
     target_precompile_headers(${name} REUSE_FROM kv_test_support)

@@ -19,7 +19,6 @@ using Requests = std::list<std::wstring>;
 
 namespace
 {
-constexpr wchar_t kVersion[] = L"1.2";
 constexpr DWORD kLongMs = 20000; // that no test reaches
 
 // An event of the test's own. Waiting has an end.
@@ -190,7 +189,10 @@ protected:
             EXPECT_TRUE(m_tracker->TrackRequest(request));
         }
     }
-    std::wstring FilePath() const { return m_winApi.DataFolder(m_name, kVersion) + L"Statlet_RequestQueue.txt"; }
+    std::wstring FilePath() const
+    {
+        return m_winApi.DataFolder(m_name, KVTest::kSampleVersion) + L"Statlet_RequestQueue.txt";
+    }
     std::string FileBytes() const { return KVTest::ReadFileBytes(FilePath()); }
     // A running tracker with these hits, whose first attempt has failed. From then on the server answers so.
     void StartWithOneFailedAttempt(const Requests& requests,
@@ -215,7 +217,8 @@ protected:
     ThreadApi m_kernelApi;
     KVTest::ScopedSubstitute<KVWinApi::IKernelApi> m_swapKernelApi{KVWinApi::g_kernelApi, m_kernelApi};
     std::wstring m_name = KVTest::UniqueApplicationName();
-    std::shared_ptr<CAsyncRequestTracker> m_tracker = std::make_shared<CAsyncRequestTracker>(m_name, kVersion, false);
+    std::shared_ptr<CAsyncRequestTracker> m_tracker =
+        std::make_shared<CAsyncRequestTracker>(m_name, KVTest::kSampleVersion, false);
 };
 } // namespace
 
@@ -293,7 +296,7 @@ TEST_F(AsyncRequestTrackerTests, Destruction_ClosesWhatIsOpenAndSavesNothing)
 {
     m_kernelApi.threadResult = ThreadApi::kFake;
     {
-        CAsyncRequestTracker tracker(m_name, kVersion, false);
+        CAsyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
         EXPECT_TRUE(tracker.Start());
         EXPECT_TRUE(tracker.TrackRequest(L"a"));
         m_kernelApi.TakeCalls();
@@ -348,7 +351,7 @@ TEST_F(AsyncRequestTrackerTests, Worker_LoadsTheFileBeforeItSends)
     EXPECT_TRUE(m_tracker->Stop());
     EXPECT_EQ(FileBytes(), "old1\nold2\n");
 
-    m_tracker = std::make_shared<CAsyncRequestTracker>(m_name, kVersion, false);
+    m_tracker = std::make_shared<CAsyncRequestTracker>(m_name, KVTest::kSampleVersion, false);
     m_tracker->SetDispatchHeld(false);
     EXPECT_TRUE(m_tracker->Start());
     EXPECT_TRUE(m_tracker->Stop()); // the worker makes one pass at least

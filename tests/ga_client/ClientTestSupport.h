@@ -23,6 +23,9 @@ inline std::wstring UniqueApplicationName()
     return L"Test" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(::GetTickCount64());
 }
 
+/// The version that goes with it.
+inline constexpr wchar_t kSampleVersion[] = L"1.2";
+
 /// The facts that the hits of tests carry, and the common part of every hit that comes of them.
 inline GAClient::ClientInfo SampleClientInfo()
 {

@@ -20,7 +20,6 @@ using Request = LoopbackServer::Request;
 
 namespace
 {
-constexpr wchar_t kVersion[] = L"1.2";
 constexpr DWORD kLongMs = 20000; // that no test reaches
 
 // The worker retries after milliseconds rather than a second.
@@ -68,7 +67,7 @@ protected:
     // The hits /collect?n=0 and so on are tracked by a tracker with a worker; true when it has sent them.
     bool SendByWorker(int count)
     {
-        m_worker = std::make_shared<GAClient::CAsyncRequestTracker>(m_name, kVersion, false);
+        m_worker = std::make_shared<GAClient::CAsyncRequestTracker>(m_name, KVTest::kSampleVersion, false);
         m_worker->SetDispatchHeld(false);
         EXPECT_TRUE(m_worker->Start());
         for (int i = 0; i < count; ++i)
@@ -97,7 +96,7 @@ protected:
     ImpatientApi m_kernelApi;
     KVTest::ScopedSubstitute<KVWinApi::IKernelApi> m_swapKernelApi{KVWinApi::g_kernelApi, m_kernelApi};
     std::wstring m_name = KVTest::UniqueApplicationName();
-    GAClient::CSyncRequestTracker m_tracker{m_name, kVersion, false};
+    GAClient::CSyncRequestTracker m_tracker{m_name, KVTest::kSampleVersion, false};
     std::shared_ptr<GAClient::CAsyncRequestTracker> m_worker;
     Targets m_expected;
 };
@@ -236,7 +235,7 @@ TEST_F(RealServerTests, OddRequests_AreSentOrKeptAndHoldUpNobodyForEver)
     };
     for (const std::wstring& request : odd)
     {
-        GAClient::CSyncRequestTracker tracker(m_name, kVersion, false);
+        GAClient::CSyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
         tracker.SetDispatchHeld(false);
         const bool isSent = tracker.TrackRequest(request);
         Requests queue;

@@ -14,7 +14,6 @@ using Requests = std::list<std::wstring>;
 
 namespace
 {
-constexpr wchar_t kVersion[] = L"1.2";
 constexpr std::int32_t kDefaultLimit = 500;
 constexpr std::size_t kFullSize = 1048576;
 
@@ -107,7 +106,7 @@ public:
 class RequestQueueFileTests : public testing::Test
 {
 protected:
-    std::wstring FolderPath() const { return m_winApi.DataFolder(m_name, kVersion); }
+    std::wstring FolderPath() const { return m_winApi.DataFolder(m_name, KVTest::kSampleVersion); }
     std::wstring FilePath() const { return FolderPath() + L"Statlet_RequestQueue.txt"; }
     bool FileExists() const { return ::GetFileAttributesW(FilePath().c_str()) != INVALID_FILE_ATTRIBUTES; }
     std::string Bytes() const { return KVTest::ReadFileBytes(FilePath()); }
@@ -129,7 +128,7 @@ protected:
     MutexApi m_winApi;
     KVTest::ScopedSubstitute<KVWinApi::IWinApi> m_swap{KVWinApi::g_winApi, m_winApi};
     std::wstring m_name = KVTest::UniqueApplicationName();
-    CRequestQueueFile m_file{m_name, kVersion};
+    CRequestQueueFile m_file{m_name, KVTest::kSampleVersion};
 };
 } // namespace
 
@@ -315,20 +314,20 @@ TEST_F(RequestQueueFileTests, Load_OfManyLines)
 TEST_F(RequestQueueFileTests, Mutex_NewOne_IsOwnedFromTheStartReleasedAndClosed)
 {
     (void)m_file.Save({L"a"});
-    EXPECT_EQ(m_winApi.calls,
-              std::vector<std::wstring>({L"create Statlet_" + m_name + kVersion + L" 1", L"release", L"close"}));
+    EXPECT_EQ(m_winApi.calls, std::vector<std::wstring>({L"create Statlet_" + m_name + KVTest::kSampleVersion + L" 1",
+                                                         L"release", L"close"}));
     m_winApi.calls.clear();
     Load();
-    EXPECT_EQ(m_winApi.calls,
-              std::vector<std::wstring>({L"create Statlet_" + m_name + kVersion + L" 1", L"release", L"close"}));
+    EXPECT_EQ(m_winApi.calls, std::vector<std::wstring>({L"create Statlet_" + m_name + KVTest::kSampleVersion + L" 1",
+                                                         L"release", L"close"}));
 }
 
 TEST_F(RequestQueueFileTests, Mutex_ExistingOne_IsWaitedForThirtySeconds)
 {
     m_winApi.exists = true;
     EXPECT_TRUE(m_file.Save({L"a"}));
-    EXPECT_EQ(m_winApi.calls, std::vector<std::wstring>({L"create Statlet_" + m_name + kVersion + L" 1", L"wait 30000",
-                                                         L"release", L"close"}));
+    EXPECT_EQ(m_winApi.calls, std::vector<std::wstring>({L"create Statlet_" + m_name + KVTest::kSampleVersion + L" 1",
+                                                         L"wait 30000", L"release", L"close"}));
 }
 
 TEST_F(RequestQueueFileTests, Mutex_AnEarlierLastError_IsNotTakenForAnExistingOne)
@@ -366,8 +365,8 @@ TEST_F(RequestQueueFileTests, Mutex_HeldByAnother_LeavesTheFileAndIsClosedUnrele
     m_winApi.exists = true;
     m_winApi.waitResult = WAIT_TIMEOUT;
     EXPECT_FALSE(m_file.Save({L"b"}));
-    EXPECT_EQ(m_winApi.calls,
-              std::vector<std::wstring>({L"create Statlet_" + m_name + kVersion + L" 1", L"wait 30000", L"close"}));
+    EXPECT_EQ(m_winApi.calls, std::vector<std::wstring>({L"create Statlet_" + m_name + KVTest::kSampleVersion + L" 1",
+                                                         L"wait 30000", L"close"}));
     EXPECT_EQ(Load(), Requests());
     EXPECT_EQ(Bytes(), "a\n");
 }
@@ -385,7 +384,7 @@ TEST_F(RequestQueueFileTests, Mutex_WaitThatFails_LeavesTheFile)
 TEST_F(RequestQueueFileTests, Mutex_AbandonedByADeadThread_CountsAsObtained)
 {
     WriteBytes("a\n");
-    const std::wstring name = L"Statlet_" + m_name + kVersion;
+    const std::wstring name = L"Statlet_" + m_name + KVTest::kSampleVersion;
     const HANDLE keepsItAlive = ::CreateMutexW(nullptr, FALSE, name.c_str());
     std::thread([keepsItAlive] { ::WaitForSingleObject(keepsItAlive, INFINITE); }).join();
     EXPECT_TRUE(m_file.Save({L"b"}));
@@ -396,7 +395,7 @@ TEST_F(RequestQueueFileTests, Mutex_AbandonedByADeadThread_CountsAsObtained)
 
 TEST_F(RequestQueueFileTests, Mutex_HeldByAnotherThread_IsWaitedForUntilItIsFree)
 {
-    const std::wstring name = L"Statlet_" + m_name + kVersion;
+    const std::wstring name = L"Statlet_" + m_name + KVTest::kSampleVersion;
     const HANDLE mutex = ::CreateMutexW(nullptr, TRUE, name.c_str());
     bool saved = false;
     std::thread saver([this, &saved] { saved = m_file.Save({L"a"}); });
@@ -412,9 +411,9 @@ TEST_F(RequestQueueFileTests, Mutex_HeldByAnotherThread_IsWaitedForUntilItIsFree
 TEST_F(RequestQueueFileTests, NoNameOrNoVersion_UsesNoFile)
 {
     Requests queue;
-    EXPECT_FALSE(CRequestQueueFile(L"", kVersion).Save({L"a"}));
+    EXPECT_FALSE(CRequestQueueFile(L"", KVTest::kSampleVersion).Save({L"a"}));
     EXPECT_FALSE(CRequestQueueFile(m_name, L"").Save({L"a"}));
-    CRequestQueueFile(L"", kVersion).Load(queue, kDefaultLimit);
+    CRequestQueueFile(L"", KVTest::kSampleVersion).Load(queue, kDefaultLimit);
     CRequestQueueFile(m_name, L"").Load(queue, kDefaultLimit);
     EXPECT_TRUE(queue.empty());
     EXPECT_EQ(::GetFileAttributesW(m_winApi.localFolder.PathOf(L"Norvik").c_str()), INVALID_FILE_ATTRIBUTES);
@@ -425,9 +424,10 @@ TEST_F(RequestQueueFileTests, Path_IsNarrowedToLowBytes)
     BadDiskApi kernelApi;
     KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernelApi);
     // U+0141 has the low byte of "A".
-    EXPECT_FALSE(CRequestQueueFile(m_name + L"\u0141", kVersion).Save({L"a"}));
+    EXPECT_FALSE(CRequestQueueFile(m_name + L"\u0141", KVTest::kSampleVersion).Save({L"a"}));
     ASSERT_EQ(kernelApi.opened.size(), 1U);
-    EXPECT_EQ(kernelApi.opened[0], m_winApi.DataFolder(m_name + L"A", kVersion) + L"Statlet_RequestQueue.txt");
+    EXPECT_EQ(kernelApi.opened[0],
+              m_winApi.DataFolder(m_name + L"A", KVTest::kSampleVersion) + L"Statlet_RequestQueue.txt");
 }
 
 // Damaged surroundings.

@@ -11,7 +11,6 @@ using Requests = std::list<std::wstring>;
 
 namespace
 {
-constexpr wchar_t kVersion[] = L"1.2";
 constexpr std::int64_t kNow = 1416096000;
 constexpr wchar_t kNowMark[] = L"#1416096000";
 
@@ -26,7 +25,7 @@ protected:
         m_tracker.GetQueuedRequests(queue);
         return queue;
     }
-    std::wstring FilePath(const std::wstring& version = kVersion) const
+    std::wstring FilePath(const std::wstring& version = KVTest::kSampleVersion) const
     {
         return m_winApi.DataFolder(m_name, version) + L"Statlet_RequestQueue.txt";
     }
@@ -36,7 +35,7 @@ protected:
     KVTest::FixedTimeApi m_kernelApi{kNow};
     KVTest::ScopedSubstitute<KVWinApi::IKernelApi> m_swapKernelApi{KVWinApi::g_kernelApi, m_kernelApi};
     std::wstring m_name = KVTest::UniqueApplicationName();
-    GAClient::CSyncRequestTracker m_tracker{m_name, kVersion, false};
+    GAClient::CSyncRequestTracker m_tracker{m_name, KVTest::kSampleVersion, false};
 };
 } // namespace
 
@@ -132,7 +131,7 @@ TEST_F(SyncRequestTrackerTests, RequestTimeout_AtFirst_IsTheSystems)
 
 TEST_F(SyncRequestTrackerTests, UseSsl_IsHandedToTheTransport)
 {
-    GAClient::CSyncRequestTracker secure(m_name, kVersion, true);
+    GAClient::CSyncRequestTracker secure(m_name, KVTest::kSampleVersion, true);
     secure.SetDispatchHeld(false);
     EXPECT_TRUE(secure.TrackRequest(L"a"));
     m_tracker.SetDispatchHeld(false);
@@ -232,7 +231,7 @@ TEST_F(SyncRequestTrackerTests, Stop_TellsThatTheSaveFailed)
 TEST_F(SyncRequestTrackerTests, Start_LoadsWhatAnEarlierTrackerSaved)
 {
     {
-        GAClient::CSyncRequestTracker earlier(m_name, kVersion, false);
+        GAClient::CSyncRequestTracker earlier(m_name, KVTest::kSampleVersion, false);
         EXPECT_TRUE(earlier.TrackRequest(L"a#1"));
         EXPECT_TRUE(earlier.Stop());
     }
@@ -250,7 +249,7 @@ TEST_F(SyncRequestTrackerTests, Start_WithoutFile_IsTrue)
 TEST_F(SyncRequestTrackerTests, Start_LoadsUpToTheLimit)
 {
     {
-        GAClient::CSyncRequestTracker earlier(m_name, kVersion, false);
+        GAClient::CSyncRequestTracker earlier(m_name, KVTest::kSampleVersion, false);
         EXPECT_TRUE(earlier.TrackRequest(L"a"));
         EXPECT_TRUE(earlier.TrackRequest(L"b"));
         EXPECT_TRUE(earlier.Stop());
@@ -264,7 +263,7 @@ TEST_F(SyncRequestTrackerTests, Start_LoadsUpToTheLimit)
 TEST_F(SyncRequestTrackerTests, Destruction_SavesNothing)
 {
     {
-        GAClient::CSyncRequestTracker other(m_name, kVersion, false);
+        GAClient::CSyncRequestTracker other(m_name, KVTest::kSampleVersion, false);
         EXPECT_TRUE(other.TrackRequest(L"a"));
     }
     EXPECT_EQ(::GetFileAttributesW(FilePath().c_str()), INVALID_FILE_ATTRIBUTES);
@@ -280,7 +279,7 @@ TEST_F(SyncRequestTrackerTests, EmptyVersion_LeavesTheInitialOne)
 
 TEST_F(SyncRequestTrackerTests, EmptyName_UsesNoFile)
 {
-    GAClient::CSyncRequestTracker tracker(L"", kVersion, false);
+    GAClient::CSyncRequestTracker tracker(L"", KVTest::kSampleVersion, false);
     EXPECT_TRUE(tracker.Start());
     EXPECT_TRUE(tracker.TrackRequest(L"a"));
     EXPECT_FALSE(tracker.Stop());
@@ -327,7 +326,7 @@ TEST_F(SyncRequestTrackerTests, LoadAndSave_TakeTheLockBeforeTheMutex)
     MutexApi winApi(kernelApi);
     KVTest::ScopedSubstitute<KVWinApi::IKernelApi> swapKernelApi{KVWinApi::g_kernelApi, kernelApi};
     KVTest::ScopedSubstitute<KVWinApi::IWinApi> swapWinApi{KVWinApi::g_winApi, winApi};
-    GAClient::CSyncRequestTracker tracker(m_name, kVersion, false);
+    GAClient::CSyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
     EXPECT_TRUE(tracker.Start());
     EXPECT_TRUE(tracker.Stop());
     EXPECT_EQ(winApi.depths, std::vector<int>({1, 1, 1, 1}));

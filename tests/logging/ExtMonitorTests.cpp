@@ -24,7 +24,7 @@ using namespace KVLogging;
 using KVTest::Lines;
 using KVTest::ProcessKey;
 
-const CLogSourceFile s_sourceFile(L"ExtMonitorTests.cpp");
+const CLogSourceFile s_extMonitorTests(L"ExtMonitorTests.cpp");
 
 // A class of its own, registered for the test server while the object lives. Below HKEY_LOCAL_MACHINE: the user's
 // classes are not looked at everywhere, and the user's hive is the sandbox's here.
@@ -109,7 +109,7 @@ protected:
 
     void RunScope(const wchar_t* fullName = L"NS::Class::Method", std::uint32_t errorCode = 0)
     {
-        const CLogFunction scope(&Module(), s_sourceFile, fullName, 1, errorCode, false, nullptr, nullptr);
+        const CLogFunction scope(&Module(), s_extMonitorTests, fullName, 1, errorCode, false, nullptr, nullptr);
     }
 
     // Reads the settings without telling a monitor anything.
@@ -273,7 +273,7 @@ TEST_F(ExtMonitorTests, ModulesOfOneProcess_ShareTheMonitor)
     CLogModule other("Other", "");
     RunScope(L"A::F");
     {
-        const CLogFunction scope(&other, s_sourceFile, L"A::G", 1);
+        const CLogFunction scope(&other, s_extMonitorTests, L"A::G", 1);
     }
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 class [A]\n1 entry [A::F]\n1 entry [A::G]\n");
 }

@@ -28,7 +28,7 @@ using KVTest::HeldFile;
 using KVTest::Lines;
 using testing::IsEmpty;
 
-const CLogSourceFile s_sourceFile(L"LogFileTests.cpp");
+const CLogSourceFile s_logFileTests(L"LogFileTests.cpp");
 
 constexpr wchar_t kQueueStart[] = L"--- Queued Lines Start ---";
 constexpr wchar_t kQueueEnd[] = L"--- Queued Lines End ---";
@@ -39,7 +39,7 @@ class LogFileTests : public KVTest::LogTest
 protected:
     void LogInScope(const wchar_t* text)
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+        CLogFunction scope(&Module(), s_logFileTests, L"Class::Method", 1);
         scope.LogString(kLogInfo, 2, text);
     }
 
@@ -641,7 +641,7 @@ TEST_F(LogFileTests, Header_OfASecondFile_IsWrittenThereToo)
     LogInScope(L"one");
     CLogModule other("Other", "");
     {
-        CLogFunction scope(&other, s_sourceFile, L"Class::Method", 1);
+        CLogFunction scope(&other, s_logFileTests, L"Class::Method", 1);
         scope.LogString(kLogInfo, 2, L"two");
     }
     for (const wchar_t* file : {L"trace.log", L"other.log"})

@@ -22,14 +22,14 @@ using KVTest::Lines;
 constexpr DWORD kEntryAndExit = 0xC00;
 constexpr DWORD kCounterAndLine = 0x20000000;
 
-const CLogSourceFile s_sourceFile(L"LogFunctionTests.cpp");
+const CLogSourceFile s_logFunctionTests(L"LogFunctionTests.cpp");
 
 class LogFunctionTests : public KVTest::LogTest
 {
 protected:
     void RunScope(const wchar_t* fullName = L"NS::Class::Method")
     {
-        const CLogFunction scope(&Module(), s_sourceFile, fullName, 17);
+        const CLogFunction scope(&Module(), s_logFunctionTests, fullName, 17);
     }
 
     // A scope with the full initialiser and arguments for the entry format.
@@ -38,7 +38,7 @@ protected:
         va_list arguments;
         va_start(arguments, entryFormat);
         {
-            const CLogFunction scope(&Module(), s_sourceFile, L"NS::Class::Method", 17, errorCode, isException,
+            const CLogFunction scope(&Module(), s_logFunctionTests, L"NS::Class::Method", 17, errorCode, isException,
                                      entryFormat, &arguments);
         }
         va_end(arguments);
@@ -46,7 +46,8 @@ protected:
 
     void RunScopeWithText(const wchar_t* entryFormat)
     {
-        const CLogFunction scope(&Module(), s_sourceFile, L"NS::Class::Method", 17, 0, false, entryFormat, nullptr);
+        const CLogFunction scope(&Module(), s_logFunctionTests, L"NS::Class::Method", 17, 0, false, entryFormat,
+                                 nullptr);
     }
 
     static std::wstring SystemText(DWORD code)
@@ -109,7 +110,7 @@ TEST_F(LogFunctionTests, LinesOfTheScope_CarryTheirOwnNumbers)
 {
     UseFile(0xC10, kCounterAndLine);
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         scope.LogString(kLogInfo, 18, L"plain");
         scope.LogFormattedString(kLogInfo, 19, L"%s is %d", L"number", 5);
     }
@@ -124,7 +125,7 @@ TEST_F(LogFunctionTests, TextWithoutEndOfLine_WaitsForTheRest)
 {
     const std::wstring path = UseFile(0x10, kCounterAndLine);
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         scope.LogString(kLogInfo, 18, L"first, ", false);
         scope.LogString(kLogInfo, 19, L"second, ", false);
         EXPECT_EQ(ReadLog(), L""); // opened, not written
@@ -168,7 +169,7 @@ TEST_F(LogFunctionTests, EntryFormat_Empty_CountsAsNone)
 TEST_F(LogFunctionTests, EntryFormat_EntryLineNotWanted_DoesNotGetIntoTheNextLine)
 {
     UseFile(0x10);
-    CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17, 0, false, L"text", nullptr);
+    CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17, 0, false, L"text", nullptr);
     scope.LogString(kLogInfo, 18, L"line");
     EXPECT_EQ(ReadLog(), Lines({L"(I0) line"}));
 }
@@ -177,7 +178,7 @@ TEST_F(LogFunctionTests, Duration_IsAppendedToTheExitLineOnly)
 {
     UseFile(kEntryAndExit, 0x400000);
     {
-        const CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        const CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         ::Sleep(2);
     }
     const std::wstring log = ReadLog();
@@ -192,11 +193,11 @@ TEST_F(LogFunctionTests, ExceptionStates_AreNotedOnTheExitLine)
 {
     UseFile(0x800);
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         scope.SetExceptionState(ExceptionState::Handled);
     }
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         scope.SetExceptionState(ExceptionState::Unhandled);
     }
     RunScopeWithArguments(0, true, nullptr);
@@ -227,7 +228,7 @@ TEST_F(LogFunctionTests, LeftByATranslatedFault_TheExitLineTellsSo)
     const KVTest::ForbiddenPage page;
     EXPECT_THROW(
         {
-            const CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+            const CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
             const KVUtils::CStructuredExceptionScope translator;
             translator.Run([&] { static_cast<void>(*page.GetChars()); });
         },
@@ -250,7 +251,7 @@ TEST_F(LogFunctionTests, LeftByACppException_IsAnOrdinaryExitLine)
     UseFile(kEntryAndExit);
     EXPECT_THROW(
         {
-            const CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+            const CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
             throw std::runtime_error("left");
         },
         std::runtime_error);
@@ -261,7 +262,7 @@ TEST_F(LogFunctionTests, ErrorCode_GivesASecondExitLine)
 {
     UseFile(0x800 | 0x20000000, kCounterAndLine);
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         scope.SetErrorCode(ERROR_ACCESS_DENIED);
         ::SetLastError(ERROR_ACCESS_DENIED);
     }
@@ -274,7 +275,7 @@ TEST_F(LogFunctionTests, ErrorCode_TheLastErrorIsTheTracedFunctions)
 {
     UseFile(0x800 | 0x20000000);
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 17);
+        CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
         scope.SetErrorCode(ERROR_ACCESS_DENIED);
         ::SetLastError(ERROR_FILE_NOT_FOUND);
     }
@@ -312,10 +313,10 @@ TEST_F(LogFunctionTests, Indentation_EntryAndExitLineUp)
 {
     UseFile(0xC10, 0x200000);
     {
-        CLogFunction outer(&Module(), s_sourceFile, L"Class::Outer", 1);
+        CLogFunction outer(&Module(), s_logFunctionTests, L"Class::Outer", 1);
         outer.LogString(kLogInfo, 2, L"in outer");
         {
-            CLogFunction inner(&Module(), s_sourceFile, L"Class::Inner", 3);
+            CLogFunction inner(&Module(), s_logFunctionTests, L"Class::Inner", 3);
             inner.LogString(kLogInfo, 4, L"in inner");
         }
         Log(0x10, L"without scope");
@@ -330,7 +331,7 @@ TEST_F(LogFunctionTests, Indentation_ErrorLineIsAtTheLevelOfTheExitLine)
 {
     UseFile(0xC00, 0x200000);
     {
-        const CLogFunction outer(&Module(), s_sourceFile, L"Class::Outer", 1);
+        const CLogFunction outer(&Module(), s_logFunctionTests, L"Class::Outer", 1);
         ::SetLastError(ERROR_ACCESS_DENIED);
         RunScopeWithArguments(ERROR_ACCESS_DENIED, false, nullptr);
     }
@@ -349,7 +350,7 @@ TEST_F(LogFunctionTests, Indentation_ExitWithoutEntry_StaysEmpty)
 TEST_F(LogFunctionTests, Indentation_OptionOff_None)
 {
     UseFile(0xC10);
-    CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+    CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 1);
     scope.LogString(kLogInfo, 2, L"line");
     EXPECT_EQ(ReadLog(), Lines({L"(->) Class::Method", L"(I0) line"}));
 }
@@ -362,7 +363,7 @@ TEST_F(LogFunctionTests, LastError_SurvivesEveryCallLoggingOnAndOff)
         EndModule();
         ::SetLastError(4711);
         {
-            CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1, 5, false, nullptr, nullptr);
+            CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 1, 5, false, nullptr, nullptr);
             EXPECT_EQ(::GetLastError(), 4711u);
             scope.LogString(kLogInfo, 2, L"line");
             EXPECT_EQ(::GetLastError(), 4711u);
@@ -381,7 +382,7 @@ TEST_F(LogFunctionTests, LastError_SurvivesEveryCallLoggingOnAndOff)
 TEST_F(LogFunctionTests, NoModule_LogsNothing)
 {
     UseFile(0xFFFF);
-    CLogFunction scope(nullptr, s_sourceFile, L"Class::Method", 1);
+    CLogFunction scope(nullptr, s_logFunctionTests, L"Class::Method", 1);
     scope.LogString(kLogInfo, 2, L"line");
     scope.LogFormattedString(kLogInfo, 3, L"%d", 5);
     EXPECT_EQ(scope.GetLineNumber(), 3);
@@ -393,7 +394,7 @@ TEST_F(LogFunctionTests, BadFullName_TheLinesAreDroppedAndTheCallerGoesOn)
     UseFile(kEntryAndExit | 0x10);
     const KVTest::ForbiddenPage page;
     {
-        CLogFunction scope(&Module(), s_sourceFile, page.GetText(), 1);
+        CLogFunction scope(&Module(), s_logFunctionTests, page.GetText(), 1);
         scope.LogString(kLogInfo, 2, L"line");
     }
     EXPECT_EQ(ReadLog(), Lines({L"(I0) line"}));

@@ -27,7 +27,7 @@ using KVTest::ProcessKey;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const CLogSourceFile s_sourceFile(L"LogModuleTests.cpp");
+const CLogSourceFile s_logModuleTests(L"LogModuleTests.cpp");
 const CLogSourceFile s_otherSourceFile(L"Other.cpp");
 
 class LogModuleTests : public KVTest::LogTest
@@ -60,7 +60,7 @@ TEST_F(LogModuleTests, NoKey_NothingIsWrittenAnywhere)
 {
     KVTest::DebugOutputCapture debugOutput;
     Log(0xFFFFFFFF & ~kLogDetailLevelMask, L"line");
-    LogInScope(s_sourceFile, 0xFFFFFFFF & ~kLogDetailLevelMask, L"line");
+    LogInScope(s_logModuleTests, 0xFFFFFFFF & ~kLogDetailLevelMask, L"line");
     ExpectSilence(debugOutput.GetLines());
     EXPECT_FALSE(m_registry.KeyExists(BaseKey()));
 }
@@ -171,7 +171,7 @@ TEST_F(LogModuleTests, SourceFileKey_OverridesForThatFileOnly)
 {
     UseFile(0x10);
     m_registry.SetDword(ModuleKey() + L"\\LogModuleTests.CPP", L"LogCategories", 0x40);
-    LogInScope(s_sourceFile, 0x50, L"this");
+    LogInScope(s_logModuleTests, 0x50, L"this");
     LogInScope(s_otherSourceFile, 0x50, L"other");
     Log(0x50, L"none");
     EXPECT_EQ(ReadLog(), Lines({L"(WN) this", L"(I0) other", L"(I0) none"}));
@@ -182,7 +182,7 @@ TEST_F(LogModuleTests, SourceFileKey_ItsOwnFile)
     UseFile(0x10);
     m_registry.SetDword(ModuleKey() + L"\\logmoduletests.cpp", L"LogCategories", 0x10);
     m_registry.SetString(ModuleKey() + L"\\logmoduletests.cpp", L"LogFileName", m_folder.PathOf(L"own.log"));
-    LogInScope(s_sourceFile, 0x10, L"this");
+    LogInScope(s_logModuleTests, 0x10, L"this");
     LogInScope(s_otherSourceFile, 0x10, L"other");
     EXPECT_EQ(ReadLog(), Lines({L"(I0) other"}));
     EXPECT_EQ(ReadLog(L"own.log"), Lines({L"(I0) this"}));
@@ -200,7 +200,7 @@ TEST_F(LogModuleTests, OpenPendingFile_ChangesAreSeenAtOnce)
 TEST_F(LogModuleTests, OpenedFile_ChangesWaitForThePollInterval)
 {
     UseFile(0x10);
-    LogInScope(s_sourceFile, 0x10, L"opens the file");
+    LogInScope(s_logModuleTests, 0x10, L"opens the file");
     SetBase(L"LogCategories", 0);
     Log(0x10, L"still wanted");
     EXPECT_EQ(ReadLog(), Lines({L"(I0) opens the file", L"(I0) still wanted"}));
@@ -232,7 +232,7 @@ TEST_F(LogModuleTests, PollIntervalOver_ChangesAreSeenAndRemovedValuesFallBack)
     UseFile(0x10, 0x80000);
     SetBase(L"LogInfoDetailLevel", 3);
     SetBase(L"LogParmsPollTime", 1);
-    LogInScope(s_sourceFile, 0x13, L"first");
+    LogInScope(s_logModuleTests, 0x13, L"first");
     m_registry.DeleteValue(BaseKey(), L"LogInfoDetailLevel");
     m_registry.DeleteValue(BaseKey(), L"LogOptions");
     ::Sleep(1100);
@@ -247,9 +247,9 @@ TEST_F(LogModuleTests, PollIntervalOver_FileStaysTheSameRecord)
 {
     UseFile(0x40000010, 0x10000);
     SetBase(L"LogParmsPollTime", 1);
-    LogInScope(s_sourceFile, 0x10, L"first");
+    LogInScope(s_logModuleTests, 0x10, L"first");
     ::Sleep(1100);
-    LogInScope(s_sourceFile, 0x10, L"second");
+    LogInScope(s_logModuleTests, 0x10, L"second");
     const std::wstring log = ReadLog();
     // Neither a second truncation nor a second header.
     EXPECT_TRUE(KVTest::Matches(log, "(\\(\\+\\+\\) .*\r\n){6}\\(I0\\) first\r\n\\(I0\\) second\r\n"))
@@ -260,7 +260,7 @@ TEST_F(LogModuleTests, KeyRemoved_LoggingStopsAfterThePollInterval)
 {
     UseFile(0x10);
     SetBase(L"LogParmsPollTime", 1);
-    LogInScope(s_sourceFile, 0x10, L"first");
+    LogInScope(s_logModuleTests, 0x10, L"first");
     m_registry.DeleteKey(BaseKey());
     ::Sleep(1100);
     Log(0x10, L"second");
@@ -272,8 +272,8 @@ TEST_F(LogModuleTests, ModulesOfOneProcess_ShareTheFileRecord)
     UseFile(0x40000C10, 0x200000);
     CLogModule other("Other", "");
     {
-        const CLogFunction scope(&Module(), s_sourceFile, L"Class::Outer", 1);
-        CLogFunction inner(&other, s_sourceFile, L"Class::Inner", 1);
+        const CLogFunction scope(&Module(), s_logModuleTests, L"Class::Outer", 1);
+        CLogFunction inner(&other, s_logModuleTests, L"Class::Inner", 1);
     }
     const std::wstring log = ReadLog();
     // One header, one indentation.
@@ -287,7 +287,7 @@ TEST_F(LogModuleTests, DebuggerOption_EachLineInFourCalls)
     UseFile(0x410, 0x280000);
     KVTest::DebugOutputCapture debugOutput;
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+        CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
         scope.LogString(kLogInfo, 2, L"line");
     }
     EXPECT_THAT(debugOutput.GetLines(),
@@ -319,14 +319,14 @@ TEST_F(LogModuleTests, DebuggerOption_WithoutFile_Suffices)
     SetBase(L"LogCategories", 0x10);
     SetBase(L"LogOptions", 0x80000);
     KVTest::DebugOutputCapture debugOutput;
-    LogInScope(s_sourceFile, 0x10, L"line");
+    LogInScope(s_logModuleTests, 0x10, L"line");
     EXPECT_EQ(debugOutput.GetText(), "(I0) line\r\n");
 }
 
 TEST_F(LogModuleTests, PrefixOptions_ReachTheLine)
 {
     UseFile(0x10, 0x3F000000);
-    LogInScope(s_sourceFile, 0x10, L"line");
+    LogInScope(s_logModuleTests, 0x10, L"line");
     EXPECT_TRUE(KVTest::Matches(ReadLog(), R"(\d{4}/\d\d/\d\d \d\d:\d\d:\d\d \d{10} \(\d{6} ms\) \[)" +
                                                std::to_string(::GetCurrentProcessId()) +
                                                R"(\] \{tid: 0x[0-9A-F]{4,8}\} 0002: \(I0\) line)" + "\r\n"))
@@ -415,7 +415,7 @@ TEST_F(LogModuleTests, FaultInSink_TheLineDoesNotGetIntoTheNext)
     UseFile(0x10);
     FaultingSink sink;
     Module().AttachLineSink(&sink);
-    CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+    CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
     scope.LogString(kLogInfo, 2, L"lost");
     sink.isArmed = false;
     scope.LogString(kLogInfo, 3, L"next");
@@ -428,10 +428,10 @@ TEST_F(LogModuleTests, FaultInSinkAtTheHeader_TheFileIsNotOpenedASecondTime)
     UseFile(0x40000010, 0x10000);
     FaultingSink sink;
     Module().AttachLineSink(&sink);
-    LogInScope(s_sourceFile, 0x10, L"lost");
+    LogInScope(s_logModuleTests, 0x10, L"lost");
     sink.isArmed = false;
     Log(0x10, L"one");
-    LogInScope(s_sourceFile, 0x10, L"two");
+    LogInScope(s_logModuleTests, 0x10, L"two");
     EXPECT_EQ(ReadLog(), Lines({L"(I0) one", L"(I0) two"}));
 }
 
@@ -466,7 +466,7 @@ TEST_F(LogModuleTests, BadText_TheLineIsDroppedAndNoted)
     const KVTest::ForbiddenPage page;
     KVTest::DebugOutputCapture debugOutput;
     Log(0x10, page.GetText());
-    LogInScope(s_sourceFile, 0x10, page.GetText());
+    LogInScope(s_logModuleTests, 0x10, page.GetText());
     EXPECT_EQ(debugOutput.GetText(), "Exception Exit: InternalLogSimpleString (Access violation)\r\n"
                                      "Exception Exit: InternalLogSimpleString (Access violation)\r\n");
     EXPECT_EQ(ReadLog(), L"");
@@ -501,7 +501,7 @@ TEST_F(LogModuleTests, FaultInFormatter_TheErrorLineIsDroppedAndNoted)
     });
     KVTest::DebugOutputCapture debugOutput;
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+        CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
         scope.SetErrorCode(5);
     }
     EXPECT_EQ(debugOutput.GetText(), "Exception Exit: InternalLogSimpleString (Access violation)\r\n");
@@ -518,7 +518,7 @@ TEST_F(LogModuleTests, Sink_ReceivesPrefixIndentationAndMessage)
     KVTest::RecordingSink sink;
     Module().AttachLineSink(&sink);
     {
-        CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+        CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
         scope.LogString(kLogInfo, 2, L"line");
     }
     Module().AttachLineSink(nullptr);
@@ -533,7 +533,7 @@ TEST_F(LogModuleTests, Sink_WithoutFile_ReceivesTheLinesAndNothingElseHappens)
     KVTest::RecordingSink sink;
     Module().AttachLineSink(&sink);
     KVTest::DebugOutputCapture debugOutput;
-    LogInScope(s_sourceFile, 0x10, L"line");
+    LogInScope(s_logModuleTests, 0x10, L"line");
     EXPECT_THAT(sink.Lines, ElementsAre(L"(I0) ||line"));
     EXPECT_THAT(debugOutput.GetLines(), IsEmpty());
 }
@@ -555,7 +555,7 @@ TEST_F(LogModuleTests, Sink_ReceivesTheHeader)
     UseFile(0x40000010);
     KVTest::RecordingSink sink;
     Module().AttachLineSink(&sink);
-    LogInScope(s_sourceFile, 0x10, L"line");
+    LogInScope(s_logModuleTests, 0x10, L"line");
     ASSERT_EQ(sink.Lines.size(), 7u);
     EXPECT_EQ(sink.Lines[0].substr(0, 23), L"(++) ||Module File Name");
 }
@@ -578,7 +578,7 @@ TEST_F(LogModuleTests, ModuleWithoutName_ReadsTheProcessKeyAndItsSourceFiles)
     m_registry.SetDword(ProcessKey() + L"\\LogModuleTests.cpp", L"LogCategories", 0x40);
     CLogModule module(nullptr, "04:50:00");
     module.LogString(nullptr, 0x10, L"module", true);
-    CLogFunction scope(&module, s_sourceFile, L"Class::Method", 1);
+    CLogFunction scope(&module, s_logModuleTests, L"Class::Method", 1);
     scope.LogString(0x50, 2, L"source file");
     EXPECT_EQ(ReadLog(), Lines({L"(I0) module", L"(WN) source file"}));
 }
@@ -594,7 +594,7 @@ TEST_F(LogModuleTests, LibraryWithItsOwnCopyOfTheCode_HasItsOwnNameAndSharesTheS
         reinterpret_cast<void*>(::GetProcAddress(library, "KvLogInLibrary")));
     ASSERT_NE(log, nullptr);
     {
-        const CLogFunction scope(&Module(), s_sourceFile, L"Class::Method", 1);
+        const CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
         log(L"one");
         log(L"two");
     }
@@ -606,7 +606,7 @@ TEST_F(LogModuleTests, LibraryWithItsOwnCopyOfTheCode_HasItsOwnNameAndSharesTheS
 TEST_F(LogModuleTests, ResetSettings_ZeroesTheModulesOwn)
 {
     UseFile(0x10);
-    LogInScope(s_sourceFile, 0x10, L"one");
+    LogInScope(s_logModuleTests, 0x10, L"one");
     Module().ResetSettings();
     Log(0x10, L"two"); // not due: the settings are zero until they are read again
     EXPECT_EQ(ReadLog(), Lines({L"(I0) one"}));

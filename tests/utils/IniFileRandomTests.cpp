@@ -50,7 +50,7 @@ std::wstring Understood(std::wstring text)
 }
 
 // The model of a file: its lines in order.
-struct Model
+struct ModelFile
 {
     struct Line
     {
@@ -154,10 +154,10 @@ std::wstring RandomCase(KVTest::RandomCases& random, std::wstring text)
 }
 
 // Half the lines of a section have a key that another line of it may have, too: the first one counts.
-std::pair<std::wstring, Model> RandomFile(KVTest::RandomCases& random, bool isUnicode)
+std::pair<std::wstring, ModelFile> RandomFile(KVTest::RandomCases& random, bool isUnicode)
 {
     std::wstring text;
-    Model model;
+    ModelFile model;
     for (const std::wstring& section : kSections)
     {
         if (random.OneIn(4))
@@ -227,7 +227,7 @@ void CompareOneReader(KVTest::RandomCases& random, const CIniFile& ini, const st
         ASSERT_EQ(number, !isThere ? -1 : Lower(expected) == L"yes" ? 1 : 0);
         break;
     case 4: {
-        const auto [isNumber, expectedNumber] = Model::Number(expected);
+        const auto [isNumber, expectedNumber] = ModelFile::Number(expected);
         ASSERT_EQ(ini.GetInt(section.c_str(), key.c_str(), number), isThere && isNumber) << expected;
         ASSERT_EQ(number, isThere ? expectedNumber : -1) << expected;
         break;
@@ -245,7 +245,7 @@ void CompareOneReader(KVTest::RandomCases& random, const CIniFile& ini, const st
 }
 
 // Lets one of the writers write, to the file and to the model.
-void WriteOnce(KVTest::RandomCases& random, CIniFile& ini, Model& model, const std::wstring& section,
+void WriteOnce(KVTest::RandomCases& random, CIniFile& ini, ModelFile& model, const std::wstring& section,
                const std::wstring& key, bool isUnicode)
 {
     constexpr std::int32_t kBillion = 1000000000;

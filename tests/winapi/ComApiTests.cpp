@@ -177,3 +177,6 @@ TEST(ComApiTests, CopyVariant_WithoutTheLibrary_LeavesTheDestinationAndSaysSo)
     EXPECT_EQ(destination.lVal, 7);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

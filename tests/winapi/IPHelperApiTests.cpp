@@ -87,3 +87,6 @@ TEST(IPHelperApiTests, RealClass_GivesTheSystemsResults)
     }
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

@@ -332,3 +332,6 @@ TEST(KernelApiTests, Destruction_GivesTheModuleBackAndNothingWithoutOne)
     EXPECT_EQ(s_freedModules, 1);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

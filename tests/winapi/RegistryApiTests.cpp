@@ -131,3 +131,6 @@ TEST(RegistryApiTests, RealClass_WritesAndReadsTheRegistry)
     EXPECT_EQ(api.RegCloseKey(key), ERROR_SUCCESS);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

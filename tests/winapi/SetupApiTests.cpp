@@ -108,3 +108,6 @@ TEST(SetupApiTests, RealClass_MakesAndDestroysAnEmptyDeviceList)
     EXPECT_NE(api.SetupDiDestroyDeviceInfoList(set), FALSE);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

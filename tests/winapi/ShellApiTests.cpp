@@ -78,3 +78,6 @@ TEST(ShellApiTests, RealClass_GivesTheSystemsFolders)
     EXPECT_STREQ(path, expected);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

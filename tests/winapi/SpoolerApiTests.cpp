@@ -109,3 +109,6 @@ TEST(SpoolerApiTests, RealClass_GivesTheSystemsFailure)
     EXPECT_EQ(KVWinApi::g_spoolerApi->ClosePrinter(nullptr), FALSE);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

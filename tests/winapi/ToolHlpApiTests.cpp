@@ -70,3 +70,6 @@ TEST(ToolHlpApiTests, RealClass_FindsTheOwnProcess)
     ::CloseHandle(snapshot);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

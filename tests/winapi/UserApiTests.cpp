@@ -91,3 +91,6 @@ TEST(UserApiTests, RealClass_GivesTheSystemsResults)
     EXPECT_EQ(KVWinApi::g_userApi->GetUserNameW(nullptr, &none), FALSE);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

@@ -104,3 +104,6 @@ TEST(WinApiTests, RealClass_GivesTheSystemsResults)
     EXPECT_STREQ(value, L"value");
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE

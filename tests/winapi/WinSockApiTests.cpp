@@ -102,3 +102,6 @@ TEST(WinSockApiTests, RealClass_StartsSocketsAndTellsTheirErrors)
     EXPECT_EQ(api.WSACleanup(), 0);
 }
 } // namespace
+
+#undef KV_OPERATIONS
+#undef KV_INTERFACE
