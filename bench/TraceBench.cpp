@@ -94,6 +94,38 @@ void WriteBare(const std::wstring& path, const std::string& bytes)
     ::CloseHandle(file);
 }
 
+// The same while holding, one after the other, the two mutexes without which the modules of a process cannot share
+// settings and files.
+class BareLockedWriter
+{
+public:
+    BareLockedWriter()
+        : m_settings(::CreateMutexW(nullptr, FALSE, nullptr)), m_file(::CreateMutexW(nullptr, FALSE, nullptr))
+    {
+    }
+    ~BareLockedWriter()
+    {
+        ::CloseHandle(m_file);
+        ::CloseHandle(m_settings);
+    }
+    BareLockedWriter(const BareLockedWriter&) = delete;
+    BareLockedWriter& operator=(const BareLockedWriter&) = delete;
+
+    void Write(const std::wstring& path, const std::string& bytes) const
+    {
+        constexpr DWORD kWaitMs = 50;
+        ::WaitForSingleObject(m_settings, kWaitMs);
+        ::ReleaseMutex(m_settings);
+        ::WaitForSingleObject(m_file, kWaitMs);
+        WriteBare(path, bytes);
+        ::ReleaseMutex(m_file);
+    }
+
+private:
+    HANDLE m_settings;
+    HANDLE m_file;
+};
+
 // With the settings of packaging/logging-on.reg.
 void CompareLines(int pairs)
 {
@@ -110,24 +142,29 @@ void CompareLines(int pairs)
     const auto log = [&] {
         scope.LogString(KVLogging::kLogInfo, 2, L"CAnalyticsProxy::Run - Total wait time is 0 ms");
     };
+    const auto logLines = [&] {
+        for (int i = 0; i < kLines; ++i)
+        {
+            log();
+        }
+    };
     const std::uint64_t before = SizeOf(path);
     log();
     const std::string bytes(SizeOf(path) - before, 'x');
     const std::wstring barePath = folder.PathOf(L"bare.log");
-    KVBench::ComparePairs(
-        "d", pairs,
-        [&] {
-            for (int i = 0; i < kLines; ++i)
-            {
-                log();
-            }
-        },
-        [&] {
-            for (int i = 0; i < kLines; ++i)
-            {
-                WriteBare(barePath, bytes);
-            }
-        });
+    KVBench::ComparePairs("d", pairs, logLines, [&] {
+        for (int i = 0; i < kLines; ++i)
+        {
+            WriteBare(barePath, bytes);
+        }
+    });
+    const BareLockedWriter lockedWriter;
+    KVBench::ComparePairs("d.locks", pairs, logLines, [&] {
+        for (int i = 0; i < kLines; ++i)
+        {
+            lockedWriter.Write(barePath, bytes);
+        }
+    });
 }
 } // namespace
 
