@@ -23,7 +23,7 @@ std::list<std::wstring> FullQueue()
 
 bool SaveAndLoad(const std::list<std::wstring>& queue)
 {
-    const GAClient::CRequestQueueFile file(kApplication, kVersion);
+    GAClient::CRequestQueueFile file(kApplication, kVersion); // a new one, as each process has
     std::list<std::wstring> loaded;
     const bool saved = file.Save(queue);
     file.Load(loaded, kLimit);

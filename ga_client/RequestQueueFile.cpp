@@ -86,7 +86,7 @@ std::wstring FilePath(const std::wstring& applicationName, const std::wstring& a
     return folder.empty() ? std::wstring() : NarrowedPath(folder + kFileName);
 }
 
-KVWinApi::CUniqueFile Open(const std::wstring& path, DWORD access, DWORD disposition)
+KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD access, DWORD disposition)
 {
     return KVWinApi::CUniqueFile(KVWinApi::g_kernelApi->CreateFileW(path.c_str(), access, kShareMode, nullptr,
                                                                     disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -135,7 +135,7 @@ bool AppendBytes(HANDLE file, std::int64_t size, const std::string& bytes)
 std::optional<std::list<std::wstring>> ReadLines(const std::wstring& path, std::size_t limit)
 {
     constexpr DWORD kChunkSize = 65536;
-    const KVWinApi::CUniqueFile file = Open(path, GENERIC_READ, OPEN_EXISTING);
+    const KVWinApi::CUniqueFile file = OpenFile(path, GENERIC_READ, OPEN_EXISTING);
     if (!file.IsValid())
     {
         return std::nullopt;
@@ -156,7 +156,7 @@ std::optional<std::list<std::wstring>> ReadLines(const std::wstring& path, std::
 
 bool Empty(const std::wstring& path)
 {
-    return Open(path, GENERIC_WRITE, TRUNCATE_EXISTING).IsValid();
+    return OpenFile(path, GENERIC_WRITE, TRUNCATE_EXISTING).IsValid();
 }
 
 std::size_t FreePlaces(const std::list<std::wstring>& queue, std::int32_t queueLimit)
@@ -171,15 +171,23 @@ CRequestQueueFile::CRequestQueueFile(std::wstring applicationName, std::wstring 
 {
 }
 
-bool CRequestQueueFile::Save(const std::list<std::wstring>& requests) const
+bool CRequestQueueFile::Save(const std::list<std::wstring>& requests)
 {
-    const std::wstring path = FilePath(m_applicationName, m_applicationVersion);
+    const bool wasFoundBefore = !m_path.empty();
+    FindPath();
     const CFileTurn turn(kMutexPrefix + m_applicationName + m_applicationVersion);
-    if (path.empty() || !turn.IsHeld())
+    if (m_path.empty() || !turn.IsHeld())
     {
         return false;
     }
-    const KVWinApi::CUniqueFile file = Open(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
+    KVWinApi::CUniqueFile file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
+    if (!file.IsValid() && wasFoundBefore && ::GetLastError() == ERROR_PATH_NOT_FOUND)
+    {
+        // Somebody has removed the folder since.
+        m_path.clear();
+        FindPath();
+        file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
+    }
     LARGE_INTEGER size{};
     if (!file.IsValid() || KVWinApi::g_kernelApi->GetFileSizeEx(file.Get(), &size) == FALSE)
     {
@@ -199,19 +207,27 @@ bool CRequestQueueFile::Save(const std::list<std::wstring>& requests) const
     return AppendBytes(file.Get(), size.QuadPart, bytes);
 }
 
-void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueLimit) const
+void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueLimit)
 {
-    const std::wstring path = FilePath(m_applicationName, m_applicationVersion);
+    FindPath();
     const CFileTurn turn(kMutexPrefix + m_applicationName + m_applicationVersion);
-    if (path.empty() || !turn.IsHeld())
+    if (m_path.empty() || !turn.IsHeld())
     {
         return;
     }
-    std::optional<std::list<std::wstring>> lines = ReadLines(path, FreePlaces(queue, queueLimit));
+    std::optional<std::list<std::wstring>> lines = ReadLines(m_path, FreePlaces(queue, queueLimit));
     // From here on the entries are this process's alone; without that they would be sent by every process.
-    if (lines && Empty(path))
+    if (lines && Empty(m_path))
     {
         queue.splice(queue.end(), *lines);
+    }
+}
+
+void CRequestQueueFile::FindPath()
+{
+    if (m_path.empty())
+    {
+        m_path = FilePath(m_applicationName, m_applicationVersion);
     }
 }
 } // namespace GAClient

@@ -15,6 +15,8 @@ namespace GAClient
 /// Characters are stored as the low 8 bits of their UTF-16 code units and read back with sign extension: plain ASCII
 /// survives, other characters do not. The asymmetry is deliberate and kept.
 ///
+/// The data folder is looked for, and made, by the first operation; Save makes it again when it has gone since.
+///
 /// Not synchronised within the process: the tracker calls it under its lock, which comes before the mutex.
 class CRequestQueueFile
 {
@@ -24,17 +26,21 @@ public:
 
     /// Appends the hits to the file, oldest first. False when nothing was written: no file to use, the mutex not to be
     /// had, a file of 1 MiB or more, or a failure of the file system, after which the file is as long as before.
-    bool Save(const std::list<std::wstring>& requests) const;
+    bool Save(const std::list<std::wstring>& requests);
 
     /// Moves the hits of the file to the end of the queue while that holds fewer than queueLimit entries; those beyond
     /// are discarded. The file is left empty.
     ///
     /// When the file cannot be read and emptied, nothing is loaded and the file stays as it is: hits that stayed in it
     /// would be sent again by every later process.
-    void Load(std::list<std::wstring>& queue, std::int32_t queueLimit) const;
+    void Load(std::list<std::wstring>& queue, std::int32_t queueLimit);
 
 private:
+    // The shell takes longer to name the folder than a small file takes to be read.
+    void FindPath();
+
     std::wstring m_applicationName;
     std::wstring m_applicationVersion;
+    std::wstring m_path; // empty until it has been found
 };
 } // namespace GAClient

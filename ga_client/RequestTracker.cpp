@@ -1,12 +1,13 @@
 #include "ga_client/RequestTracker.h"
 
 #include "ga_client/protocols/QueueTime.h"
-#include "ga_client/RequestQueueFile.h"
 
 namespace GAClient
 {
 namespace
 {
+constexpr wchar_t kInitialVersion[] = L"1.0.0";
+
 // Not through the facade, which is about to be destroyed. Ends with the process.
 void StayUntilProcessEnds()
 {
@@ -19,16 +20,9 @@ void StayUntilProcessEnds()
 
 CRequestTracker::CRequestTracker(const std::wstring& applicationName, const std::wstring& applicationVersion,
                                  bool useSsl, bool asynchronous)
-    : m_asynchronous(asynchronous), m_useSsl(useSsl)
+    : m_asynchronous(asynchronous), m_useSsl(useSsl),
+      m_file(applicationName, !applicationVersion.empty() ? applicationVersion : kInitialVersion)
 {
-    if (!applicationName.empty())
-    {
-        m_applicationName = applicationName;
-    }
-    if (!applicationVersion.empty())
-    {
-        m_applicationVersion = applicationVersion;
-    }
 }
 
 CRequestTracker::~CRequestTracker() = default;
@@ -91,13 +85,13 @@ CRequestTracker::Delivery CRequestTracker::SendOldest()
 void CRequestTracker::LoadQueue()
 {
     const CQueueLock::CHold hold(m_lock);
-    CRequestQueueFile(m_applicationName, m_applicationVersion).Load(m_queue, m_queueLimit);
+    m_file.Load(m_queue, m_queueLimit);
 }
 
 bool CRequestTracker::SaveQueue()
 {
     const CQueueLock::CHold hold(m_lock);
-    return CRequestQueueFile(m_applicationName, m_applicationVersion).Save(m_queue);
+    return m_file.Save(m_queue);
 }
 
 void CRequestTracker::Enqueue(const std::wstring& request)

@@ -9,6 +9,7 @@
 
 #include "ga_client/http/HttpPostRequest.h"
 #include "ga_client/QueueLock.h"
+#include "ga_client/RequestQueueFile.h"
 
 namespace GAClient
 {
@@ -95,9 +96,8 @@ private:
     std::atomic<bool> m_dispatchHeld = true;
     std::atomic<std::int32_t> m_queueLimit = 500;
     bool m_useSsl = false;
-    std::wstring m_applicationName;
-    std::wstring m_applicationVersion = L"1.0.0";
-    CQueueLock m_lock; // guards the queue and the transport
+    CRequestQueueFile m_file;
+    CQueueLock m_lock; // guards the queue, its file and the transport
     std::atomic<bool> m_processEnding = false;
     std::atomic<bool> m_parkSender = false;
 };

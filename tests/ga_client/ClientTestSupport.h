@@ -71,6 +71,7 @@ class LocalFolderApi : public KVWinApi::CWinApi
 public:
     BOOL SHGetSpecialFolderPathW(HWND window, LPWSTR path, int folder, BOOL create) override
     {
+        ++shellCalls;
         shellFolder = folder;
         shellCreates = create;
         shellWindow = window;
@@ -90,6 +91,7 @@ public:
 
     TemporaryFolder localFolder;
     bool shellAnswers = true;
+    int shellCalls = 0;
     int shellFolder = -1;
     BOOL shellCreates = FALSE;
     HWND shellWindow = nullptr;

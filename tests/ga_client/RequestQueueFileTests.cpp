@@ -419,6 +419,33 @@ TEST_F(RequestQueueFileTests, NoNameOrNoVersion_UsesNoFile)
     EXPECT_EQ(::GetFileAttributesW(m_winApi.localFolder.PathOf(L"Norvik").c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
+TEST_F(RequestQueueFileTests, Folder_IsLookedForOnce)
+{
+    EXPECT_TRUE(m_file.Save({L"a"}));
+    EXPECT_EQ(Load(), Requests({L"a"}));
+    EXPECT_TRUE(m_file.Save({L"b"}));
+    EXPECT_EQ(m_winApi.shellCalls, 1);
+}
+
+TEST_F(RequestQueueFileTests, FolderThatTheShellDoesNotKnowYet_IsLookedForAgain)
+{
+    m_winApi.shellAnswers = false;
+    EXPECT_FALSE(m_file.Save({L"a"}));
+    m_winApi.shellAnswers = true;
+    EXPECT_TRUE(m_file.Save({L"b"}));
+    EXPECT_EQ(Bytes(), "b\n");
+}
+
+TEST_F(RequestQueueFileTests, FolderThatHasGone_IsMadeAgainBySave)
+{
+    EXPECT_TRUE(m_file.Save({L"a"}));
+    ASSERT_TRUE(::DeleteFileW(FilePath().c_str()));
+    ASSERT_TRUE(::RemoveDirectoryW(FolderPath().c_str()));
+    EXPECT_EQ(Load(), Requests());
+    EXPECT_TRUE(m_file.Save({L"b"}));
+    EXPECT_EQ(Bytes(), "b\n");
+}
+
 TEST_F(RequestQueueFileTests, Path_IsNarrowedToLowBytes)
 {
     BadDiskApi kernelApi;
