@@ -16,7 +16,7 @@ target_compile_definitions(kv_build_options INTERFACE
 # it. What keeps their headers from being read twice keeps them from being read at all.
 target_compile_definitions(kv_build_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:_X86INTRIN_H_INCLUDED>
-    $<$<CXX_COMPILER_ID:Clang>:__IMMINTRIN_H>
+    $<$<CXX_COMPILER_ID:Clang>:__X86INTRIN_H>
 )
 
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -105,7 +105,7 @@ if(KV_CLANG_TIDY)
         OUTPUT_QUIET ERROR_VARIABLE compilerOutput COMMAND_ERROR_IS_FATAL ANY)
     string(REGEX MATCHALL "\n /[^\n]+" includeFolders "${compilerOutput}")
     set(KV_CLANG_TIDY_COMMAND ${KV_CLANG_TIDY_PROGRAM} --quiet --warnings-as-errors=*
-        --extra-arg=--target=x86_64-w64-mingw32 --extra-arg=-Wno-unknown-warning-option --extra-arg=-D__IMMINTRIN_H)
+        --extra-arg=--target=x86_64-w64-mingw32 --extra-arg=-Wno-unknown-warning-option --extra-arg=-D__X86INTRIN_H)
     foreach(folder IN LISTS includeFolders)
         string(STRIP "${folder}" folder)
         # The compiler's own headers hold its intrinsics, which clang replaces by its own.
