@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "analytics_reporting/SystemFacts.h"
+#include "tests/analytics_reporting/DimensionNames.h"
 #include "tests/analytics_reporting/RecordingClient.h"
 #include "tests/logging/TraceCapture.h"
 #include "tests/support/ScopedSubstitute.h"
@@ -172,19 +173,7 @@ const std::vector<Operation>& Operations()
 // What the log calls dimensions.
 std::wstring NameOfDimension(const std::wstring& call)
 {
-    const std::vector<std::pair<int, const wchar_t*>> names = {{1, L"ModelName"},
-                                                               {2, L"Manufacturer"},
-                                                               {3, L"ConnectionType"},
-                                                               {4, L"DriverType"},
-                                                               {5, L"DriverVersion"},
-                                                               {6, L"Count"},
-                                                               {8, L"ProcessorArchitecture"},
-                                                               {9, L"Battery"},
-                                                               {10, L"OSVersion"},
-                                                               {12, L"Installed"},
-                                                               {13, L"Selected"},
-                                                               {14, L"Enabled"}};
-    for (const auto& [index, name] : names)
+    for (const auto& [index, name] : KVTest::kDimensionNames)
     {
         if (call.starts_with(Dimension(index, L"")))
         {

@@ -240,6 +240,13 @@ TEST_F(SyncRequestTrackerTests, Start_LoadsWhatAnEarlierTrackerSaved)
     EXPECT_EQ(KVTest::ReadFileBytes(FilePath()), "");
 }
 
+TEST_F(SyncRequestTrackerTests, StartAndStop_LookForTheFolderOnce)
+{
+    EXPECT_TRUE(m_tracker.Start());
+    EXPECT_TRUE(m_tracker.Stop());
+    EXPECT_EQ(m_winApi.shellCalls, 1);
+}
+
 TEST_F(SyncRequestTrackerTests, Start_WithoutFile_IsTrue)
 {
     EXPECT_TRUE(m_tracker.Start());
