@@ -19,7 +19,10 @@ endif()
 # part of a build; less leaves each inline function in sections of its own, and the linker's time grows with the square of
 # an object's sections. What is tested is compiled as it is delivered, and benchmarks, which are test programs, too.
 add_library(kv_test_options INTERFACE)
-if(NOT MSVC)
+if(MSVC)
+    # Several test files in one object have more sections than its ordinary format can number.
+    target_compile_options(kv_test_options INTERFACE /bigobj)
+else()
     target_compile_options(kv_test_options INTERFACE -O1)
     if(KV_CHECKED)
         # The traps are for the product.
