@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -144,6 +146,7 @@ public:
                                  unsigned flags, unsigned* threadId) override
     {
         calls.push_back(startRoutine == &RunBatteryProbe && argument == &Engine() ? L"begin" : L"begin other");
+        onBegin();
         if (!startsThread)
         {
             return 0;
@@ -195,6 +198,7 @@ public:
         ::CloseHandle(isHanging);
     }
 
+    std::function<void()> onBegin = [] {}; // just before the thread is started
     bool startsThread = true;
     bool endsWait = true;
     DWORD waitResult = WAIT_TIMEOUT;
@@ -223,6 +227,41 @@ TEST_F(BatteryProbeTests, Probe_AsksOnAThreadOfItsOwnAndWaitsForIt)
     EXPECT_EQ(m_kernel.GetExitCode(), 0u);
     EXPECT_EQ(m_wmi.calls.front(), L"initialize 0 2"); // COINIT_APARTMENTTHREADED
     EXPECT_EQ(m_wmi.calls.back(), L"uninitialize");
+}
+
+// A thread that is terminated inside a first load keeps the lock of the system's loader for ever.
+TEST_F(BatteryProbeTests, Probe_LoadsTheLibrariesOfComBeforeItsThreadStarts)
+{
+    KVWinApi::CComApi system;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_comApi, system);
+    KVTest::LoaderPatch loader;
+    std::set<std::wstring> loaded;
+    std::set<std::string> found;
+    m_kernel.onBegin = [&] {
+        for (const KVTest::LoaderPatch::Load& load : loader.GetLoads())
+        {
+            loaded.insert(load.Path.substr(load.Path.rfind(L'\\') + 1));
+        }
+        for (const KVTest::LoaderPatch::LookUp& lookUp : loader.GetLookUps())
+        {
+            found.insert(lookUp.Name);
+        }
+    };
+    EXPECT_NE(ProbeBattery(Engine()), L"");
+    EXPECT_EQ(loaded, (std::set<std::wstring>{L"ole32.dll", L"oleaut32.dll"}));
+    EXPECT_EQ(found, (std::set<std::string>{"CoCreateInstance", "CoInitializeEx", "CoUninitialize", "SysAllocString",
+                                            "SysFreeString"}));
+    EXPECT_EQ(loader.GetLoads().size(), loaded.size()) << "the thread loads nothing more";
+}
+
+TEST_F(BatteryProbeTests, Probe_WithoutTheLibrariesOfCom_LeavesTheAnswer)
+{
+    KVWinApi::CComApi system;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_comApi, system);
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries();
+    EXPECT_EQ(ProbeBattery(Engine()), L"");
+    EXPECT_EQ(m_kernel.GetExitCode(), 10u);
 }
 
 TEST_F(BatteryProbeTests, Probe_OnARealComputer_Answers)
