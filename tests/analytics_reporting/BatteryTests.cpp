@@ -130,6 +130,24 @@ TEST_F(BatteryQueryTests, AStepThatFaults_IsLoggedAndUnknownAndGivesItsObjectsBa
     EXPECT_EQ(m_trace.GetText(), kCaught);
 }
 
+TEST_F(BatteryQueryTests, ObjectsThatFaultWhenTheyAreGivenBack_CostTheAnswerAndNothingElse)
+{
+    m_wmi.hasBattery = true;
+    m_wmi.onRelease = [] { ::RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr); };
+    m_trace.EnableMessages();
+    EXPECT_EQ(Ask(), L"Unknown");
+    EXPECT_EQ(m_trace.GetText(), kCaught);
+}
+
+TEST_F(BatteryQueryTests, AStepAndAReleaseThatFault_CostTheAnswerAndNothingElse)
+{
+    m_wmi.onStep = [](const std::wstring& step) {
+        return step == L"next" ? throw std::runtime_error("no more") : S_OK;
+    };
+    m_wmi.onRelease = [] { ::RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr); };
+    EXPECT_EQ(Ask(), L"Unknown");
+}
+
 TEST_F(BatteryQueryTests, Question_IsTracedUnderItsName)
 {
     m_trace.EnableAll();
