@@ -24,6 +24,8 @@
 //     LATE(dll, operation, failure)  forwards to the function of its name in that DLL, which is looked up at the first
 //                                    call: the stand-in is what the look-up finds. failure: the result without the
 //                                    function, `error` in it being the reason, kNothing for no result
+//
+// That the operations also have the types of their functions is proven when the tests are compiled.
 
 namespace KVTest
 {
@@ -110,6 +112,11 @@ template <typename Result, typename... Parameters, typename Call> void ExpectArr
     EXPECT_EQ(Function::s_calls, 1);
     EXPECT_TRUE(Function::s_received == arguments);
 }
+
+/// Whether an operation has exactly the parameters and the result of a function of the system.
+template <typename Operation, typename Function> constexpr bool kHasSameTypes = false;
+template <typename Interface, typename Result, typename... Parameters>
+constexpr bool kHasSameTypes<Result (Interface::*)(Parameters...), Result(WINAPI*)(Parameters...)> = true;
 
 /// An operation that forwards to the imported function whose place in the import table is given.
 template <typename Interface, typename Result, typename... Parameters>
@@ -213,6 +220,10 @@ void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...)
 #define KV_EXPECT_NEXT_SLOT(operation)                                                                                 \
     EXPECT_EQ(KVTest::SlotOf(&KV_INTERFACE::operation), expectedSlot++) << #operation;
 #define KV_EXPECT_NEXT_SLOT_LATE(dll, operation, failure) KV_EXPECT_NEXT_SLOT(operation)
+
+#define KV_EXPECT_SAME_TYPES(operation)                                                                                \
+    static_assert(KVTest::kHasSameTypes<decltype(&KV_INTERFACE::operation), decltype(&::operation)>, #operation);
+#define KV_EXPECT_SAME_TYPES_LATE(dll, operation, failure) KV_EXPECT_SAME_TYPES(operation)
 
 #define KV_EXPECT_FORWARDS(operation)                                                                                  \
     KVTest::ExpectForwards(*api, &KV_INTERFACE::operation, __imp_##operation, #operation);
