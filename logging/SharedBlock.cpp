@@ -17,19 +17,24 @@ std::uint64_t CSharedMapping::MarkOf(const void* place) noexcept
     return kMark ^ reinterpret_cast<std::uintptr_t>(place);
 }
 
-bool CSharedMapping::IsBlock(const void* place, std::size_t byteCount) noexcept
+bool CSharedMapping::IsPlainMemory(const void* place, DWORD type, std::size_t byteCount) noexcept
 {
     MEMORY_BASIC_INFORMATION memory{};
-    if (reinterpret_cast<std::uintptr_t>(place) % alignof(BlockHead) != 0 ||
-        ::VirtualQuery(place, &memory, sizeof(memory)) != sizeof(memory))
+    if (::VirtualQuery(place, &memory, sizeof(memory)) != sizeof(memory))
     {
         return false;
     }
-    // Private, hence not written by another process; the mapping itself is not.
     const std::size_t offset =
         reinterpret_cast<std::uintptr_t>(place) - reinterpret_cast<std::uintptr_t>(memory.BaseAddress);
-    return memory.State == MEM_COMMIT && memory.Type == MEM_PRIVATE && memory.Protect == PAGE_READWRITE &&
-           memory.RegionSize - offset >= byteCount && static_cast<const BlockHead*>(place)->mark == MarkOf(place);
+    return memory.State == MEM_COMMIT && memory.Type == type && memory.Protect == PAGE_READWRITE &&
+           memory.RegionSize - offset >= byteCount;
+}
+
+bool CSharedMapping::IsBlock(const void* place, std::size_t byteCount) noexcept
+{
+    // Private, hence not written by another process; the mapping itself is not.
+    return reinterpret_cast<std::uintptr_t>(place) % alignof(BlockHead) == 0 &&
+           IsPlainMemory(place, MEM_PRIVATE, byteCount) && static_cast<const BlockHead*>(place)->mark == MarkOf(place);
 }
 
 bool CSharedMapping::OpenMutex(const std::wstring& executableName, const wchar_t* kind)
@@ -49,7 +54,13 @@ bool CSharedMapping::OpenMapping(const std::wstring& executableName, const wchar
     {
         m_view.reset(::MapViewOfFile(m_mapping.get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, byteCount));
     }
-    return m_view != nullptr;
+    // Somebody else may have made the mapping: of a program file, of reserved pages.
+    if (m_view == nullptr || !IsPlainMemory(m_view.get(), MEM_MAPPED, byteCount))
+    {
+        CloseMapping();
+        return false;
+    }
+    return true;
 }
 
 void CSharedMapping::CloseMapping() noexcept

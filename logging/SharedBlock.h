@@ -21,13 +21,14 @@ constexpr DWORD kSharedBlockWaitMs = 50;
 /// The mapping holds the reference count and a pointer to the block, which lies on the process heap: each module sees
 /// the mapping at another address, where a container that points into itself would not work.
 ///
-/// Names can be taken by anybody in the user's session before the process does, and the mapping written to at any time.
-/// A pointer found there is therefore believed only when it leads to private memory of this process that bears the mark
-/// of a block, and it is read once; the count that decides is kept with the block, the one in the mapping follows it.
+/// Any program of the user's session can make objects of these names first, of any kind, and can write to the mapping
+/// at any time. A view is therefore used only if it is ordinary read-write memory. A pointer found there is read once,
+/// and followed only if it leads to private memory of this process that bears the mark of a block. The count that
+/// decides is kept with the block; the one in the mapping is a copy.
 class CSharedMapping
 {
 public:
-    /// executableName: with extension. Nothing is created yet.
+    /// Nothing is created yet.
     CSharedMapping() noexcept = default;
     CSharedMapping(const CSharedMapping&) = delete;
     CSharedMapping& operator=(const CSharedMapping&) = delete;
@@ -57,7 +58,8 @@ protected:
 
     /// Creates or opens the mutex, if that is not done yet. kind is the object's part of the name.
     bool OpenMutex(const std::wstring& executableName, const wchar_t* kind);
-    /// Creates or opens the mapping and maps it. A new one is all zero. Called with the mutex held.
+    /// Creates or opens the mapping and maps it. A new one is all zero. A mapping whose view is not committed
+    /// read-write memory of the full size is closed again. Called with the mutex held.
     bool OpenMapping(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount);
     /// Nothing when it is not open.
     void CloseMapping() noexcept;
@@ -67,6 +69,9 @@ protected:
     Header& GetHeader() const noexcept { return *static_cast<Header*>(m_view.get()); }
 
 private:
+    // Whether byteCount bytes from there on are committed read-write memory of that type (MEM_MAPPED, MEM_PRIVATE).
+    static bool IsPlainMemory(const void* place, DWORD type, std::size_t byteCount) noexcept;
+
     UniqueSystemHandle m_mutex;
     UniqueSystemHandle m_mapping;
     UniqueView m_view; // declared after the mapping, hence unmapped before it is closed
@@ -83,8 +88,8 @@ public:
     /// True between a successful Attach and Detach.
     bool IsAttached() const noexcept { return m_marked != nullptr; }
 
-    /// Attaches, or leaves the block unattached when the mutex is not to be had in time, memory is short, or somebody
-    /// else has taken the names.
+    /// Attaches. Leaves the block unattached if the mutex is not obtained in time, if memory is short, or if another
+    /// program has taken the names. executableName: with extension.
     bool Attach(const std::wstring& executableName)
     {
         static_assert(sizeof(Header) <= Block::kMappingBytes);
