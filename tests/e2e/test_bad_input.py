@@ -116,6 +116,15 @@ class AbsurdCommandLineTests(ReportingTest):
         expected = self.product.expected_hits().screen_run("a")
         self.assertSent(server, expected[:2] + expected[3:])
 
+    def test_line_end_in_a_value_begins_a_line_of_the_trace_log(self):
+        """The log has values as they are, so what follows looks like any line."""
+        self.serve()
+        self.product.log_to("C:\\trace.log", 0x10, 0)
+        self.assertEnds(self.product.start('/tabid "a\r\n(I0) Nothing happened"'), "PROXY_S_DONE")
+        lines = self.prefix.path("C:\\trace.log").read_bytes().decode("utf-16-le").split("\r\n")
+        line = lines.index("(I0) CAnalyticsProxy::Run - Calling TrackScreenView for a")
+        self.assertEqual(lines[line + 1], "(I0) Nothing happened")
+
     def test_characters_beyond_the_code_page(self):
         self.assertDone(self.product.command_line("/linkid \u4e2d\u6587\U0001f600"), 4)
 
