@@ -93,7 +93,7 @@ void CQueueWorker::Stop()
     m_thread.Reset();
 }
 
-void CQueueWorker::Discard() noexcept
+void CQueueWorker::Discard()
 {
     m_discards = true;
     RequestStop();
@@ -152,7 +152,7 @@ void CQueueWorker::Flush()
     }
 }
 
-void CQueueWorker::RequestStop() noexcept
+void CQueueWorker::RequestStop()
 {
     m_stopRequested = true;
     KVWinApi::g_kernelApi->SetEvent(m_stopEvent.Get());

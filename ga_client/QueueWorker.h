@@ -29,7 +29,7 @@ public:
     /// 3 request timeouts (30 seconds when that is 0) + 40 seconds, and leaves the thread behind when it takes longer.
     void Stop();
     /// Ends the thread without waiting for it and without saving.
-    void Discard() noexcept;
+    void Discard();
 
     /// Until Stop.
     bool IsRunning() const noexcept { return m_state == State::kRunning; }
@@ -48,7 +48,7 @@ private:
     void Work();
     bool IsStopSignalledWithin(DWORD timeoutMs) const;
     void Flush();
-    void RequestStop() noexcept;
+    void RequestStop();
     DWORD GetJoinBound() const noexcept;
     bool EndsWithin(DWORD timeoutMs) const;
     bool IsThreadOver() const;

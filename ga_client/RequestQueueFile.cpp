@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -285,7 +284,7 @@ bool CRequestQueueFile::MakeFolderAgain() noexcept
         m_path.swap(path);
         return true;
     }
-    catch (const std::bad_alloc&)
+    catch (...) // most likely for lack of memory, which may be over at the next attempt
     {
         return false;
     }

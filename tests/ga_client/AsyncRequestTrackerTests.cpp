@@ -590,6 +590,12 @@ BOOL WINAPI SetTimerTo(HANDLE, const LARGE_INTEGER* dueTime, LONG, PTIMERAPCROUT
 class FlushTimerTests : public AsyncRequestTrackerTests
 {
 protected:
+    FlushTimerTests()
+    {
+        g_timerIsMade = true;
+        g_timerIsSet = true;
+        g_timersAsked = 0;
+    }
     void StopWithFlush(DWORD budgetMs)
     {
         StartWithOneFailedAttempt({L"a", L"b"});
