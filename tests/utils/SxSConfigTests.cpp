@@ -13,6 +13,7 @@
 #include "tests/utils/InstalledProbe.h"
 #include "winapi/KernelApi.h"
 #include "winapi/ShellApi.h"
+#include "winapi/WinApi.h"
 
 namespace
 {
@@ -193,6 +194,21 @@ TEST_F(SxSConfigTests, GetDataFolder_NotConfigured_IsBelowTheCommonApplicationDa
 TEST_F(SxSConfigTests, GetDataFolder_ConfiguredEmpty_IsTheDefault)
 {
     WriteIni("[Directories]\r\nDataFolder=\r\n");
+    EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product");
+}
+
+TEST_F(SxSConfigTests, GetDataFolder_ReadWithSuccessButEmpty_IsTheDefault)
+{
+    class EmptyTextOfSomeLength : public KVWinApi::CWinApi
+    {
+    public:
+        DWORD GetPrivateProfileStringW(LPCWSTR, LPCWSTR, LPCWSTR, LPWSTR buffer, DWORD, LPCWSTR) override
+        {
+            buffer[0] = L'\0';
+            return 1;
+        }
+    } profile;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_winApi, profile);
     EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product");
 }
 

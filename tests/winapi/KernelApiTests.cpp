@@ -117,10 +117,6 @@
     SAME(VerifyVersionInfoW)
 
 KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
-KV_OPERATIONS(KV_EXPECT_SAME_TYPES, KV_EXPECT_SAME_TYPES_LATE, KV_IGNORE)
-KV_EXPECT_SAME_TYPES(GetProcessId)
-KV_EXPECT_SAME_TYPES(GetProductInfo)
-KV_EXPECT_SAME_TYPES(GetUserGeoID)
 KV_DECLARE_IMPORT(_beginthreadex)
 
 namespace
@@ -250,6 +246,9 @@ public:
     std::vector<std::string> names;
     std::vector<HMODULE> modules;
 };
+
+TEST(KernelApiTests, RunTimeResolvedOperations_HaveTheTypesOfTheSystem){
+    KV_EXPECT_SAME_TYPES(GetProcessId) KV_EXPECT_SAME_TYPES(GetProductInfo) KV_EXPECT_SAME_TYPES(GetUserGeoID)}
 
 TEST(KernelApiTests, RunTimeResolvedOperations_AreLookedUpInKernel32ThroughTheSubstituteOnceEach)
 {
