@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <new>
 #include <string>
@@ -14,6 +15,19 @@ namespace KVLogging
 {
 /// Longest wait for the mutex of a shared block. Rather than to keep the traced program waiting, a line is skipped.
 constexpr DWORD kSharedBlockWaitMs = 50;
+
+/// One number for several that decide how memory is laid out.
+constexpr std::uint64_t CombineLayout(std::initializer_list<std::uint64_t> values) noexcept
+{
+    constexpr std::uint64_t kStart = 0xCBF29CE484222325;
+    constexpr std::uint64_t kFactor = 0x100000001B3;
+    std::uint64_t layout = kStart;
+    for (const std::uint64_t value : values)
+    {
+        layout = (layout ^ value) * kFactor;
+    }
+    return layout;
+}
 
 /// The named mutex and mapping behind CSharedBlock. All modules of one process meet in them, also when each library
 /// carries its own copy of the logging code; the process id in the names keeps other processes away.
@@ -48,13 +62,14 @@ protected:
     /// What the memory of a block begins with.
     struct BlockHead
     {
-        std::uint64_t mark;           ///< MarkOf its address
+        std::uint64_t mark;           ///< MarkOf its address and layout
         std::uint32_t referenceCount; ///< modules that are attached
     };
-    /// What tells a block at that place from other memory.
-    static std::uint64_t MarkOf(const void* place) noexcept;
-    /// Whether a block of that size (bytes) can be there: safe for any value.
-    static bool IsBlock(const void* place, std::size_t byteCount) noexcept;
+    /// What distinguishes a block at that place from other memory, and from the blocks of modules that would read it
+    /// differently. layout: of the block itself; that of the standard library is added.
+    static std::uint64_t MarkOf(const void* place, std::uint64_t layout) noexcept;
+    /// Whether a block of that size (bytes) and layout can be there: safe for any value.
+    static bool IsBlock(const void* place, std::size_t byteCount, std::uint64_t layout) noexcept;
 
     /// Creates or opens the mutex, if that is not done yet. kind is the object's part of the name.
     bool OpenMutex(const std::wstring& executableName, const wchar_t* kind);
@@ -78,8 +93,8 @@ private:
 };
 
 /// One module's hold on a block that all modules of the process share: the first to attach makes it, the last to detach
-/// destroys it. Block names its mapping with the constants kKind and kMappingBytes and is made from the name of the
-/// executable. Used by one thread at a time, under the module's critical section.
+/// destroys it. Block names its mapping with the constants kKind and kMappingBytes, describes its memory with GetLayout
+/// and is made from the name of the executable. Used by one thread at a time, under the module's critical section.
 template <typename Block> class CSharedBlock : public CSharedMapping
 {
 public:
@@ -89,7 +104,8 @@ public:
     bool IsAttached() const noexcept { return m_marked != nullptr; }
 
     /// Attaches. Leaves the block unattached if the mutex is not obtained in time, if memory is short, or if another
-    /// program has taken the names. executableName: with extension.
+    /// program has taken the names, or if the block was made by a module that would read it differently.
+    /// executableName: with extension.
     bool Attach(const std::wstring& executableName)
     {
         static_assert(sizeof(Header) <= Block::kMappingBytes);
@@ -142,9 +158,15 @@ public:
     Block* Get() const noexcept { return IsAttached() ? &m_marked->block : nullptr; }
 
 private:
+    // Raised by each change of what a block holds or means that leaves all sizes as they are.
+    static constexpr std::uint64_t kLayoutNumber = 1;
+
     struct MarkedBlock
     {
-        explicit MarkedBlock(const std::wstring& executableName) : head{MarkOf(this), 0}, block(executableName) {}
+        explicit MarkedBlock(const std::wstring& executableName)
+            : head{MarkOf(this, GetLayout()), 0}, block(executableName)
+        {
+        }
         // A mark must not outlive its block.
         ~MarkedBlock() { head.mark = 0; }
         MarkedBlock(const MarkedBlock&) = delete;
@@ -154,12 +176,17 @@ private:
         Block block;
     };
 
+    static constexpr std::uint64_t GetLayout() noexcept
+    {
+        return CombineLayout({kLayoutNumber, sizeof(MarkedBlock), alignof(MarkedBlock), Block::GetLayout()});
+    }
+
     MarkedBlock* FindOrMake(const std::wstring& executableName) const
     {
         void* const found = GetHeader().block; // once: it may change at any time
         if (found != nullptr)
         {
-            return IsBlock(found, sizeof(MarkedBlock)) ? static_cast<MarkedBlock*>(found) : nullptr;
+            return IsBlock(found, sizeof(MarkedBlock), GetLayout()) ? static_cast<MarkedBlock*>(found) : nullptr;
         }
         // The mapping is new, or who made it ran out of memory.
         std::unique_ptr<MarkedBlock> made(new (std::nothrow) MarkedBlock(executableName));

@@ -26,6 +26,7 @@ struct TestBlock
 {
     static constexpr wchar_t kKind[] = L"TestKind";
     static constexpr unsigned long kMappingBytes = 32;
+    static constexpr std::uint64_t GetLayout() noexcept { return CombineLayout({sizeof(TestBlock)}); }
 
     explicit TestBlock(std::wstring executableName) : Name(std::move(executableName)) { ++s_liveCount; }
     ~TestBlock() { --s_liveCount; }
@@ -346,6 +347,44 @@ TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
     taken.SetPointer(gone);
     CSharedBlock<TestBlock> late;
     EXPECT_FALSE(late.Attach(kExecutable));
+}
+
+// What another version of the code would make of the block.
+struct LargerBlock : TestBlock
+{
+    using TestBlock::TestBlock;
+    int Added = 0;
+};
+struct RearrangedBlock : TestBlock
+{
+    static constexpr std::uint64_t GetLayout() noexcept { return TestBlock::GetLayout() + 1; }
+    using TestBlock::TestBlock;
+};
+
+template <typename First, typename Second> void ExpectNoSharing()
+{
+    CSharedBlock<First> first;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    CSharedBlock<Second> second;
+    EXPECT_FALSE(second.Attach(kExecutable));
+    first.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+    EXPECT_TRUE(second.Attach(kExecutable));
+}
+
+TEST(SharedBlockTests, Attach_BlockOfAnotherLayout_StaysUnattachedAsLongAsItExists)
+{
+    ExpectNoSharing<TestBlock, LargerBlock>();
+    ExpectNoSharing<LargerBlock, TestBlock>();
+    ExpectNoSharing<TestBlock, RearrangedBlock>();
+}
+
+TEST(SharedBlockTests, Layouts_DependOnEachValueAndOnTheOrder)
+{
+    static_assert(CombineLayout({1, 2}) == CombineLayout({1, 2}));
+    EXPECT_NE(CombineLayout({1, 2}), CombineLayout({2, 1}));
+    EXPECT_NE(CombineLayout({1, 2}), CombineLayout({1, 3}));
+    EXPECT_NE(CombineLayout({1, 2}), CombineLayout({1, 2, 0}));
 }
 
 TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
