@@ -5,11 +5,10 @@ namespace KVAnalyticsProxy
 /// What the program asks of the system for its own process before it does anything else. Lives as long as `wWinMain`,
 /// on the main thread; one at a time.
 ///
-/// - DLLs are searched for in the system folder only. The product's own code loads them by full path, but what they
-/// load
-///   later themselves would be taken from the program's folder first.
-/// - The system shows no box about a missing disk, a missing file or a fault.
-/// - An exception that nobody catches ends the process with 3, without a word: see below.
+/// DLLs are searched for in the system folder only. The product's own code loads them by full path, but what they load
+/// later themselves would be taken from the program's folder first.
+///
+/// The system shows no box about a missing disk, a missing file or a fault.
 ///
 /// All of this belongs to a whole process, so the libraries leave it to the program that links them.
 ///
