@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <exception>
 
+#include "winapi/KernelApi.h"
 #include "winapi/WinApi.h"
 
 namespace KVAnalyticsProxy
@@ -17,6 +18,7 @@ constexpr int kQuietEnd = 3; // what abort ends with
 // The thread that may end the process by way of its static objects; 0: none.
 constinit std::atomic<DWORD> s_orderlyThread{0};
 
+// Calls the system directly: the facade may be gone, or be what failed.
 [[noreturn]] void EndQuietly() noexcept
 {
     DWORD thread = ::GetCurrentThreadId();
@@ -32,7 +34,8 @@ constinit std::atomic<DWORD> s_orderlyThread{0};
 void SearchSystemFolderOnly() noexcept
 {
     using Function = BOOL(WINAPI*)(DWORD);
-    const FARPROC function = ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "SetDefaultDllDirectories");
+    const HMODULE kernel32 = KVWinApi::g_winApi->GetModuleHandleW(L"kernel32.dll");
+    const FARPROC function = KVWinApi::g_kernelApi->GetProcAddress(kernel32, "SetDefaultDllDirectories");
     if (function != nullptr)
     {
         reinterpret_cast<Function>(reinterpret_cast<void*>(function))(LOAD_LIBRARY_SEARCH_SYSTEM32);
@@ -44,7 +47,7 @@ CProcessSetup::CProcessSetup() noexcept
 {
     SearchSystemFolderOnly();
     ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
-    s_orderlyThread = ::GetCurrentThreadId();
+    s_orderlyThread = KVWinApi::g_kernelApi->GetCurrentThreadId();
     std::set_terminate(&EndQuietly);
 #if defined(_MSC_VER)
     // The handler is the main thread's own there; other threads get to abort, which ends with 3 too.
