@@ -33,9 +33,10 @@ public:
     DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) override
     {
         constexpr DWORD kShorterThanAnyJoin = 60000;
+        constexpr DWORD kUntilStopMs = 600000;
         if (handle == stopEvent)
         {
-            return CKernelApi::WaitForSingleObject(handle, restsUntilStop ? INFINITE : 1);
+            return CKernelApi::WaitForSingleObject(handle, restsUntilStop ? kUntilStopMs : 1);
         }
         if (milliseconds > kShorterThanAnyJoin)
         {
@@ -508,9 +509,9 @@ protected:
 
 TEST_F(RestingClientTests, Uninitialize_HandsOnTheFlushAndItsTime)
 {
-    EXPECT_TRUE(m_client->Uninitialize(true, 20000));
+    EXPECT_TRUE(m_client->Uninitialize(true, 200000));
     EXPECT_EQ(m_attempts, 2);
-    EXPECT_EQ(m_kernelApi.joinBound, 90000U);
+    EXPECT_EQ(m_kernelApi.joinBound, 270000U);
     EXPECT_EQ(KVTest::ReadFileBytes(QueueFile()), "");
 }
 

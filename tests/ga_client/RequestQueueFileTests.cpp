@@ -857,10 +857,10 @@ TEST_F(RequestQueueFileTests, Link_IsNeitherLoadedNorEmptiedNorWritten)
 namespace
 {
 // Notes when the file is opened and closed, among the calls of the mutex.
-class OrderApi : public KVWinApi::CKernelApi
+class FileOrderApi : public KVWinApi::CKernelApi
 {
 public:
-    explicit OrderApi(std::vector<std::wstring>& calls) : m_calls(calls) {}
+    explicit FileOrderApi(std::vector<std::wstring>& calls) : m_calls(calls) {}
 
     HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                        DWORD flags, HANDLE model) override
@@ -881,7 +881,7 @@ private:
 
 TEST_F(RequestQueueFileTests, Mutex_IsHeldAsLongAsTheFileIsOpen)
 {
-    OrderApi kernelApi(m_winApi.calls);
+    FileOrderApi kernelApi(m_winApi.calls);
     KVTest::ScopedSubstitute<KVWinApi::IKernelApi> swap(KVWinApi::g_kernelApi, kernelApi);
     const std::vector<std::wstring> expected = {L"create Statlet_" + m_name + KVTest::kSampleVersion + L" 1",
                                                 L"open file", L"close file", L"release", L"close"};
