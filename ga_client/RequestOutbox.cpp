@@ -29,6 +29,7 @@ void CRequestOutbox::Append(std::list<std::wstring> requests)
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a reference would lead to memory of the caller under the lock
 bool CRequestOutbox::SendNow(std::wstring request)
 {
     const CQueueLock::CHold hold(m_lock); // the transport serves one thread at a time

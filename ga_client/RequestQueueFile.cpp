@@ -247,7 +247,7 @@ void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueL
     }
     // Before the file is emptied: hits that are in memory alone must not depend on an allocation.
     Reserve(GetSizeOfQueueLines(queue) + GetSizeOfQueueLines(*lines));
-    // From there on the entries are this process's alone; without that they would be sent by every process.
+    // From here on the entries are this process's alone; without that they would be sent by every process.
     if (CutAt(file.Get(), 0))
     {
         queue.splice(queue.end(), *lines);

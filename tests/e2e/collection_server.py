@@ -46,15 +46,15 @@ class CollectionServer:
     """Listens on a thread of its own from the start, unless told otherwise, until it is closed.
 
     answers: a status or CLOSE for the first, second, ... request; the last one holds for all that follow.
+    refused: a request whose path holds this text is answered 503, whatever its turn.
+    delay_seconds: how long each answer takes.
     certificate: file with key and certificate chain for encrypted hits.
     is_listening: without it connections are refused until listen() is called; the port is taken nevertheless.
     on_request: called with each Request as it arrives, on the connection's thread.
-    refused: part of a path; such a request is answered with 400, whatever answers says.
-    answer_seconds: how long each answer takes.
     """
 
-    def __init__(self, port=0, answers=(200,), certificate=None, is_listening=True, on_request=None, refused=None,
-                 answer_seconds=0):
+    def __init__(self, port=0, answers=(200,), certificate=None, is_listening=True, on_request=None,
+                 refused=None, delay_seconds=0):
         self._lock = threading.Lock()
         self._requests = []
         self._tunnels = []
@@ -62,7 +62,7 @@ class CollectionServer:
         self._answers = list(answers)
         self._on_request = on_request
         self._refused = refused
-        self._answer_seconds = answer_seconds
+        self.delay_seconds = delay_seconds
         self._context = None
         if certificate is not None:
             self._context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -126,14 +126,13 @@ class CollectionServer:
         """Returns the answer. The record comes first: whoever has been answered finds the request in it."""
         with self._lock:
             if self._refused is not None and self._refused in path:
-                answer = 400
+                answer = 503
             else:
                 answer = self._answers.pop(0) if len(self._answers) > 1 else self._answers[0]
             request = Request(time.monotonic(), is_encrypted, host, port, path, headers, body, answer)
             self._requests.append(request)
         if self._on_request is not None:
             self._on_request(request)
-        time.sleep(self._answer_seconds)
         return answer
 
     def encrypt(self, connection):
@@ -184,6 +183,7 @@ class _Handler(http.server.BaseHTTPRequestHandler):
         headers = {name.lower(): value for name, value in self.headers.items()}
         body = self.rfile.read(int(headers.get("content-length", 0)))
         answer = self.server.owner.record_request(self._tunnel is not None, host, port, path, headers, body)
+        time.sleep(self.server.owner.delay_seconds)
         if answer == CLOSE:
             self.close_connection = True
             return

@@ -8,6 +8,7 @@ import ssl
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 from collection_server import CLOSE, CollectionServer
@@ -46,6 +47,17 @@ class CollectionServerTests(unittest.TestCase):
     def test_answers_in_turn(self):
         server = self.serve(answers=[500, 201])
         self.assertEqual([post(server.port) for _ in range(3)], [500, 201, 201])
+
+    def test_refuses_one_path(self):
+        server = self.serve(refused="cd=refused")
+        targets = [TARGET, "http://collect.norvik.example:80/collect?v=1&cd=refused&cd3=USB", TARGET]
+        self.assertEqual([post(server.port, target) for target in targets], [200, 503, 200])
+
+    def test_answers_slowly(self):
+        server = self.serve(delay_seconds=0.3)
+        begin = time.monotonic()
+        self.assertEqual(post(server.port), 200)
+        self.assertGreaterEqual(time.monotonic() - begin, 0.3)
 
     def test_close_without_an_answer(self):
         server = self.serve(answers=[CLOSE])

@@ -56,6 +56,11 @@ class EarlierHitsTests(ReportingTest):
         self.assertEqual(self.deliver(["", "/collect?v=1&t=appview&cd=A", "", "/collect?v=1&t=appview&cd=B", ""]),
                          ["/collect?v=1&t=appview&cd=A", "/collect?v=1&t=appview&cd=B"])
 
+    def test_lines_of_zeros_are_skipped(self):
+        """What a loss of power leaves in place of what was written last."""
+        self.assertEqual(self.deliver(["/collect?v=1&t=appview&cd=A", "\0" * 100, "\0/collect?v=1&t=appview&cd=B"]),
+                         ["/collect?v=1&t=appview&cd=A"])
+
     def test_last_line_without_an_end(self):
         make_file(self.product.queue_file, b"/collect?v=1&t=appview&cd=A\n/collect?v=1&t=appview&cd=B")
         self.assertEnds(self.product.start(), "PROXY_S_DONE")
@@ -76,6 +81,54 @@ class EarlierHitsTests(ReportingTest):
         delivered = [hits.sent(request.path) for request in self.server.requests] + self.product.queued_hits()
         self.assertEqual(sorted(delivered), sorted(lines + self.product.expected_hits().screen_run("Scan") +
                                                    self.product.expected_hits().screen_run("Print")))
+
+
+class SlowServerTests(ReportingTest):
+    """Each answer takes its time."""
+
+    def test_all_hits_arrive_before_the_run_ends(self):
+        server = self.serve(delay_seconds=1)
+        run = self.product.start("/tabid Scan")
+        self.assertEnds(run, "PROXY_S_DONE")
+        self.assertGreaterEqual(run.elapsed_ms, 4000)
+        self.assertSent(server, self.product.expected_hits().screen_run("Scan"))
+        self.assertEqual(self.product.queued_hits(), [])
+
+    def test_hits_that_there_is_no_time_for_stay_in_the_queue_file(self):
+        server = self.serve(delay_seconds=5)
+        self.assertEqual(self.product.start("/tabid Scan").result, "PROXY_S_DONE")
+        sent = [hits.sent(request.path) for request in server.requests]
+        queued = self.product.queued_hits()
+        expected = self.product.expected_hits().screen_run("Scan")
+        # The exchange that is under way at the end is waited for.
+        self.assertEqual(sent, expected[:len(sent)])
+        self.assertEqual([hits.stored(hit) for hit in queued], expected[len(sent):])
+        self.assertTrue(sent and queued)
+
+        server.delay_seconds = 0
+        self.assertEnds(self.product.start("/tabid Print"), "PROXY_S_DONE")
+        self.assertEqual(self.product.queued_hits(), [])
+        delivered = [hits.sent(request.path) for request in server.requests]
+        self.assertEqual(sorted(delivered), sorted(expected + self.product.expected_hits().screen_run("Print")))
+
+
+class RefusedHitTests(ReportingTest):
+    """The server takes every hit but one."""
+
+    def test_holds_up_all_behind_it_in_their_order(self):
+        server = self.serve(refused="&ea=Start&")
+        self.assertEqual(self.product.start("/tabid Scan").result, "PROXY_S_DONE")
+        expected = self.product.expected_hits().screen_run("Scan")
+        tried = [hits.sent(request.path) for request in server.requests]
+        self.assertEqual(tried[:2], expected[:2])
+        self.assertEqual(set(tried[2:]), {expected[1]}) # again and again
+        self.assertEqual([hits.stored(hit) for hit in self.product.queued_hits()], expected[1:])
+
+        server = self.serve()
+        self.assertEnds(self.product.start("/tabid Print"), "PROXY_S_DONE")
+        delivered = [hits.sent(request.path) for request in server.requests]
+        self.assertEqual(sorted(delivered), sorted(expected[1:] + self.product.expected_hits().screen_run("Print")))
+        self.assertEqual(self.product.queued_hits(), [])
 
 
 class OfflineTests(ReportingTest):

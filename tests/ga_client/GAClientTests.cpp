@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
 #include <stdexcept>
 
 #include "ga_client/DataFolder.h"
 #include "tests/ga_client/ClientTestSupport.h"
+#include "tests/ga_client/FailingAllocations.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 
@@ -33,9 +35,10 @@ public:
     DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) override
     {
         constexpr DWORD kShorterThanAnyJoin = 60000;
+        constexpr DWORD kUntilStopMs = 600000;
         if (handle == stopEvent)
         {
-            return CKernelApi::WaitForSingleObject(handle, restsUntilStop ? INFINITE : 1);
+            return CKernelApi::WaitForSingleObject(handle, restsUntilStop ? kUntilStopMs : 1);
         }
         if (milliseconds > kShorterThanAnyJoin)
         {
@@ -187,6 +190,36 @@ TEST_F(UninitialisedGAClientTests, Initialize_WhenTheTrackerCannotStart_IsTrueAn
     EXPECT_FALSE(m_client->Uninitialize(false, 0));
     m_kernelApi.eventFails = false;
     EXPECT_TRUE(Initialize(true)); // without tracker it is not initialised
+}
+
+// Every allocation fails once, with all that follow.
+TEST_F(UninitialisedGAClientTests, Initialize_WithoutMemory_LeavesTheClientUninitialised)
+{
+    constexpr int kMoreThanItNeeds = 1000;
+    for (int failure = 0; failure < kMoreThanItNeeds; ++failure)
+    {
+        SCOPED_TRACE(failure);
+        bool isInitialised = false;
+        {
+            const KVTest::FailingAllocations hook(failure);
+            try
+            {
+                isInitialised = Initialize();
+            }
+            catch (const std::bad_alloc&)
+            {
+                isInitialised = false;
+            }
+        }
+        if (isInitialised && !KVTest::FailingAllocations::HasFailed())
+        {
+            EXPECT_TRUE(m_client->TrackScreenView(L"A"));
+            return;
+        }
+        ASSERT_FALSE(isInitialised);
+        ASSERT_FALSE(m_client->Stop());
+    }
+    FAIL() << "no attempt succeeded";
 }
 
 TEST_F(UninitialisedGAClientTests, Initialize_Asynchronous_SendsOnAThreadOfItsOwn)
@@ -508,9 +541,9 @@ protected:
 
 TEST_F(RestingClientTests, Uninitialize_HandsOnTheFlushAndItsTime)
 {
-    EXPECT_TRUE(m_client->Uninitialize(true, 20000));
+    EXPECT_TRUE(m_client->Uninitialize(true, 200000));
     EXPECT_EQ(m_attempts, 2);
-    EXPECT_EQ(m_kernelApi.joinBound, 90000U);
+    EXPECT_EQ(m_kernelApi.joinBound, 270000U);
     EXPECT_EQ(KVTest::ReadFileBytes(QueueFile()), "");
 }
 

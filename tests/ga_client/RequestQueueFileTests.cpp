@@ -137,9 +137,10 @@ private:
     DWORD m_now = 0xFFFFFFC0; // it wraps within the first retries
 };
 
-// Lets some calls of a system function fail that is no operation of the facade. One object for each at a time.
-template <auto Function> class FailingImport;
-template <typename... Arguments, BOOL(WINAPI* Function)(Arguments...)> class FailingImport<Function>
+// Lets some calls of a system function fail that is no operation of the facade. One object for each type of function at
+// a time.
+template <typename Function> class FailingImport;
+template <typename... Arguments> class FailingImport<BOOL WINAPI(Arguments...)>
 {
 public:
     FailingImport(void*& place, int failures) : m_patch(place, reinterpret_cast<void*>(&Answer))
@@ -695,14 +696,14 @@ TEST_F(QueueFileRetryTests, Save_WithAFileThatCannotBeMeasured)
 
 TEST_F(QueueFileRetryTests, Save_WithAFileThatCannotBeLookedAt)
 {
-    const FailingImport<&::GetFileInformationByHandle> patch(__imp_GetFileInformationByHandle, kFailures);
+    const FailingImport<decltype(::GetFileInformationByHandle)> patch(__imp_GetFileInformationByHandle, kFailures);
     ExpectSaves();
     EXPECT_EQ(patch.GetFailuresLeft(), 0);
 }
 
 TEST_F(QueueFileRetryTests, Save_WithAPositionThatCannotBeSet)
 {
-    const FailingImport<&::SetFilePointerEx> patch(__imp_SetFilePointerEx, kFailures);
+    const FailingImport<decltype(::SetFilePointerEx)> patch(__imp_SetFilePointerEx, kFailures);
     EXPECT_TRUE(m_file.Save({L"b", L"c"}));
     EXPECT_EQ(Bytes(), "a\nhalf\nb\nc\n");
     EXPECT_EQ(patch.GetFailuresLeft(), 0);
@@ -710,7 +711,7 @@ TEST_F(QueueFileRetryTests, Save_WithAPositionThatCannotBeSet)
 
 TEST_F(QueueFileRetryTests, Save_WithALastByteThatCannotBeRead)
 {
-    const FailingImport<&::ReadFile> patch(__imp_ReadFile, kFailures);
+    const FailingImport<decltype(::ReadFile)> patch(__imp_ReadFile, kFailures);
     ExpectSaves();
 }
 
@@ -726,7 +727,7 @@ TEST_F(QueueFileRetryTests, Save_WithHalfAWriteThatCannotBeTakenBack_WritesOverI
 {
     m_kernelApi.shortWrites = 1;
     m_kernelApi.roomOfShortWrites = 2;
-    const FailingImport<&::SetEndOfFile> patch(__imp_SetEndOfFile, BadDiskApi::kAlways);
+    const FailingImport<decltype(::SetEndOfFile)> patch(__imp_SetEndOfFile, BadDiskApi::kAlways);
     ExpectSaves();
 }
 
@@ -734,7 +735,7 @@ TEST_F(QueueFileRetryTests, Save_WithHalfAWriteOnly_TakesItBackThoughThatFailsAt
 {
     m_kernelApi.shortWrites = BadDiskApi::kAlways;
     m_kernelApi.roomOfShortWrites = 2;
-    const FailingImport<&::SetEndOfFile> patch(__imp_SetEndOfFile, kFailures);
+    const FailingImport<decltype(::SetEndOfFile)> patch(__imp_SetEndOfFile, kFailures);
     EXPECT_FALSE(m_file.Save({L"b"}));
     EXPECT_EQ(Bytes(), "a\nhalf");
 }
@@ -778,19 +779,19 @@ TEST_F(QueueFileRetryTests, Load_WithACallThatFails_LeavesTheFileOrTakesTheHits)
         EXPECT_EQ(queue, queue.empty() ? Requests() : Requests({L"a", L"half"}));
     };
     {
-        const FailingImport<&::GetFileInformationByHandle> patch(__imp_GetFileInformationByHandle, 1);
+        const FailingImport<decltype(::GetFileInformationByHandle)> patch(__imp_GetFileInformationByHandle, 1);
         expectKept();
     }
     {
-        const FailingImport<&::ReadFile> patch(__imp_ReadFile, 1);
+        const FailingImport<decltype(::ReadFile)> patch(__imp_ReadFile, 1);
         expectKept();
     }
     {
-        const FailingImport<&::SetFilePointerEx> patch(__imp_SetFilePointerEx, 1);
+        const FailingImport<decltype(::SetFilePointerEx)> patch(__imp_SetFilePointerEx, 1);
         expectKept();
     }
     {
-        const FailingImport<&::SetEndOfFile> patch(__imp_SetEndOfFile, 1);
+        const FailingImport<decltype(::SetEndOfFile)> patch(__imp_SetEndOfFile, 1);
         expectKept();
     }
     EXPECT_EQ(Bytes(), "a\nhalf"); // none of them could take the hits
@@ -857,10 +858,10 @@ TEST_F(RequestQueueFileTests, Link_IsNeitherLoadedNorEmptiedNorWritten)
 namespace
 {
 // Notes when the file is opened and closed, among the calls of the mutex.
-class OrderApi : public KVWinApi::CKernelApi
+class FileOrderApi : public KVWinApi::CKernelApi
 {
 public:
-    explicit OrderApi(std::vector<std::wstring>& calls) : m_calls(calls) {}
+    explicit FileOrderApi(std::vector<std::wstring>& calls) : m_calls(calls) {}
 
     HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                        DWORD flags, HANDLE model) override
@@ -881,7 +882,7 @@ private:
 
 TEST_F(RequestQueueFileTests, Mutex_IsHeldAsLongAsTheFileIsOpen)
 {
-    OrderApi kernelApi(m_winApi.calls);
+    FileOrderApi kernelApi(m_winApi.calls);
     KVTest::ScopedSubstitute<KVWinApi::IKernelApi> swap(KVWinApi::g_kernelApi, kernelApi);
     const std::vector<std::wstring> expected = {L"create Statlet_" + m_name + KVTest::kSampleVersion + L" 1",
                                                 L"open file", L"close file", L"release", L"close"};

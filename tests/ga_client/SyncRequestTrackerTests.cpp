@@ -9,9 +9,9 @@
 
 #include "ga_client/RequestOutbox.h"
 #include "tests/ga_client/ClientTestSupport.h"
+#include "tests/ga_client/FailingAllocations.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
-#include "tests/utils/AllocationHook.h"
 #include "tests/utils/Faults.h"
 #include "utils/StructuredExceptionScope.h"
 #include "utils/Win32Exception.h"
@@ -51,31 +51,6 @@ protected:
 
 namespace
 {
-// Counts the allocations of the thread that asks for it, and lets all fail from one on.
-class FailingAllocations
-{
-public:
-    explicit FailingAllocations(int firstFailure) : m_hook(&Count)
-    {
-        s_left = firstFailure;
-        s_hasFailed = false;
-    }
-    static bool HasFailed() noexcept { return s_hasFailed; }
-
-private:
-    static void Count(std::size_t)
-    {
-        if (s_left-- <= 0)
-        {
-            s_hasFailed = true;
-            throw std::bad_alloc();
-        }
-    }
-    static inline int s_left = 0;
-    static inline bool s_hasFailed = false;
-    KVTest::AllocationHook m_hook;
-};
-
 // Whether the lock of the tracker can be had: asked on a thread of its own, which a lock that was left held keeps.
 bool IsLockFree(const std::shared_ptr<GAClient::CSyncRequestTracker>& tracker)
 {
@@ -483,11 +458,11 @@ TEST_F(SyncRequestTrackerTests, Stop_WithoutMemory_SavesAll)
     }
     bool saved = false;
     {
-        const FailingAllocations hook(0);
+        const KVTest::FailingAllocations hook(0);
         saved = m_tracker.Stop();
     }
     EXPECT_TRUE(saved);
-    EXPECT_FALSE(FailingAllocations::HasFailed());
+    EXPECT_FALSE(KVTest::FailingAllocations::HasFailed());
     EXPECT_EQ(KVTest::ReadFileBytes(FilePath()), expected);
 }
 
@@ -510,7 +485,7 @@ TEST_F(SyncRequestTrackerTests, Start_WithoutMemory_LeavesTheHitsInTheFileOrTake
         GAClient::CSyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
         bool isLoaded = false;
         {
-            const FailingAllocations hook(failure);
+            const KVTest::FailingAllocations hook(failure);
             try
             {
                 isLoaded = tracker.Start();
@@ -522,7 +497,7 @@ TEST_F(SyncRequestTrackerTests, Start_WithoutMemory_LeavesTheHitsInTheFileOrTake
         }
         Requests queue;
         tracker.GetQueuedRequests(queue);
-        if (isLoaded && !FailingAllocations::HasFailed())
+        if (isLoaded && !KVTest::FailingAllocations::HasFailed())
         {
             EXPECT_EQ(queue.size(), 20U);
             return;
