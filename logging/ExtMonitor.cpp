@@ -80,6 +80,19 @@ bool IsWanted(CExtMonitorSettings& settings, MonitorEvent event, const wchar_t* 
     return true;
 }
 
+// Runs code of a monitor that is about to go, which must not keep its successor from coming.
+template <typename Body> void RunLast(const Body& body) noexcept
+{
+    try
+    {
+        const KVUtils::CStructuredExceptionScope translator;
+        translator.Run(body);
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): the monitor is left alone
+    {
+    }
+}
+
 void InitializeCom(CExtMonitorSettings& settings)
 {
     if (settings.IsComInitialized)
@@ -99,25 +112,18 @@ void InitializeCom(CExtMonitorSettings& settings)
 
 CExtMonitorSettings::~CExtMonitorSettings()
 {
-    try
-    {
-        // The process may be at its end and the monitor's library in any state.
-        const KVUtils::CStructuredExceptionScope translator;
-        translator.Run([&] {
-            if (Monitor != nullptr)
-            {
-                std::exchange(Monitor, nullptr)->Release();
-            }
-            // COM counts per thread: on another one this would take it from somebody else.
-            if (IsComInitialized && ComThread == ::GetCurrentThreadId())
-            {
-                EndCom();
-            }
-        });
-    }
-    catch (...) // NOLINT(bugprone-empty-catch): a monitor that fails to go is left alone
-    {
-    }
+    // The process may be at its end and the monitor's library in any state.
+    RunLast([&] {
+        if (Monitor != nullptr)
+        {
+            std::exchange(Monitor, nullptr)->Release();
+        }
+        // COM counts per thread: on another one this would take it from somebody else.
+        if (IsComInitialized && ComThread == ::GetCurrentThreadId())
+        {
+            EndCom();
+        }
+    });
 }
 
 void CExtMonitor::Update(const MonitorValues& values, const std::wstring& executableName)
@@ -131,8 +137,8 @@ void CExtMonitor::Update(const MonitorValues& values, const std::wstring& execut
     }
     if (previous != nullptr)
     {
-        Tell(*previous, MonitorEvent::Stop, executableName.c_str());
-        previous->Release();
+        RunLast([&] { Tell(*previous, MonitorEvent::Stop, executableName.c_str()); });
+        RunLast([&] { previous->Release(); });
     }
     constexpr DWORD kAnyServer = 0x17; // in-process server and handler, local and remote server
     void* monitor = nullptr;
@@ -140,8 +146,16 @@ void CExtMonitor::Update(const MonitorValues& values, const std::wstring& execut
                                 .OrHresult()(classId, nullptr, kAnyServer, kExtMonitorInterfaceId, &monitor);
     if (SUCCEEDED(created) && monitor != nullptr)
     {
-        Bind(values.ClassId, static_cast<IExtMonitor*>(monitor));
-        Notify(MonitorEvent::Start, values.ParameterFile.c_str());
+        UniqueMonitor made(static_cast<IExtMonitor*>(monitor));
+        made->AddRef(); // the block's reference
+        if (Bind(values.ClassId, made.get()))
+        {
+            Tell(*made, MonitorEvent::Start, values.ParameterFile.c_str());
+        }
+        else
+        {
+            made->Release();
+        }
     }
 }
 
@@ -154,30 +168,39 @@ bool CExtMonitor::TakeOver(const MonitorValues& values, CLSID& classId, IExtMoni
         return false;
     }
     settings->Flags = values.Flags.value_or(settings->Flags);
-    if (values.ClassId == settings->ClassId)
+    const bool isMissing = m_isBindingDue && settings->Monitor == nullptr;
+    m_isBindingDue = false;
+    if (values.ClassId == settings->ClassId && !isMissing)
     {
         return false;
     }
     settings->ClassId = values.ClassId;
-    if (FAILED(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString).OrHresult()(values.ClassId.c_str(), &classId)))
+    bool isTakenOver = false;
+    // A guard of its own: a fault in the system's code must not leave the mutex held.
+    const KVUtils::CStructuredExceptionScope translator;
+    translator.Run([&] {
+        if (SUCCEEDED(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString).OrHresult()(values.ClassId.c_str(), &classId)))
+        {
+            InitializeCom(*settings);
+            previous = std::exchange(settings->Monitor, nullptr);
+            isTakenOver = true;
+        }
+    });
+    return isTakenOver;
+}
+
+bool CExtMonitor::Bind(const std::wstring& classId, IExtMonitor* monitor)
+{
+    const CMutexLock lock(m_block.GetMutex(), kSharedBlockWaitMs);
+    CExtMonitorSettings* const settings = lock.IsHeld() ? m_block.Get() : nullptr;
+    m_isBindingDue = settings == nullptr; // the next Update makes another one
+    // Another thread may have bound another class meanwhile.
+    if (settings == nullptr || settings->ClassId != classId || settings->Monitor != nullptr)
     {
         return false;
     }
-    InitializeCom(*settings);
-    previous = std::exchange(settings->Monitor, nullptr);
+    settings->Monitor = monitor;
     return true;
-}
-
-void CExtMonitor::Bind(const std::wstring& classId, IExtMonitor* monitor)
-{
-    UniqueMonitor surplus(monitor); // released unless it is bound; after the lock, since it is not ours
-    const CMutexLock lock(m_block.GetMutex(), kSharedBlockWaitMs);
-    CExtMonitorSettings* const settings = lock.IsHeld() ? m_block.Get() : nullptr;
-    // Another thread may have bound another class meanwhile.
-    if (settings != nullptr && settings->ClassId == classId && settings->Monitor == nullptr)
-    {
-        settings->Monitor = surplus.release();
-    }
 }
 
 HRESULT CExtMonitor::Notify(MonitorEvent event, const wchar_t* text)

@@ -95,7 +95,8 @@ public:
 
     /// Takes over the flags, and when the class identifier is another than before: parses it (`CLSIDFromString`), stops
     /// and releases the monitor bound so far, creates the new one (`CoCreateInstance`) and starts it. An identifier
-    /// that does not parse leaves all else as it is; a monitor that cannot be created leaves none bound.
+    /// that does not parse leaves all else as it is; a monitor that cannot be created leaves none bound. One that
+    /// cannot be bound, because the mutex is busy, is released, and the next call creates another.
     void Update(const MonitorValues& values, const std::wstring& executableName);
 
     /// Tells the monitor. E_NOTIMPL when none is bound or text is null; S_OK when the flags keep the event from it.
@@ -103,8 +104,9 @@ public:
 
 private:
     bool TakeOver(const MonitorValues& values, CLSID& classId, IExtMonitor*& previous);
-    void Bind(const std::wstring& classId, IExtMonitor* monitor);
+    bool Bind(const std::wstring& classId, IExtMonitor* monitor);
 
     CSharedBlock<CExtMonitorSettings> m_block;
+    bool m_isBindingDue = false; // a monitor was made while the mutex was busy, and could not be bound
 };
 } // namespace KVLogging

@@ -10,8 +10,21 @@ namespace
 constexpr DWORD kRetryMs = 30;
 constexpr DWORD kRetryTotalMs = 120;
 
+// Whoever may write to the folder could otherwise have the log empty and fill a file that only the traced program may
+// write to. A link that is made between the look and the opening is followed.
+bool IsLink(const std::wstring& fileName) noexcept
+{
+    const DWORD attributes = ::GetFileAttributesW(fileName.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 HANDLE OpenExclusively(const std::wstring& fileName, DWORD disposition) noexcept
 {
+    if (IsLink(fileName))
+    {
+        ::SetLastError(ERROR_CANT_ACCESS_FILE);
+        return INVALID_HANDLE_VALUE;
+    }
     return ::CreateFileW(fileName.c_str(), GENERIC_WRITE, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 } // namespace

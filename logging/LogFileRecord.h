@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "logging/Indentation.h"
 #include "logging/SystemHandle.h"
 
 namespace KVLogging
@@ -29,7 +30,7 @@ struct LogFileRecord
     // The lock, a mutex, guards what is below: modules on different threads write the same file.
     std::wstring FileName;      ///< as configured, then the full path of the opened file
     std::uint32_t FileSize = 0; ///< bytes, after this process's last line
-    std::wstring Indentation;   ///< two blanks for each open function scope
+    CIndentation Indentation;   ///< two blanks for each open function scope
     UniqueSystemHandle Lock;    ///< the mutex; null when it could not be made
 };
 } // namespace KVLogging

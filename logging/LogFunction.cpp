@@ -52,6 +52,10 @@ CLogFunction::~CLogFunction()
         m_module->LogShortName(*this, kLogExit, false);
         m_module->LogString(this, kLogExit, L"   *** UNHANDLED EXCEPTION PENDING ***", true);
     }
+    if (m_entryIndentation.File != nullptr) // the exit line was not written
+    {
+        m_module->ForgetEntry(*this);
+    }
 }
 
 void CLogFunction::LogString(std::uint32_t flags, int lineNumber, const wchar_t* text, bool endOfLine) noexcept

@@ -9,6 +9,8 @@
 
 namespace KVLogging
 {
+struct LogFileRecord;
+
 /// How a function is being left by an exception; named on its exit line. The values are fixed, 1 has none.
 enum class ExceptionState : std::int32_t
 {
@@ -61,6 +63,14 @@ public:
     std::int64_t GetStartTime() const noexcept { return m_startTime; }
     /// Collects the line under construction.
     std::wstring& GetPendingText() noexcept { return m_pendingText; }
+    /// The file that the entry line has indented, null for none, and how many scopes of this thread had it indented
+    /// before.
+    struct EntryIndentation
+    {
+        LogFileRecord* File = nullptr;
+        std::uint32_t OpenBefore = 0;
+    };
+    EntryIndentation& GetEntryIndentation() noexcept { return m_entryIndentation; }
     /// "Class::Method" without template arguments, or the full name when it has no such part. Split on first need.
     const std::wstring& GetShortName();
     /// Empty when the full name has one component only. Split on first need.
@@ -81,5 +91,6 @@ private:
     bool m_isSplit = false;
     std::wstring m_className;
     std::wstring m_shortName;
+    EntryIndentation m_entryIndentation;
 };
 } // namespace KVLogging

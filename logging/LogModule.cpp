@@ -26,8 +26,6 @@ namespace
 // The date on which the logging code was built, fixed so that two builds of one source are the same.
 constexpr char kBuildDate[] = "Aug 22 2014";
 
-constexpr std::size_t kIndentStep = 2;
-
 // Longest wait for other threads' lines to the same file: one for each other module at most, each far shorter. It is
 // there for a sink or a monitor that logs through another module, which could otherwise wait for ever.
 constexpr DWORD kFileRecordWaitMs = 2000;
@@ -176,6 +174,26 @@ void CLogModule::LogShortName(CLogFunction& scope, std::uint32_t flags, bool end
     }
 }
 
+void CLogModule::ForgetEntry(CLogFunction& scope) noexcept
+{
+    if (!m_isEnabled)
+    {
+        return;
+    }
+    const CCriticalSectionLock lock(m_criticalSection);
+    if (!m_isEnabled) // destroyed while this thread waited
+    {
+        return;
+    }
+    const CLogFunction::EntryIndentation entry = scope.GetEntryIndentation();
+    // Not worth a wait: all that an outer scope could do wrong is to indent too little.
+    const CMutexLock fileLock(entry.File->Lock.get(), 0);
+    if (fileLock.IsHeld())
+    {
+        entry.File->Indentation.Forget(entry.OpenBefore);
+    }
+}
+
 void CLogModule::AttachLineSink(ILineSink* sink) noexcept
 {
     if (!m_isEnabled)
@@ -237,13 +255,16 @@ std::optional<LogModuleSettings> CLogModule::FindSettings(const CLogFunction* sc
             return settings;
         }
     }
-    catch (...) // NOLINT(bugprone-empty-catch): memory is short; the line is not logged
+    catch (...) // NOLINT(bugprone-empty-catch): memory is short, or the scope is damaged; the line is not logged
     {
     }
     return std::nullopt;
 }
 
 // A copy, since another module may read the settings anew as soon as the mutex is released. The file record stays.
+//
+// The scope is the caller's, and so may ResetSettings be: a guard of its own inside the locks, since the traced program
+// may run all this in one of its own, and a fault would leave them held.
 std::optional<LogModuleSettings> CLogModule::LookUpSettings(const CLogFunction* scope)
 {
     MonitorValues monitorValues;
@@ -255,16 +276,19 @@ std::optional<LogModuleSettings> CLogModule::LookUpSettings(const CLogFunction* 
         {
             return std::nullopt;
         }
-        if (m_lineSink == nullptr && IsRefreshDue(::GetTickCount()))
-        {
-            RefreshSettings(*block, monitorValues);
-        }
-        settings = *m_settings.Own;
-        if (scope != nullptr)
-        {
-            const auto found = block->SourceFiles.find(scope->GetSourceFile().GetName());
-            settings = found != block->SourceFiles.end() ? found->second : settings;
-        }
+        const KVUtils::CStructuredExceptionScope translator;
+        translator.Run([&] {
+            if (m_lineSink == nullptr && IsRefreshDue(::GetTickCount()))
+            {
+                RefreshSettings(*block, monitorValues);
+            }
+            settings = *m_settings.Own;
+            if (scope != nullptr)
+            {
+                const auto found = block->SourceFiles.find(scope->GetSourceFile().GetName());
+                settings = found != block->SourceFiles.end() ? found->second : settings;
+            }
+        });
     }
     BindMonitor(monitorValues);
     return settings;
@@ -409,8 +433,16 @@ void CLogModule::PrepareExit(const Line& line)
     text += ExceptionNote(line.Scope->GetExceptionState());
     if (line.HasOption(kOptionIndent) && line.Settings.FileRecord != nullptr)
     {
-        std::wstring& indentation = line.Settings.FileRecord->Indentation;
-        indentation.resize(indentation.size() - std::min(indentation.size(), kIndentStep));
+        CLogFunction::EntryIndentation& entry = line.Scope->GetEntryIndentation();
+        if (entry.File == line.Settings.FileRecord)
+        {
+            line.Settings.FileRecord->Indentation.Leave(entry.OpenBefore);
+            entry.File = nullptr;
+        }
+        else
+        {
+            line.Settings.FileRecord->Indentation.Leave();
+        }
     }
 }
 
@@ -426,7 +458,7 @@ void CLogModule::FinishEntry(const Line& line)
     m_monitor.Notify(MonitorEvent::Entry, line.Scope->GetShortName().c_str());
     if (line.HasOption(kOptionIndent) && line.Settings.FileRecord != nullptr)
     {
-        line.Settings.FileRecord->Indentation.append(kIndentStep, L' ');
+        line.Scope->GetEntryIndentation() = {line.Settings.FileRecord, line.Settings.FileRecord->Indentation.Enter()};
     }
 }
 
@@ -481,7 +513,7 @@ void CLogModule::WriteLine(const LogModuleSettings& settings, std::uint32_t flag
     if ((flags & kLogToDebugger) != 0 || (settings.Options & kOptionDebugger) != 0)
     {
         ::OutputDebugStringW(prefix.c_str());
-        ::OutputDebugStringW(settings.FileRecord != nullptr ? settings.FileRecord->Indentation.c_str() : L"");
+        ::OutputDebugStringW(settings.FileRecord != nullptr ? settings.FileRecord->Indentation.GetText().c_str() : L"");
         ::OutputDebugStringW(message.c_str());
         ::OutputDebugStringW(L"\r\n");
     }
@@ -507,7 +539,8 @@ void CLogModule::WriteToFile(const LogModuleSettings& settings, const std::wstri
     }
     if (m_lineSink != nullptr)
     {
-        m_lineSink->WriteLine(prefix.c_str(), file != nullptr ? file->Indentation.c_str() : L"", message.c_str());
+        m_lineSink->WriteLine(prefix.c_str(), file != nullptr ? file->Indentation.GetText().c_str() : L"",
+                              message.c_str());
     }
     if (hasFile) // a sink alone: there is nothing to open, and nothing to wait in the queue for
     {
@@ -521,7 +554,7 @@ void CLogModule::AppendToFile(const LogModuleSettings& settings, const std::wstr
     LogFileRecord& file = *settings.FileRecord;
     // One write, so that a process that ends in the middle leaves no half line. Deliberate: an empty message has no
     // line end, the next line continues on its line.
-    const std::wstring text = prefix + file.Indentation + (message.empty() ? message : message + L"\r\n");
+    const std::wstring text = prefix + file.Indentation.GetText() + (message.empty() ? message : message + L"\r\n");
     const std::uint32_t limit = SizeLimit(settings);
     CLogFile logFile(file.FileName, OPEN_ALWAYS);
     if (!logFile.IsOpen())
@@ -552,7 +585,7 @@ void CLogModule::AppendToFile(const LogModuleSettings& settings, const std::wstr
 void CLogModule::QueueLine(const LogFileRecord& file, DWORD openError, const std::wstring& prefix,
                            const std::wstring& message)
 {
-    m_queue.Push(prefix + file.Indentation + message + L"\r\n");
+    m_queue.Push(prefix + file.Indentation.GetText() + message + L"\r\n");
     if (openError != ERROR_SUCCESS)
     {
         ::SetLastError(openError);

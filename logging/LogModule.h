@@ -57,6 +57,9 @@ public:
     /// Logs the short name of the scope, which is computed only when the line is wanted.
     void LogShortName(CLogFunction& scope, std::uint32_t flags, bool endOfLine) noexcept;
 
+    /// The scope ends without an exit line: what its entry line has indented stays so.
+    void ForgetEntry(CLogFunction& scope) noexcept;
+
     /// Sends every further line that would go to a file to the sink as well, also when no file is named; null ends it.
     /// The sink stays the caller's and lives until it is detached. Settings are brought up to date on attaching, if
     /// they are due, and are not read again while a sink is attached. Waits for lines that are being written.

@@ -52,8 +52,9 @@ std::optional<std::uint32_t> CRegistryKey::ReadDword(const wchar_t* valueName) c
 
 std::optional<std::wstring> CRegistryKey::ReadString(const wchar_t* valueName) const
 {
+    constexpr int kMaxTries = 8; // for a text that another program makes longer at every look
     std::wstring text(MAX_PATH, L'\0');
-    for (;;)
+    for (int i = 0; i < kMaxTries; ++i)
     {
         DWORD type = REG_NONE;
         DWORD byteCount = static_cast<DWORD>(text.size() * sizeof(wchar_t));
@@ -72,6 +73,7 @@ std::optional<std::wstring> CRegistryKey::ReadString(const wchar_t* valueName) c
         text.resize(::wcsnlen(text.c_str(), text.size()));
         return text;
     }
+    return std::nullopt;
 }
 
 std::vector<std::wstring> CRegistryKey::GetSubkeyNames() const

@@ -13,6 +13,7 @@
 #include "logging/LogModule.h"
 #include "tests/logging/LogTest.h"
 #include "tests/logging/MonitorServer.h"
+#include "tests/logging/SystemCallPatches.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
@@ -377,6 +378,35 @@ TEST_F(ExtMonitorTests, FaultAtRelease_TheModuleGoesAllTheSame)
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 release\n");
 }
 
+TEST_F(ExtMonitorTests, FaultAtStop_TheSuccessorIsBound)
+{
+    const MonitorClass other;
+    UseFile(0xC10);
+    UseMonitor(m_class.GetId(), 2);
+    Refresh();
+    m_server.SetFault(L"stop");
+    m_registry.SetString(ProcessKey(), L"ExtMonitorCLSID", other.GetId());
+    Refresh();
+    RunScope();
+    EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 stop [" + KVTest::GetExecutableName() +
+                                        L"]\n1 release\n2 create\n2 start [] [<unknown>]\n2 entry [Class::Method]\n");
+}
+
+TEST_F(ExtMonitorTests, FaultAtReleaseOfTheFirst_TheSuccessorIsBound)
+{
+    const MonitorClass other;
+    UseFile(0xC10);
+    UseMonitor(m_class.GetId(), 2);
+    Refresh();
+    m_server.SetFault(L"release");
+    m_registry.SetString(ProcessKey(), L"ExtMonitorCLSID", other.GetId());
+    Refresh();
+    m_server.SetFault(nullptr);
+    RunScope();
+    EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 stop [" + KVTest::GetExecutableName() +
+                                        L"]\n1 release\n2 create\n2 start [] [<unknown>]\n2 entry [Class::Method]\n");
+}
+
 // The operations themselves.
 
 class ExtMonitorDirectTests : public testing::Test
@@ -435,6 +465,47 @@ TEST_F(ExtMonitorDirectTests, Update_FlagsAbsent_KeepTheirValue)
     m_monitor.Update({m_class.GetId(), std::nullopt, L""}, L"direct.exe");
     m_monitor.Notify(MonitorEvent::Entry, L"text");
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 entry [text]\n");
+}
+
+// The first wait of Update is for taking over, the second for binding.
+TEST_F(ExtMonitorDirectTests, Update_MutexBusyWhenTheMonitorIsMade_IsTriedAgainTheNextTime)
+{
+    {
+        const KVTest::WaitPatch waits([](std::size_t number, DWORD) { return number > 1; });
+        m_monitor.Update({m_class.GetId(), 2, L"p"}, L"direct.exe");
+        EXPECT_EQ(KVTest::WaitPatch::GetTimeouts()[0], 50u);
+    }
+    EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 release\n");
+    m_monitor.Update({m_class.GetId(), 2, L"p"}, L"direct.exe");
+    m_monitor.Update({m_class.GetId(), 2, L"p"}, L"direct.exe");
+    EXPECT_EQ(m_monitor.Notify(MonitorEvent::Entry, L"text"), S_OK);
+    EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 release\n2 create\n2 start [p] [p]\n2 entry [text]\n");
+}
+
+TEST_F(ExtMonitorDirectTests, Update_MutexBusyAfterTheMonitorIsBound_StartsItAllTheSame)
+{
+    {
+        const KVTest::WaitPatch waits([](std::size_t number, DWORD) { return number > 2; });
+        m_monitor.Update({m_class.GetId(), 2, L"p"}, L"direct.exe");
+    }
+    EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [p] [p]\n");
+}
+
+DWORD s_creationContext = 0;
+
+HRESULT WINAPI RefuseAndNoteTheContext(REFCLSID, IUnknown*, DWORD context, REFIID, void** object)
+{
+    s_creationContext = context;
+    *object = nullptr;
+    return REGDB_E_CLASSNOTREG;
+}
+
+TEST_F(ExtMonitorDirectTests, Update_AsksForAServerOfAnyKind)
+{
+    KVTest::LoaderPatch loader;
+    loader.AnswerWith(reinterpret_cast<void*>(&RefuseAndNoteTheContext), "CoCreateInstance");
+    m_monitor.Update({m_class.GetId(), 7, L""}, L"direct.exe");
+    EXPECT_EQ(s_creationContext, 0x17u);
 }
 
 TEST(ExtMonitorInterfaceTests, Identifier_IsTheFixedOne)

@@ -9,6 +9,7 @@
 
 #include "logging/PerformanceClock.h"
 #include "tests/logging/LogTest.h"
+#include "tests/logging/SystemCallPatches.h"
 
 namespace
 {
@@ -130,6 +131,15 @@ TEST_F(LineFormatPrefixTests, Counter_IsThePerformanceCounterInMicrosecondsOfTen
     const std::int64_t counter = std::stoll(Compose(0x20000000).substr(0, 10));
     const std::int64_t after = TicksToMicroseconds(GetPerformanceTicks());
     EXPECT_LE((counter - before % kModulus + kModulus) % kModulus, after - before);
+}
+
+TEST_F(LineFormatPrefixTests, Counter_BeyondTenDigits_LosesTheOthers)
+{
+    const KVTest::FrozenPerformanceCounter counter;
+    KVTest::FrozenPerformanceCounter::SetMicroseconds(9'999'999'999);
+    EXPECT_EQ(Compose(0x20000000), L"9999999999       ");
+    KVTest::FrozenPerformanceCounter::SetMicroseconds(120'000'000'345);
+    EXPECT_EQ(Compose(0x20000000), L"0000000345       ");
 }
 
 TEST_F(LineFormatPrefixTests, SincePrevious_IsInMillisecondsOfSixDigitsTruncated)

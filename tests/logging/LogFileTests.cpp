@@ -16,6 +16,7 @@
 #include "logging/HeaderBlock.h"
 #include "logging/ModulePath.h"
 #include "tests/logging/LogTest.h"
+#include "tests/logging/SystemCallPatches.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
@@ -164,6 +165,16 @@ TEST_F(LogFileTests, Open_GivesUpASharingViolationAfter120Ms)
     EXPECT_LT(elapsed, 2000u);
 }
 
+TEST_F(LogFileTests, Open_WaitsThirtyMillisecondsBetweenTwoTries)
+{
+    const std::wstring path = m_folder.WriteFile(L"held.log", "");
+    const HeldFile held(path);
+    const KVTest::SleepPatch time;
+    const CLogFile file(path, OPEN_ALWAYS);
+    EXPECT_FALSE(file.IsOpen());
+    EXPECT_THAT(KVTest::SleepPatch::GetSleeps(), testing::ElementsAre(30u, 30u, 30u, 30u));
+}
+
 TEST_F(LogFileTests, Open_AnyOtherFailure_EndsTheAttemptAtOnce)
 {
     const std::wstring path = m_folder.MakeFolder(L"folder.log");
@@ -195,6 +206,49 @@ TEST_F(LogFileTests, Write_ThatFails_AddsNothingToTheSize)
     const std::uint64_t size = file.GetSize();
     file.Write(L"text");
     EXPECT_EQ(file.GetSize(), size);
+}
+
+// A link in place of the file. The emulator has no links that its functions report.
+
+TEST_F(LogFileTests, Link_IsNeitherFollowedNorEmptiedAndTheLinesWait)
+{
+    const std::string oldText("o\0l\0d\0", 6);
+    const std::wstring path = m_folder.WriteFile(L"trace.log", oldText);
+    UseFile(0x10, 0x10000);
+    {
+        const KVTest::LinkPatch link(L"trace.log");
+        LogInScope(L"one");
+        Log(0x10, L"two");
+        EXPECT_EQ(KVTest::ReadFileBytes(path), oldText);
+    }
+    Log(0x10, L"three");
+    EXPECT_EQ(ReadLog(), L"old" + Lines({kQueueStart, L"(I0) one", L"(I0) two", kQueueEnd, L"(I0) three"}));
+}
+
+TEST_F(LogFileTests, Link_IsReportedAsWhatCannotBeOpened)
+{
+    const std::wstring path = m_folder.WriteFile(L"linked.log", "");
+    const KVTest::LinkPatch link(L"linked.log");
+    for (const DWORD disposition : std::initializer_list<DWORD>{OPEN_ALWAYS, CREATE_ALWAYS})
+    {
+        const CLogFile file(path, disposition);
+        EXPECT_FALSE(file.IsOpen());
+        EXPECT_EQ(file.GetOpenError(), static_cast<DWORD>(ERROR_CANT_ACCESS_FILE));
+    }
+}
+
+TEST_F(LogFileTests, SymbolicLinkOfTheSystem_IsNotFollowed)
+{
+    constexpr DWORD kWithoutPrivilege = 0x2;
+    const std::wstring target = m_folder.WriteFile(L"target.txt", "kept");
+    const std::wstring path = UseFile(0x10, 0x10000);
+    if (::CreateSymbolicLinkW(path.c_str(), target.c_str(), kWithoutPrivilege) == 0 ||
+        (::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
+    {
+        GTEST_SKIP() << "no symbolic links: " << ::GetLastError();
+    }
+    LogInScope(L"line");
+    EXPECT_EQ(KVTest::ReadFileBytes(target), "kept");
 }
 
 // The queue.
@@ -514,6 +568,14 @@ TEST_F(LogFileTests, UniqueName_IsMadeFromTheConfiguredOne)
     EXPECT_NE(log.find(L"(I0) one\r\n(I0) two\r\n"), std::wstring::npos);
 }
 
+TEST_F(LogFileTests, UniqueName_IsTheLongOne)
+{
+    const KVTest::LongPathPatch longPath(m_folder.PathOf(L"the long name of it.tmp"));
+    UseFile(0x10, 0x20000);
+    LogInScope(L"line");
+    EXPECT_EQ(ReadLog(L"the long name of it.tmp"), Lines({L"(I0) line"}));
+}
+
 TEST_F(LogFileTests, UniqueName_FolderMissing_TheConfiguredNameIsUsed)
 {
     m_registry.SetString(KVTest::BaseKey(), L"LogFileName", m_folder.PathOf(L"missing\\trace.log"));
@@ -620,6 +682,22 @@ TEST_F(LogFileTests, Header_ModuleOption_ListsTheModulesOfTheProcess)
     const std::wstring kernel = L"(++) " + KVLogging::GetModulePath(::GetModuleHandleW(L"kernel32.dll")) + L"\r\n";
     EXPECT_NE(log.find(kernel, list), std::wstring::npos);
     EXPECT_EQ(log.substr(log.size() - 10), L"(I0) one\r\n");
+}
+
+BOOL WINAPI EnumerateThreeHundredModules(HANDLE, HMODULE* modules, DWORD room, DWORD* needed)
+{
+    constexpr DWORD kModules = 300;
+    std::fill_n(modules, std::min<std::size_t>(room / sizeof(HMODULE), kModules), ::GetModuleHandleW(nullptr));
+    *needed = kModules * sizeof(HMODULE);
+    return TRUE;
+}
+
+TEST(HeaderBlockTests, ListProcessModules_ListsTwoHundredAndFiftySixAtMost)
+{
+    KVTest::LoaderPatch loader;
+    loader.AnswerWith(reinterpret_cast<void*>(&EnumerateThreeHundredModules), "EnumProcessModules");
+    EXPECT_THAT(ListProcessModules(),
+                testing::AllOf(testing::SizeIs(256), testing::Each(KVLogging::GetModulePath(nullptr))));
 }
 
 TEST_F(LogFileTests, Header_ModuleOption_ListsEachModuleOnce)

@@ -6,10 +6,12 @@
 
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <type_traits>
 
 #include "logging/Trace.h"
 #include "tests/logging/LogTest.h"
+#include "tests/logging/SystemCallPatches.h"
 #include "tests/utils/Faults.h"
 #include "utils/StructuredExceptionScope.h"
 #include "utils/Win32Exception.h"
@@ -189,6 +191,17 @@ TEST_F(LogFunctionTests, Duration_IsAppendedToTheExitLineOnly)
     EXPECT_LT(duration, 30000000);
 }
 
+TEST_F(LogFunctionTests, Duration_IsInMicroseconds)
+{
+    const KVTest::FrozenPerformanceCounter counter;
+    UseFile(0x800, 0x400000);
+    {
+        const CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
+        KVTest::FrozenPerformanceCounter::Advance(2345678);
+    }
+    EXPECT_EQ(ReadLog(), Lines({L"(<-) Class::Method (Dur: 2345678 us) "}));
+}
+
 TEST_F(LogFunctionTests, ExceptionStates_AreNotedOnTheExitLine)
 {
     UseFile(0x800);
@@ -347,6 +360,70 @@ TEST_F(LogFunctionTests, Indentation_ExitWithoutEntry_StaysEmpty)
     EXPECT_EQ(ReadLog(), Lines({L"(<-) Class::Method", L"(I0) line"}));
 }
 
+// Where destructors do not run, the nested scopes write no exit lines.
+TEST_F(LogFunctionTests, Indentation_AfterAFaultInNestedScopes_IsThatOfTheScopeThatSurvives)
+{
+    UseFile(0xC10, 0x200000);
+    const KVTest::ForbiddenPage page;
+    for (int i = 0; i < 2; ++i)
+    {
+        const CLogFunction outer(&Module(), s_logFunctionTests, L"Class::Outer", 1);
+        const KVUtils::CStructuredExceptionScope translator;
+        EXPECT_THROW(translator.Run([&] {
+            const CLogFunction inner(&Module(), s_logFunctionTests, L"Class::Inner", 2);
+            const CLogFunction innermost(&Module(), s_logFunctionTests, L"Class::Innermost", 3);
+            static_cast<void>(*page.GetChars());
+        }),
+                     KVUtils::CWin32Exception);
+    }
+    Log(0x10, L"outside");
+    const std::wstring log = ReadLog();
+    const std::wstring end = Lines({L"(<-) Class::Outer", L"(I0) outside"});
+    ASSERT_GE(log.size(), end.size());
+    EXPECT_EQ(log.substr(log.size() - end.size()), end);
+    const std::wstring second = Lines({L"(<-) Class::Outer", L"(->) Class::Outer", L"(->)   Class::Inner"});
+    EXPECT_NE(log.find(second), std::wstring::npos) << KVTest::Narrow(log);
+}
+
+TEST_F(LogFunctionTests, Indentation_OfTwoThreads_IsOne)
+{
+    UseFile(0xC10, 0x200000);
+    const UniqueSystemHandle entered(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const UniqueSystemHandle mayLeave(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::thread other;
+    {
+        const CLogFunction outer(&Module(), s_logFunctionTests, L"Class::First", 1);
+        other = std::thread([&] {
+            const CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Second", 1);
+            ::SetEvent(entered.get());
+            ::WaitForSingleObject(mayLeave.get(), 20000);
+        });
+        EXPECT_EQ(::WaitForSingleObject(entered.get(), 20000), WAIT_OBJECT_0);
+    }
+    Log(0x10, L"between");
+    ::SetEvent(mayLeave.get());
+    other.join();
+    Log(0x10, L"after");
+    EXPECT_EQ(ReadLog(), Lines({L"(->) Class::First", L"(->)   Class::Second", L"(<-)   Class::First",
+                                L"(I0)   between", L"(<-) Class::Second", L"(I0) after"}));
+}
+
+TEST_F(LogFunctionTests, Indentation_InnerScopeWithoutExitLine_StaysDeeper)
+{
+    static const CLogSourceFile s_entriesOnly(L"EntriesOnly.cpp");
+    UseFile(0xC10, 0x200000);
+    const std::wstring key = KVTest::ModuleKey() + L"\\EntriesOnly.cpp";
+    m_registry.SetDword(key, L"LogCategories", 0x400);
+    m_registry.SetDword(key, L"LogOptions", 0x200000);
+    {
+        const CLogFunction outer(&Module(), s_logFunctionTests, L"Class::Outer", 1);
+        const CLogFunction inner(&Module(), s_entriesOnly, L"Class::Inner", 2);
+    }
+    Log(0x10, L"outside");
+    EXPECT_EQ(ReadLog(),
+              Lines({L"(->) Class::Outer", L"(->)   Class::Inner", L"(<-)   Class::Outer", L"(I0)   outside"}));
+}
+
 TEST_F(LogFunctionTests, Indentation_OptionOff_None)
 {
     UseFile(0xC10);
@@ -397,6 +474,43 @@ TEST_F(LogFunctionTests, BadFullName_TheLinesAreDroppedAndTheCallerGoesOn)
         CLogFunction scope(&Module(), s_logFunctionTests, page.GetText(), 1);
         scope.LogString(kLogInfo, 2, L"line");
     }
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) line"}));
+    EXPECT_EQ(KVUtils::CWin32Exception::GetLiveCount(), 0);
+}
+
+// A program that survives the fault of an operation runs whole operations, their scopes included, in a guard of its
+// own.
+TEST_F(LogFunctionTests, BadSourceFile_InAGuardOfTheCaller_TheLocksAreFreeAfterwards)
+{
+    UseFile(kEntryAndExit | 0x10);
+    const KVTest::ForbiddenPage page;
+    bool hasGoneOn = false;
+    try
+    {
+        const KVUtils::CStructuredExceptionScope translator;
+        translator.Run([&] {
+            const CLogFunction scope(&Module(), *static_cast<const CLogSourceFile*>(page.GetAddress()),
+                                     L"Class::Method", 1);
+            hasGoneOn = true;
+        });
+    }
+    catch (const KVUtils::CWin32Exception&)
+    {
+        ADD_FAILURE() << "the fault has left the scope";
+    }
+    EXPECT_TRUE(hasGoneOn);
+    const UniqueSystemHandle isLogged(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::thread other([&] {
+        Log(0x10, L"line");
+        ::SetEvent(isLogged.get());
+    });
+    const DWORD wait = ::WaitForSingleObject(isLogged.get(), 5000);
+    if (wait != WAIT_OBJECT_0)
+    {
+        other.detach();
+        FAIL() << "the module's lock is held";
+    }
+    other.join();
     EXPECT_EQ(ReadLog(), Lines({L"(I0) line"}));
     EXPECT_EQ(KVUtils::CWin32Exception::GetLiveCount(), 0);
 }

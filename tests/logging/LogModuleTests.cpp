@@ -11,6 +11,7 @@
 
 #include "logging/PerformanceClock.h"
 #include "tests/logging/LogTest.h"
+#include "tests/logging/SystemCallPatches.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/VirtualSlots.h"
@@ -267,6 +268,34 @@ TEST_F(LogModuleTests, KeyRemoved_LoggingStopsAfterThePollInterval)
     EXPECT_EQ(ReadLog(), Lines({L"(I0) first"}));
 }
 
+TEST_F(LogModuleTests, FileNameRemoved_FallsBackToTheLevelAboveAndThenToNone)
+{
+    UseFile(0x10);
+    m_registry.SetString(ModuleKey(), L"LogFileName", m_folder.PathOf(L"own.log"));
+    Log(0x10, L"own"); // no scope: the file stays to be opened, and the settings are read at every line
+    m_registry.DeleteValue(ModuleKey(), L"LogFileName");
+    Log(0x10, L"base");
+    m_registry.DeleteValue(BaseKey(), L"LogFileName");
+    Log(0x10, L"nowhere");
+    EXPECT_EQ(ReadLog(L"own.log"), Lines({L"(I0) own"}));
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) base"}));
+}
+
+TEST_F(LogModuleTests, ModuleThatLogsNothing_NeverReadsTheRegistry)
+{
+    UseFile(0xFFF);
+    const KVTest::RegistryPatch registry;
+    Module();
+    {
+        CLogModule other("Other", "");
+        other.SetErrorTextFormatter(nullptr);
+        other.FormatErrorText(5);
+    }
+    EndModule();
+    EXPECT_THAT(KVTest::RegistryPatch::GetOpened(), IsEmpty());
+    EXPECT_THAT(KVTest::RegistryPatch::GetCreated(), IsEmpty());
+}
+
 TEST_F(LogModuleTests, ModulesOfOneProcess_ShareTheFileRecord)
 {
     UseFile(0x40000C10, 0x200000);
@@ -335,17 +364,27 @@ TEST_F(LogModuleTests, PrefixOptions_ReachTheLine)
 
 TEST_F(LogModuleTests, SincePrevious_CountsFromConstructionAndThenFromLineToLine)
 {
+    const KVTest::FrozenPerformanceCounter counter;
     UseFile(0x10, 0x10000000);
     Module();
-    ::Sleep(40);
+    KVTest::FrozenPerformanceCounter::Advance(40000);
     Log(0x10, L"a");
+    KVTest::FrozenPerformanceCounter::Advance(7000);
     Log(0x10, L"b");
-    const std::wstring log = ReadLog();
-    ASSERT_TRUE(KVTest::Matches(log, "\\(\\d{6} ms\\) \\(I0\\) a\r\n\\(\\d{6} ms\\) \\(I0\\) b\r\n"));
-    const long first = std::stol(log.substr(1, 6));
-    const long second = std::stol(log.substr(log.find(L'\n') + 2, 6));
-    EXPECT_GE(first, 35);
-    EXPECT_LT(second, first + 1000);
+    EXPECT_EQ(ReadLog(), Lines({L"(000040 ms) (I0) a", L"(000007 ms) (I0) b"}));
+}
+
+TEST_F(LogModuleTests, SincePrevious_LinesWithoutTheOption_DoNotCount)
+{
+    const KVTest::FrozenPerformanceCounter counter;
+    UseFile(0x10, 0x10000000);
+    m_registry.SetDword(ModuleKey() + L"\\Other.cpp", L"LogCategories", 0x10);
+    Log(0x10, L"a");
+    KVTest::FrozenPerformanceCounter::Advance(5000);
+    LogInScope(s_otherSourceFile, 0x10, L"without");
+    KVTest::FrozenPerformanceCounter::Advance(7000);
+    Log(0x10, L"b");
+    EXPECT_EQ(ReadLog(), Lines({L"(000000 ms) (I0) a", L"(I0) without", L"(000012 ms) (I0) b"}));
 }
 
 TEST_F(LogModuleTests, LineWithoutScope_HasSixBlanksForTheLineNumber)
@@ -688,10 +727,11 @@ TEST_F(LogModuleTests, ManyThreads_EveryLineIsWholeAndInItsThreadsOrder)
     constexpr int kLines = 50;
     UseFile(0x10, 0x200000);
     CLogModule other("Other", "");
+    Module();
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i)
     {
-        // Two modules, so that not even the module's lock keeps the lines of the one file apart.
+        // Two modules, so that the module's lock alone does not keep the lines of the one file apart.
         threads.emplace_back([this, &other, i] {
             CLogModule& module = i % 2 == 0 ? other : Module();
             for (int line = 0; line < kLines; ++line)
@@ -700,7 +740,6 @@ TEST_F(LogModuleTests, ManyThreads_EveryLineIsWholeAndInItsThreadsOrder)
                 module.LogString(nullptr, 0x10, text.c_str(), true);
             }
         });
-        Module();
     }
     for (std::thread& thread : threads)
     {
@@ -720,6 +759,56 @@ TEST_F(LogModuleTests, ManyThreads_EveryLineIsWholeAndInItsThreadsOrder)
         position = end + 2;
     }
     EXPECT_EQ(position, log.size());
+}
+
+// Keeps its line, and with it the locks of the line, until it is released.
+class WaitingSink : public ILineSink
+{
+public:
+    void WriteLine(const wchar_t*, const wchar_t*, const wchar_t*) override
+    {
+        ::SetEvent(isInside.get());
+        ::WaitForSingleObject(mayLeave.get(), 20000);
+    }
+    const UniqueSystemHandle isInside{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    const UniqueSystemHandle mayLeave{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+};
+
+TEST_F(LogModuleTests, LineOfAnotherModule_ToAFileThatIsWritten_WaitsForIt)
+{
+    UseFile(0x10);
+    Log(0x10, L"first");
+    CLogModule other("Other", "");
+    other.LogString(nullptr, 0x10, L"second", true);
+    WaitingSink sink;
+    Module().AttachLineSink(&sink);
+    std::thread writer([&] { Log(0x10, L"third"); });
+    EXPECT_EQ(::WaitForSingleObject(sink.isInside.get(), 20000), WAIT_OBJECT_0);
+    const UniqueSystemHandle isLogged(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::thread waiter([&] {
+        other.LogString(nullptr, 0x10, L"fourth", true);
+        ::SetEvent(isLogged.get());
+    });
+    constexpr DWORD kFarLongerThanALine = 500; // and shorter than the wait for the file's lock
+    EXPECT_EQ(::WaitForSingleObject(isLogged.get(), kFarLongerThanALine), static_cast<DWORD>(WAIT_TIMEOUT));
+    ::SetEvent(sink.mayLeave.get());
+    writer.join();
+    waiter.join();
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) first", L"(I0) second", L"(I0) third", L"(I0) fourth"}));
+}
+
+TEST_F(LogModuleTests, LockOfTheFileNotObtainedInTime_TheLineIsDropped)
+{
+    UseFile(0x10);
+    Log(0x10, L"first");
+    {
+        constexpr DWORD kFileWaitMs = 2000;
+        const KVTest::WaitPatch waits([](std::size_t, DWORD timeout) { return timeout == kFileWaitMs; });
+        Log(0x10, L"dropped");
+        EXPECT_THAT(KVTest::WaitPatch::GetTimeouts(), ElementsAre(50u, kFileWaitMs)); // the settings, the file
+    }
+    Log(0x10, L"last");
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) first", L"(I0) last"}));
 }
 
 // Static objects of libraries: the program checks itself.

@@ -8,8 +8,8 @@
 #include "tests/logging/LogTest.h"
 #include "tests/support/ChildProcess.h"
 
-// The files that a support engineer imports. They change the settings of the real user of the test's prefix, which the
-// other tests do not see.
+// The files that a support engineer imports. They change the settings of the real user, which the other tests do not
+// see: only where that user is the one of a prefix that scripts/wine has made.
 
 namespace
 {
@@ -44,8 +44,25 @@ std::wstring ReadString(const wchar_t* valueName)
     return status == ERROR_SUCCESS ? text : L"";
 }
 
+bool IsPrefixOfOurs()
+{
+    const HMODULE system = ::GetModuleHandleW(L"ntdll.dll");
+    return ::GetProcAddress(system, "wine_get_version") != nullptr &&
+           ::GetEnvironmentVariableW(L"KV_WINE_PREFIX", nullptr, 0) != 0;
+}
+
+TEST(LogSampleSettingsTests, UserOfAnotherPrefix_IsLeftAlone)
+{
+    ::SetEnvironmentVariableW(L"KV_WINE_PREFIX", nullptr);
+    EXPECT_FALSE(IsPrefixOfOurs());
+}
+
 TEST(LogSampleSettingsTests, Files_SetWhatTheyTellAndTheLastRemovesIt)
 {
+    if (!IsPrefixOfOurs())
+    {
+        GTEST_SKIP() << "this user's settings are not a test's to change";
+    }
     Import(L"logging-on.reg");
     EXPECT_EQ(ReadDword(L"LogCategories"), 0x66000FF0u);
     EXPECT_EQ(ReadDword(L"LogInfoDetailLevel"), 15u);

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "logging/RegistryKey.h"
 #include "tests/logging/LogTest.h"
+#include "tests/logging/SystemCallPatches.h"
 
 namespace
 {
@@ -75,7 +77,7 @@ TEST_F(SettingsReaderTests, BaseKey_FillsAllFields)
     EXPECT_EQ(settings.FileRecord->FileName, L"c:\\logs\\trace.log");
     EXPECT_TRUE(settings.FileRecord->IsOpenPending);
     EXPECT_EQ(settings.FileRecord->FileSize, 0u);
-    EXPECT_EQ(settings.FileRecord->Indentation, L"");
+    EXPECT_EQ(settings.FileRecord->Indentation.GetText(), L"");
 }
 
 TEST_F(SettingsReaderTests, EmptyBaseKey_LowCategoryBitsAreOnAllTheSame)
@@ -352,6 +354,27 @@ TEST_F(SettingsReaderTests, ModuleKey_TheBaseKeysCategoriesDecideAboutMakingIt)
     m_registry.SetDword(ProcessKey(), L"LogCategories", 0x1000010);
     Read();
     EXPECT_FALSE(m_registry.KeyExists(ModuleKey()));
+}
+
+TEST_F(SettingsReaderTests, Keys_AreOpenedForReadingOnly)
+{
+    m_registry.SetDword(BaseKey(), L"LogCategories", 0x1000010);
+    m_registry.SetDword(ModuleKey() + L"\\source.cpp", L"LogCategories", 0x20);
+    const KVTest::RegistryPatch registry;
+    Read();
+    EXPECT_EQ(KVTest::RegistryPatch::GetOpened(), std::vector<REGSAM>(3, 0x20019));  // base, process, source file
+    EXPECT_EQ(KVTest::RegistryPatch::GetCreated(), std::vector<REGSAM>(1, 0x20019)); // module
+}
+
+TEST_F(SettingsReaderTests, TextThatGrowsWheneverItIsRead_IsGivenUp)
+{
+    m_registry.SetString(BaseKey(), L"LogFileName", L"a.log");
+    const CRegistryKey key = CRegistryKey::Open(BaseKey());
+    ASSERT_TRUE(key.IsOpen());
+    const KVTest::GrowingTextPatch growing;
+    EXPECT_EQ(key.ReadString(L"LogFileName"), std::nullopt);
+    EXPECT_LT(KVTest::GrowingTextPatch::GetCalls(), 100);
+    EXPECT_GT(KVTest::GrowingTextPatch::GetCalls(), 1);
 }
 
 TEST_F(SettingsReaderTests, Reading_LeavesNoKeyOpen)

@@ -14,6 +14,7 @@
 #include "logging/LogModule.h"
 #include "logging/SettingsBlock.h"
 #include "tests/logging/LogTest.h"
+#include "tests/logging/SystemCallPatches.h"
 #include "tests/support/ChildProcess.h"
 
 namespace
@@ -401,12 +402,32 @@ TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
     EXPECT_EQ(other.Get()->Name, kExecutable);
 }
 
-TEST(SharedBlockTests, Sizes_AreTheFixedOnes)
+TEST(SharedBlockTests, Waits_AreFiftyMillisecondsLong)
 {
-    EXPECT_EQ(SettingsBlock::kMappingBytes, 264u);
-    EXPECT_EQ(CExtMonitorSettings::kMappingBytes, 128u);
-    EXPECT_STREQ(SettingsBlock::kKind, L"RegValues");
-    EXPECT_STREQ(CExtMonitorSettings::kKind, L"ExtMonitor");
+    const KVTest::WaitPatch waits;
+    CSharedBlock<TestBlock> block;
+    ASSERT_TRUE(block.Attach(kExecutable));
+    block.Detach();
+    EXPECT_EQ(KVTest::WaitPatch::GetTimeouts(), (std::vector<DWORD>{50, 50}));
+}
+
+TEST(SharedBlockTests, Module_MakesMappingsOfTheFixedSizes)
+{
+    const std::wstring executable = KVTest::GetExecutableName();
+    const std::wstring base =
+        executable.substr(0, executable.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) + L"]";
+    const KVTest::MappingPatch patch;
+    const CLogModule module("Test", "");
+    const std::vector<KVTest::MappingPatch::Mapping>& mappings = KVTest::MappingPatch::GetMappings();
+    ASSERT_EQ(mappings.size(), 2u);
+    EXPECT_EQ(mappings[0].Name, base + L"RegValuesMappedFile");
+    EXPECT_EQ(mappings[0].ByteCount, 264u);
+    EXPECT_EQ(mappings[1].Name, base + L"ExtMonitorMappedFile");
+    EXPECT_EQ(mappings[1].ByteCount, 128u);
+    for (const KVTest::MappingPatch::Mapping& mapping : mappings)
+    {
+        EXPECT_EQ(mapping.Protection, static_cast<DWORD>(PAGE_READWRITE));
+    }
 }
 
 TEST(SharedBlockTests, Module_OpensItsFourObjectsAndClosesThem)

@@ -1,0 +1,247 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/ImportPatch.h"
+
+KV_DECLARE_IMPORT(CreateFileMappingW)
+KV_DECLARE_IMPORT(GetFileAttributesW)
+KV_DECLARE_IMPORT(GetLongPathNameW)
+KV_DECLARE_IMPORT(GetTickCount)
+KV_DECLARE_IMPORT(QueryPerformanceCounter)
+KV_DECLARE_IMPORT(RegOpenKeyExW)
+KV_DECLARE_IMPORT(RegCreateKeyExW)
+KV_DECLARE_IMPORT(RegQueryValueExW)
+KV_DECLARE_IMPORT(Sleep)
+KV_DECLARE_IMPORT(WaitForSingleObject)
+
+// Substitutes for the system functions that the logging library calls directly. One of a kind at a time.
+namespace KVTest
+{
+/// The performance counter stands still until the test advances it.
+class FrozenPerformanceCounter
+{
+public:
+    FrozenPerformanceCounter() : m_patch(__imp_QueryPerformanceCounter, reinterpret_cast<void*>(&Query))
+    {
+        SetMicroseconds(0);
+    }
+    static void SetMicroseconds(std::int64_t microseconds)
+    {
+        LARGE_INTEGER frequency{};
+        ::QueryPerformanceFrequency(&frequency);
+        constexpr std::int64_t kSecond = 1000000;
+        // The fraction is rounded up, since the conversion back cuts off.
+        s_ticks = microseconds / kSecond * frequency.QuadPart +
+                  (microseconds % kSecond * frequency.QuadPart + kSecond - 1) / kSecond;
+        s_microseconds = microseconds;
+    }
+    static void Advance(std::int64_t microseconds) { SetMicroseconds(s_microseconds + microseconds); }
+
+private:
+    static BOOL WINAPI Query(LARGE_INTEGER* ticks)
+    {
+        ticks->QuadPart = s_ticks;
+        return TRUE;
+    }
+
+    inline static std::int64_t s_ticks = 0;
+    inline static std::int64_t s_microseconds = 0;
+    ImportPatch m_patch;
+};
+
+/// Time passes only in `Sleep`, and each sleep is noted.
+class SleepPatch
+{
+public:
+    SleepPatch()
+        : m_tickPatch(__imp_GetTickCount, reinterpret_cast<void*>(&GetTicks)),
+          m_sleepPatch(__imp_Sleep, reinterpret_cast<void*>(&SleepStandIn))
+    {
+        s_sleeps.clear();
+    }
+    static const std::vector<DWORD>& GetSleeps() { return s_sleeps; }
+
+private:
+    static DWORD WINAPI GetTicks() { return s_ticks; }
+    static void WINAPI SleepStandIn(DWORD milliseconds)
+    {
+        s_ticks += milliseconds;
+        s_sleeps.push_back(milliseconds);
+    }
+
+    inline static DWORD s_ticks = 0xFFFFFFF0; // its wrap comes soon
+    inline static std::vector<DWORD> s_sleeps;
+    ImportPatch m_tickPatch;
+    ImportPatch m_sleepPatch;
+};
+
+/// Notes the time-out of each wait, and answers chosen waits with WAIT_TIMEOUT at once.
+class WaitPatch
+{
+public:
+    /// isRefused: asked for each wait, with its number from 1 on and its time-out.
+    explicit WaitPatch(std::function<bool(std::size_t, DWORD)> isRefused = {})
+        : m_patch(__imp_WaitForSingleObject, reinterpret_cast<void*>(&Wait))
+    {
+        s_timeouts.clear();
+        s_isRefused = std::move(isRefused);
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    static const std::vector<DWORD>& GetTimeouts() { return s_timeouts; }
+
+private:
+    static DWORD WINAPI Wait(HANDLE object, DWORD timeout)
+    {
+        s_timeouts.push_back(timeout);
+        return s_isRefused && s_isRefused(s_timeouts.size(), timeout) ? WAIT_TIMEOUT : s_original(object, timeout);
+    }
+
+    inline static DWORD(WINAPI* s_original)(HANDLE, DWORD) = nullptr;
+    inline static std::vector<DWORD> s_timeouts;
+    inline static std::function<bool(std::size_t, DWORD)> s_isRefused;
+    ImportPatch m_patch;
+};
+
+/// Notes the mappings that are made.
+class MappingPatch
+{
+public:
+    struct Mapping
+    {
+        std::wstring Name;
+        DWORD ByteCount;
+        DWORD Protection;
+    };
+    MappingPatch() : m_patch(__imp_CreateFileMappingW, reinterpret_cast<void*>(&Create))
+    {
+        s_mappings.clear();
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    static const std::vector<Mapping>& GetMappings() { return s_mappings; }
+
+private:
+    static HANDLE WINAPI Create(HANDLE file, SECURITY_ATTRIBUTES* security, DWORD protection, DWORD high, DWORD low,
+                                LPCWSTR name)
+    {
+        s_mappings.push_back({name, low, protection});
+        return s_original(file, security, protection, high, low, name);
+    }
+
+    inline static HANDLE(WINAPI* s_original)(HANDLE, SECURITY_ATTRIBUTES*, DWORD, DWORD, DWORD, LPCWSTR) = nullptr;
+    inline static std::vector<Mapping> s_mappings;
+    ImportPatch m_patch;
+};
+
+/// Notes the access that is asked for at each opening of a registry key.
+class RegistryPatch
+{
+public:
+    RegistryPatch()
+        : m_openPatch(__imp_RegOpenKeyExW, reinterpret_cast<void*>(&Open)),
+          m_createPatch(__imp_RegCreateKeyExW, reinterpret_cast<void*>(&Create))
+    {
+        s_opened.clear();
+        s_created.clear();
+        s_open = reinterpret_cast<decltype(s_open)>(m_openPatch.GetOriginal());
+        s_create = reinterpret_cast<decltype(s_create)>(m_createPatch.GetOriginal());
+    }
+    static const std::vector<REGSAM>& GetOpened() { return s_opened; }
+    static const std::vector<REGSAM>& GetCreated() { return s_created; }
+
+private:
+    static LSTATUS WINAPI Open(HKEY key, LPCWSTR path, DWORD options, REGSAM access, HKEY* opened)
+    {
+        s_opened.push_back(access);
+        return s_open(key, path, options, access, opened);
+    }
+    static LSTATUS WINAPI Create(HKEY key, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options, REGSAM access,
+                                 const SECURITY_ATTRIBUTES* security, HKEY* created, DWORD* disposition)
+    {
+        s_created.push_back(access);
+        return s_create(key, path, reserved, keyClass, options, access, security, created, disposition);
+    }
+
+    inline static LSTATUS(WINAPI* s_open)(HKEY, LPCWSTR, DWORD, REGSAM, HKEY*) = nullptr;
+    inline static LSTATUS(WINAPI* s_create)(HKEY, LPCWSTR, DWORD, LPWSTR, DWORD, REGSAM, const SECURITY_ATTRIBUTES*,
+                                            HKEY*, DWORD*) = nullptr;
+    inline static std::vector<REGSAM> s_opened;
+    inline static std::vector<REGSAM> s_created;
+    ImportPatch m_openPatch;
+    ImportPatch m_createPatch;
+};
+
+/// Each text of the registry has grown whenever it is read, until the limit of calls is reached.
+class GrowingTextPatch
+{
+public:
+    static constexpr int kLimit = 1000;
+
+    GrowingTextPatch() : m_patch(__imp_RegQueryValueExW, reinterpret_cast<void*>(&Query)) { s_calls = 0; }
+    static int GetCalls() { return s_calls; }
+
+private:
+    static LSTATUS WINAPI Query(HKEY, LPCWSTR, DWORD*, DWORD* type, BYTE*, DWORD* byteCount)
+    {
+        *type = REG_SZ;
+        *byteCount += 2 * sizeof(wchar_t);
+        return ++s_calls < kLimit ? ERROR_MORE_DATA : ERROR_FILE_NOT_FOUND;
+    }
+
+    inline static int s_calls = 0;
+    ImportPatch m_patch;
+};
+
+/// Files whose path ends with the text, which is in lower case, are links.
+class LinkPatch
+{
+public:
+    explicit LinkPatch(std::wstring end) : m_patch(__imp_GetFileAttributesW, reinterpret_cast<void*>(&GetAttributes))
+    {
+        s_end = std::move(end);
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+
+private:
+    static DWORD WINAPI GetAttributes(LPCWSTR path)
+    {
+        const std::wstring text = path;
+        const bool isLink = text.size() >= s_end.size() && text.substr(text.size() - s_end.size()) == s_end;
+        return s_original(path) | (isLink ? FILE_ATTRIBUTE_REPARSE_POINT : 0);
+    }
+
+    inline static DWORD(WINAPI* s_original)(LPCWSTR) = nullptr;
+    inline static std::wstring s_end;
+    ImportPatch m_patch;
+};
+
+/// The long form of every path is this one.
+class LongPathPatch
+{
+public:
+    explicit LongPathPatch(std::wstring path) : m_patch(__imp_GetLongPathNameW, reinterpret_cast<void*>(&GetLongPath))
+    {
+        s_path = std::move(path);
+    }
+
+private:
+    static DWORD WINAPI GetLongPath(LPCWSTR, LPWSTR path, DWORD room)
+    {
+        if (room <= s_path.size())
+        {
+            return static_cast<DWORD>(s_path.size() + 1);
+        }
+        s_path.copy(path, s_path.size());
+        path[s_path.size()] = L'\0';
+        return static_cast<DWORD>(s_path.size());
+    }
+
+    inline static std::wstring s_path;
+    ImportPatch m_patch;
+};
+} // namespace KVTest
