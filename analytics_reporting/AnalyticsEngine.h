@@ -27,10 +27,15 @@ namespace KVAnalyticsReporting
 class IAnalyticsEngine
 {
 public:
-    /// optedIn: the user's consent; without it nothing is ever reported, also when an earlier call had it. propertyId
-    /// names the receiver of the hits, applicationName the program that reports; its version is the product version of
-    /// the running program. useSsl: whether hits travel encrypted. False when the user has not opted in, the engine is
-    /// initialised already, or the client refuses.
+    /// optedIn: the user's consent; without it no operation reports anything, even when an earlier call had it.
+    /// propertyId names the receiver of the hits, applicationName the program that reports; its version is the product
+    /// version of the running program. useSsl: whether hits travel encrypted. False when the user has not opted in, the
+    /// engine is initialised already, or the client refuses.
+    ///
+    /// A call without consent does not recall hits that are queued by then: they still leave, in this process or in a
+    /// later one that the user has opted in for. To stop them too, the host first calls SetDispatchHeld(true) of
+    /// GAClient::GetGAClient() and then Uninitialize(false, 0), which is refused once consent is withdrawn; the hits
+    /// are then in the queue file (docs/request-queue.md), which the host deletes. An exchange under way still ends.
     virtual bool Initialize(bool optedIn, const std::wstring& propertyId, const std::wstring& applicationName,
                             bool useSsl) = 0;
     /// Begins the session: a screen view of "Start" and the event of the program's launch. False when the user has not

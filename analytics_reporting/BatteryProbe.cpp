@@ -7,6 +7,7 @@
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "winapi/ComApi.h"
 #include "winapi/KernelHandles.h"
+#include "winapi/SystemLibraries.h"
 
 namespace KVAnalyticsReporting
 {
@@ -16,6 +17,20 @@ constexpr DWORD kProbeTimeoutMs = 10000;
 constexpr DWORD kTerminatedExitCode = WAIT_TIMEOUT;
 
 std::wstring s_battery; // empty: no probe has ended yet
+
+// A missing function is no concern of this: its call fails. Each is found rather than its library loaded, since the
+// system may forward it to a library that is loaded only then.
+void FindComFunctions() noexcept
+{
+    for (const char* const name : {"CoInitializeEx", "CoUninitialize", "CoCreateInstance"})
+    {
+        KVWinApi::g_ole32Dll.Find(name);
+    }
+    for (const char* const name : {"SysAllocString", "SysFreeString"})
+    {
+        KVWinApi::g_oleAut32Dll.Find(name);
+    }
+}
 
 unsigned AskEngine(const CAnalyticsEngine* engine)
 {
@@ -30,6 +45,9 @@ unsigned AskEngine(const CAnalyticsEngine* engine)
 
 std::wstring ProbeBattery(const CAnalyticsEngine& engine)
 {
+    // Here, because a thread that is terminated inside a first load never releases the system's loader lock: every
+    // later load, and the end of the process, would wait for it.
+    FindComFunctions();
     // The thread only reads the engine; the facade, like the system, hands the argument on as a plain pointer.
     void* argument = const_cast<CAnalyticsEngine*>(&engine);
     const KVWinApi::CUniqueKernelHandle thread(reinterpret_cast<HANDLE>(

@@ -1,6 +1,7 @@
 #include "analytics_reporting/BatteryQuery.h"
 
 #include "analytics_reporting/Dimensions.h"
+#include "utils/StructuredExceptionScope.h"
 #include "winapi/SystemLibraries.h"
 
 namespace KVAnalyticsReporting
@@ -24,7 +25,32 @@ CUniqueBstr MakeBstr(const wchar_t* text)
 {
     return CUniqueBstr(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
 }
+
+// The owner gives the object up before its release, which may fault or throw: no object is released twice, and no
+// owner's function that must not throw is left by an exception.
+template <typename Interface> void ReleaseObject(KVWinApi::CUniqueComPointer<Interface>& object)
+{
+    if (object.IsValid())
+    {
+        KVWinApi::g_comApi->ReleaseInterface(object.Release());
+    }
+}
 } // namespace
+
+CBatteryQuery::~CBatteryQuery()
+{
+    while (HoldsObjects()) // each round gives back one object at least
+    {
+        try
+        {
+            const KVUtils::CStructuredExceptionScope translator;
+            translator.Run([this] { Release(); });
+        }
+        catch (...) // the answer is known by now
+        {
+        }
+    }
+}
 
 std::wstring CBatteryQuery::Run()
 {
@@ -89,11 +115,16 @@ std::wstring CBatteryQuery::GetAnswer()
     return count == 0 ? L"No" : L"Yes";
 }
 
-void CBatteryQuery::Release() noexcept
+bool CBatteryQuery::HoldsObjects() const noexcept
 {
-    m_battery.Reset();
-    m_batteries.Reset();
-    m_services.Reset();
-    m_locator.Reset();
+    return m_battery.IsValid() || m_batteries.IsValid() || m_services.IsValid() || m_locator.IsValid();
+}
+
+void CBatteryQuery::Release()
+{
+    ReleaseObject(m_battery);
+    ReleaseObject(m_batteries);
+    ReleaseObject(m_services);
+    ReleaseObject(m_locator);
 }
 } // namespace KVAnalyticsReporting

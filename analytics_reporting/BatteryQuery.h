@@ -13,10 +13,16 @@ namespace KVAnalyticsReporting
 /// The question to WMI whether the computer has a battery (class Win32_Battery). Used once, on a thread that has
 /// initialised COM.
 ///
-/// The COM objects are members rather than locals: what a fault leaves behind in Run is released when the object goes.
+/// The COM objects are members rather than locals, so that the destructor releases what a fault in Run leaves behind.
 class CBatteryQuery
 {
 public:
+    CBatteryQuery() = default;
+    /// Survives objects whose release faults.
+    ~CBatteryQuery();
+    CBatteryQuery(const CBatteryQuery&) = delete;
+    CBatteryQuery& operator=(const CBatteryQuery&) = delete;
+
     /// "Yes", "No", or "Unknown" when any step failed. Waits at most 10 seconds for the answer.
     std::wstring Run();
 
@@ -25,7 +31,8 @@ private:
     bool ConnectToServer();
     bool ExecuteQuery();
     std::wstring GetAnswer();
-    void Release() noexcept;
+    bool HoldsObjects() const noexcept;
+    void Release();
 
     // In the order in which they are obtained, hence released in reverse.
     KVWinApi::CUniqueComPointer<IWbemLocator> m_locator;

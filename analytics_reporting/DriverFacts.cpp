@@ -53,7 +53,7 @@ std::optional<std::wstring> ReadType(HKEY driverKey)
     DWORD byteCount = sizeof(version);
     if (KVWinApi::g_registryApi->RegQueryValueExW(driverKey, L"Version", nullptr, &type,
                                                   reinterpret_cast<BYTE*>(&version), &byteCount) != ERROR_SUCCESS ||
-        type != REG_DWORD)
+        type != REG_DWORD || byteCount != sizeof(version)) // the registry stores any number of bytes under that type
     {
         return std::nullopt;
     }

@@ -41,6 +41,7 @@ endif()
 
 # The guide and the examples stand beside each other as they do in this tree, so that the guide's links lead somewhere.
 install(FILES
+    docs/events.md
     docs/logging.md
     docs/measurement-protocol.md
     docs/printer-inventory.md
@@ -64,8 +65,10 @@ elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
 endif()
 install(FILES
     docs/configuration.md
+    docs/events.md
     docs/logging.md
     docs/measurement-protocol.md
+    docs/printer-inventory.md
     docs/request-queue.md
     docs/security.md
     DESTINATION docs COMPONENT program)

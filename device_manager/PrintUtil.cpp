@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <new>
+#include <optional>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -43,6 +46,21 @@ BOOL EnumLocalPrinters(std::vector<BYTE>& buffer, DWORD& neededBytes, DWORD& ent
                                                  static_cast<DWORD>(buffer.size()), &neededBytes, &entryCount);
 }
 
+// The text that a record of the buffer points to: in that buffer, its terminating zero included. Nothing for any other
+// pointer, null included: what a damaged answer points to may be anything, or no memory at all.
+std::optional<std::wstring_view> FindText(const std::vector<BYTE>& buffer, const wchar_t* text)
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(buffer.data());
+    const auto place = reinterpret_cast<std::uintptr_t>(text);
+    if (place < begin || place - begin >= buffer.size() || place % alignof(wchar_t) != 0)
+    {
+        return std::nullopt;
+    }
+    const std::wstring_view rest(text, (buffer.size() - (place - begin)) / sizeof(wchar_t));
+    const std::size_t length = rest.find(L'\0');
+    return length == std::wstring_view::npos ? std::nullopt : std::optional(rest.substr(0, length));
+}
+
 std::list<std::wstring> CopyNames(const std::vector<BYTE>& buffer, DWORD entryCount)
 {
     const auto* const entries = reinterpret_cast<const PRINTER_INFO_5W*>(buffer.data());
@@ -50,9 +68,9 @@ std::list<std::wstring> CopyNames(const std::vector<BYTE>& buffer, DWORD entryCo
     std::list<std::wstring> names;
     for (std::size_t i = 0; i < count; ++i)
     {
-        if (entries[i].pPrinterName != nullptr)
+        if (const std::optional<std::wstring_view> name = FindText(buffer, entries[i].pPrinterName))
         {
-            names.emplace_back(entries[i].pPrinterName);
+            names.emplace_back(*name);
         }
     }
     return names;
@@ -219,12 +237,13 @@ HRESULT CPrintUtil::GetPrinterDriverName(const std::wstring& printerName, std::w
         {
             return PRINT_E_FAILED;
         }
-        const wchar_t* const name = reinterpret_cast<const DRIVER_INFO_1W*>(buffer.data())->pName;
-        if (name == nullptr)
+        const std::optional<std::wstring_view> name =
+            FindText(buffer, reinterpret_cast<const DRIVER_INFO_1W*>(buffer.data())->pName);
+        if (!name)
         {
             return PRINT_E_FAILED;
         }
-        driverName = name;
+        driverName = *name;
         return PRINT_S_OK;
     }
     catch (const std::bad_alloc&)

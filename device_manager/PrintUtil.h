@@ -13,14 +13,17 @@ namespace KVDeviceManager
 /// also when an exception passes through. Stateless, hence safe on any thread; a call takes as long as the spooler
 /// does.
 ///
+/// The spooler's answers are not trusted: nothing is read beyond what it was given room for, whatever sizes, counts and
+/// pointers it reports, and a text that does not lie in that room with its terminating zero counts as missing.
+///
 /// Results are those of PrintResults.h. Failed allocations are results too; any other exception passes on to the
 /// caller.
 class CPrintUtil
 {
 public:
     /// The names of the local printers, in the order of the spooler (`EnumPrintersW`). The list is empty after a
-    /// failure. PRINT_E_FAILED when there is no printer at all, or when one was added between the two calls that it
-    /// takes; PRINT_E_OUT_OF_MEMORY.
+    /// failure. A printer whose name is missing is left out. PRINT_E_FAILED when there is no printer at all, or when
+    /// one was added between the two calls that it takes; PRINT_E_OUT_OF_MEMORY.
     static HRESULT FindAllPrinterNames(std::list<std::wstring>& printerNames);
 
     /// A text of the printer's data (`GetPrinterDataExW`), for example the value "Manufacturer" of the key "PnPData".

@@ -81,6 +81,10 @@ public:
     /// 1 for "Yes" in any case, 0 for any other text. Leaves value alone when nothing can be read.
     virtual bool GetYesNo(const wchar_t* section, const wchar_t* key, std::int32_t& value) const;
 
+    /// ReadString for a value whose absence has consequences: when there is no memory to read it, in this process or in
+    /// the system, std::bad_alloc is thrown and the value is left alone.
+    bool ReadStringOrThrow(const wchar_t* section, const wchar_t* key, std::wstring& value) const;
+
 private:
     std::string GetNarrowPath() const;
 

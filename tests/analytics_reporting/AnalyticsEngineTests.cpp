@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <list>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -14,9 +15,12 @@
 #include "tests/analytics_reporting/DimensionNames.h"
 #include "tests/analytics_reporting/RecordingClient.h"
 #include "tests/logging/TraceCapture.h"
+#include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
+#include "tests/utils/Faults.h"
 #include "winapi/ComApi.h"
+#include "winapi/KernelApi.h"
 #include "winapi/SpoolerApi.h"
 
 namespace
@@ -26,12 +30,22 @@ using KVAnalyticsReporting::GetAnalyticsEngine;
 using KVAnalyticsReporting::IAnalyticsEngine;
 using Calls = std::vector<std::wstring>;
 
+int s_deviceQuestions = 0;
+
 class Device : public KVDeviceManager::IDevice
 {
 public:
     Device(std::wstring model, int kind) : m_model(std::move(model)), m_kind(kind) {}
-    std::wstring GetModelName() const override { return m_model; }
-    int GetConnectionKind() const override { return m_kind; }
+    std::wstring GetModelName() const override
+    {
+        ++s_deviceQuestions;
+        return m_model;
+    }
+    int GetConnectionKind() const override
+    {
+        ++s_deviceQuestions;
+        return m_kind;
+    }
 
 private:
     std::wstring m_model;
@@ -41,7 +55,11 @@ private:
 class NetworkDevice : public KVDeviceManager::INetworkDevice
 {
 public:
-    std::wstring GetModelName() const override { return L"Net 7"; }
+    std::wstring GetModelName() const override
+    {
+        ++s_deviceQuestions;
+        return L"Net 7";
+    }
     int GetConnectionKind() const override { return 2; }
     int GetNetworkKind() const override { return 2; }
 };
@@ -183,6 +201,74 @@ std::wstring NameOfDimension(const std::wstring& call)
     return L"";
 }
 
+// Counts what is asked of the computer until it is destroyed, and answers as the system does.
+class Questions
+{
+public:
+    int GetCount() const { return s_count + static_cast<int>(m_loader.GetLoads().size()); }
+
+private:
+    class Kernel : public KVWinApi::CKernelApi
+    {
+    public:
+        std::uintptr_t BeginThreadEx(void* security, unsigned stackSize, ThreadRoutine startRoutine, void* argument,
+                                     unsigned flags, unsigned* threadId) override
+        {
+            ++s_count;
+            return CKernelApi::BeginThreadEx(security, stackSize, startRoutine, argument, flags, threadId);
+        }
+        DWORD GetModuleFileNameW(HMODULE module, LPWSTR path, DWORD size) override
+        {
+            ++s_count;
+            return CKernelApi::GetModuleFileNameW(module, path, size);
+        }
+        FARPROC GetProcAddress(HMODULE module, LPCSTR name) override
+        {
+            ++s_count;
+            return CKernelApi::GetProcAddress(module, name);
+        }
+        BOOL VerifyVersionInfoW(LPOSVERSIONINFOEXW version, DWORD parts, DWORDLONG conditions) override
+        {
+            ++s_count;
+            return CKernelApi::VerifyVersionInfoW(version, parts, conditions);
+        }
+    };
+    class Spooler : public KVWinApi::CSpoolerApi
+    {
+    public:
+        BOOL EnumPrintersW(DWORD, LPWSTR, DWORD, LPBYTE, DWORD, LPDWORD needed, LPDWORD) override
+        {
+            ++s_count;
+            *needed = 0;
+            return TRUE;
+        }
+    };
+    static inline int s_count = 0;
+
+    Kernel m_kernel;
+    Spooler m_spooler;
+    KVTest::ScopedSubstitute<KVWinApi::IKernelApi> m_kernelSwap{KVWinApi::g_kernelApi, m_kernel};
+    KVTest::ScopedSubstitute<KVWinApi::ISpoolerApi> m_spoolerSwap{KVWinApi::g_spoolerApi, m_spooler};
+    KVTest::LoaderPatch m_loader;
+};
+
+// The processor's own access violation, not one that is raised.
+KV_NOT_SANITIZED void Touch(const KVTest::ForbiddenPage& page)
+{
+    *page.GetChars() = 'x';
+}
+
+// One line of several, with its end; empty when there are fewer.
+std::wstring LineOf(const std::wstring& lines, std::size_t index)
+{
+    std::size_t begin = 0;
+    for (; index != 0 && begin < lines.size(); --index)
+    {
+        begin = lines.find(L'\n', begin) + 1;
+    }
+    return lines.substr(begin, lines.find(L'\n', begin) + 1 - begin);
+}
+
 class AnalyticsEngineTests : public testing::TestWithParam<Operation>
 {
 protected:
@@ -204,6 +290,33 @@ protected:
             }
             return true;
         };
+    }
+    // Runs the operation once for each of its calls, which ends with `end`, and every later call would too.
+    void ExpectToEndAt(const std::function<void()>& end)
+    {
+        Start();
+        m_trace.Enable(KVLogging::kLogWarning);
+        const Calls& calls = GetParam().clientCalls;
+        std::wstring expected;
+        for (std::size_t last = 0; last < calls.size(); ++last)
+        {
+            m_client.answer = [&end, before = last](const std::wstring&) mutable {
+                if (before == 0)
+                {
+                    end();
+                }
+                --before;
+                return true;
+            };
+            GetParam().call(GetAnalyticsEngine());
+            EXPECT_EQ(m_client.TakeCalls(),
+                      Calls(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(last) + 1));
+            expected += CaughtIn(NameOf(GetParam()));
+            EXPECT_EQ(m_trace.GetText(), expected);
+        }
+        m_client.answer = [](const std::wstring&) { return true; };
+        GetParam().call(GetAnalyticsEngine());
+        EXPECT_EQ(m_client.TakeCalls(), calls) << "the engine goes on as it was";
     }
     static std::wstring CaughtIn(const std::wstring& operation)
     {
@@ -289,6 +402,18 @@ TEST_F(AnalyticsEngineTests, Initialize_WithoutConsent_IsRefused)
     EXPECT_FALSE(GetAnalyticsEngine().Initialize(false, L"NV-3", L"LumoLink", true));
     EXPECT_EQ(m_client.TakeCalls(), Calls{});
     EXPECT_EQ(m_trace.GetText(), kOptedOutLine);
+}
+
+TEST_F(AnalyticsEngineTests, Initialize_WithoutConsentOrASecondTime_AsksTheComputerNothing)
+{
+    const Questions questions;
+    EXPECT_FALSE(GetAnalyticsEngine().Initialize(false, L"NV-3", L"LumoLink", true));
+    EXPECT_EQ(questions.GetCount(), 0);
+    EXPECT_TRUE(Initialize());
+    const int afterFirst = questions.GetCount();
+    EXPECT_GT(afterFirst, 0) << "the program's version is read";
+    EXPECT_FALSE(Initialize());
+    EXPECT_EQ(questions.GetCount(), afterFirst);
 }
 
 TEST_F(AnalyticsEngineTests, Initialize_ASecondTime_IsRefused)
@@ -571,18 +696,47 @@ TEST_F(AnalyticsEngineTests, HasPendingRequests_ThatThrows_IsFalse)
     EXPECT_EQ(m_trace.GetText(), CaughtIn(L"HasPendingRequests"));
 }
 
-TEST_F(AnalyticsEngineTests, Lifecycle_ThatFaults_IsCaughtToo)
+TEST_F(AnalyticsEngineTests, Lifecycle_WithOneCallThatFaults_IsCaughtAndCanBeTriedAgain)
 {
-    m_client.answer = [](const std::wstring& call) -> bool {
-        if (call.starts_with(L"Initialize"))
+    const KVTest::ForbiddenPage page;
+    std::wstring faulting; // how the call begins
+    m_client.answer = [&](const std::wstring& call) {
+        if (call.starts_with(faulting))
         {
-            ::RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr);
+            Touch(page);
         }
         return true;
     };
+    std::list<std::wstring> requests;
+    struct Step
+    {
+        const wchar_t* clientCall;
+        std::wstring operation;
+        std::function<bool()> run;
+    };
+    const std::vector<Step> steps = {
+        {L"Initialize", L"Initialize", [] { return Initialize(); }},
+        {L"SetDispatchHeld", L"Start", [] { return GetAnalyticsEngine().Start(); }},
+        {L"Start", L"Start", [] { return GetAnalyticsEngine().Start(); }},
+        {L"GetQueuedRequests", L"HasPendingRequests",
+         [&] { return GetAnalyticsEngine().HasPendingRequests(requests); }},
+        {L"Stop", L"Stop", [] { return GetAnalyticsEngine().Stop(); }},
+        {L"Uninitialize", L"Uninitialize", [] { return GetAnalyticsEngine().Uninitialize(true, 1); }},
+    };
     m_trace.EnableMessages();
-    EXPECT_FALSE(Initialize());
-    EXPECT_EQ(m_trace.GetText(), CaughtIn(L"Initialize"));
+    std::wstring expected;
+    for (std::size_t i = 0; i < steps.size(); ++i)
+    {
+        faulting = steps[i].clientCall;
+        EXPECT_FALSE(steps[i].run()) << i;
+        expected += CaughtIn(steps[i].operation);
+        EXPECT_EQ(m_trace.GetText(), expected) << i;
+        faulting = L"none";
+        if (i + 1 == steps.size() || steps[i + 1].operation != steps[i].operation)
+        {
+            EXPECT_TRUE(steps[i].run()) << i;
+        }
+    }
 }
 
 TEST_P(AnalyticsEngineTests, WithoutConsent_DoesNothingButSaySo)
@@ -616,6 +770,20 @@ TEST_P(AnalyticsEngineTests, WithoutConsentInAStartedEngine_SaysThatTheUserIsOpt
     GetParam().call(GetAnalyticsEngine());
     EXPECT_EQ(m_client.TakeCalls(), Calls{});
     EXPECT_EQ(m_trace.GetText().substr(0, 40), L"(DB) User is opted out of analytics, not");
+}
+
+TEST_P(AnalyticsEngineTests, WithoutConsentOrStart_AsksTheComputerNothing)
+{
+    const Questions questions;
+    GetParam().call(GetAnalyticsEngine());
+    GetAnalyticsEngine().Initialize(false, L"XX-3", L"Lumo", true);
+    GetParam().call(GetAnalyticsEngine());
+    EXPECT_EQ(questions.GetCount(), 0);
+    Initialize();
+    const int beforeCall = questions.GetCount(); // the version of the program is known by then
+    GetParam().call(GetAnalyticsEngine());
+    EXPECT_EQ(questions.GetCount(), beforeCall);
+    EXPECT_EQ(s_deviceQuestions, 0);
 }
 
 TEST_P(AnalyticsEngineTests, InAStartedEngine_SetsItsDimensionsAndSendsItsEvents)
@@ -688,8 +856,91 @@ TEST_P(AnalyticsEngineTests, WithAClientThatFaults_EndsAtOnce)
     EXPECT_EQ(m_trace.GetText(), CaughtIn(NameOf(GetParam())));
 }
 
+TEST_P(AnalyticsEngineTests, WithOneCallRefused_LogsThatOneAndMakesTheOthers)
+{
+    Start();
+    m_trace.Enable(KVLogging::kLogWarning);
+    const Calls& calls = GetParam().clientCalls;
+    std::wstring expected;
+    std::size_t eventCount = 0;
+    for (std::size_t refused = 0; refused < calls.size(); ++refused)
+    {
+        m_client.answer = [count = refused](const std::wstring&) mutable { return count-- != 0; };
+        GetParam().call(GetAnalyticsEngine());
+        EXPECT_EQ(m_client.TakeCalls(), calls) << refused;
+        if (calls[refused].starts_with(L"SetCustomDimension"))
+        {
+            expected += L"(WN) Unable to set the " + NameOfDimension(calls[refused]) + L" custom dimension\r\n";
+        }
+        else
+        {
+            expected += LineOf(GetParam().refusedEvents, eventCount);
+            ++eventCount;
+        }
+        EXPECT_EQ(m_trace.IsEmpty() ? L"" : m_trace.GetText(), expected) << refused;
+    }
+}
+
+TEST_P(AnalyticsEngineTests, WithOneCallThatThrows_EndsThere)
+{
+    ExpectToEndAt([] { throw std::runtime_error("the client is not well"); });
+}
+
+TEST_P(AnalyticsEngineTests, WithOneCallThatFaults_EndsThere)
+{
+    const KVTest::ForbiddenPage page;
+    ExpectToEndAt([&] { Touch(page); });
+}
+
+TEST_P(AnalyticsEngineTests, WithOneCallThatFaultsUnderALockOfTheClient_EndsThere)
+{
+    const KVTest::ForbiddenPage page;
+    CRITICAL_SECTION section;
+    ::InitializeCriticalSection(&section);
+    ExpectToEndAt([&] {
+        ::EnterCriticalSection(&section);
+        Touch(page);
+        ::LeaveCriticalSection(&section);
+    });
+    // A critical section can be entered again by the thread that has it: the client's next call is not kept out.
+    m_client.answer = [&](const std::wstring&) {
+        ::EnterCriticalSection(&section);
+        ::LeaveCriticalSection(&section);
+        return true;
+    };
+    GetParam().call(GetAnalyticsEngine());
+    EXPECT_EQ(m_client.TakeCalls(), GetParam().clientCalls);
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, AnalyticsEngineTests, testing::ValuesIn(Operations()),
                          [](const auto& entry) { return std::string(entry.param.name); });
+
+// What the client has been told when the search for a battery begins.
+class ProbeWatch : public KVWinApi::CKernelApi
+{
+public:
+    std::uintptr_t BeginThreadEx(void*, unsigned, ThreadRoutine, void*, unsigned, unsigned*) override
+    {
+        callsBefore.push_back(KVTest::GetRecordingClient().TakeCalls());
+        return 0;
+    }
+
+    std::vector<Calls> callsBefore;
+};
+
+TEST_F(AnalyticsEngineTests, Battery_IsLookedForWhereItsDimensionComes)
+{
+    Start();
+    ProbeWatch kernel;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernel);
+    GetAnalyticsEngine().TrackClientHardware();
+    m_client.TakeCalls();
+    GetAnalyticsEngine().TrackWirelessSetup(5, 3, L"M 1");
+    ASSERT_EQ(kernel.callsBefore.size(), 2u);
+    EXPECT_EQ(kernel.callsBefore[0], Calls{Dimension(8, KVAnalyticsReporting::GetProcessorArchitectureText())});
+    EXPECT_EQ(kernel.callsBefore[1], (Calls{Dimension(13, L"USBToWireless"), Dimension(14, L"Cancelled"),
+                                            Dimension(10, KVAnalyticsReporting::GetOSVersionText())}));
+}
 
 TEST_F(AnalyticsEngineTests, TrackDiscoveredPrinters_ThatThrowsInTheMiddle_LeavesTheRestOut)
 {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -128,6 +130,24 @@ TEST_F(BatteryQueryTests, AStepThatFaults_IsLoggedAndUnknownAndGivesItsObjectsBa
     EXPECT_EQ(m_trace.GetText(), kCaught);
 }
 
+TEST_F(BatteryQueryTests, ObjectsThatFaultWhenTheyAreGivenBack_CostTheAnswerAndNothingElse)
+{
+    m_wmi.hasBattery = true;
+    m_wmi.onRelease = [] { ::RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr); };
+    m_trace.EnableMessages();
+    EXPECT_EQ(Ask(), L"Unknown");
+    EXPECT_EQ(m_trace.GetText(), kCaught);
+}
+
+TEST_F(BatteryQueryTests, AStepAndAReleaseThatFault_CostTheAnswerAndNothingElse)
+{
+    m_wmi.onStep = [](const std::wstring& step) {
+        return step == L"next" ? throw std::runtime_error("no more") : S_OK;
+    };
+    m_wmi.onRelease = [] { ::RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr); };
+    EXPECT_EQ(Ask(), L"Unknown");
+}
+
 TEST_F(BatteryQueryTests, Question_IsTracedUnderItsName)
 {
     m_trace.EnableAll();
@@ -144,6 +164,7 @@ public:
                                  unsigned flags, unsigned* threadId) override
     {
         calls.push_back(startRoutine == &RunBatteryProbe && argument == &Engine() ? L"begin" : L"begin other");
+        onBegin();
         if (!startsThread)
         {
             return 0;
@@ -195,6 +216,7 @@ public:
         ::CloseHandle(isHanging);
     }
 
+    std::function<void()> onBegin = [] {}; // just before the thread is started
     bool startsThread = true;
     bool endsWait = true;
     DWORD waitResult = WAIT_TIMEOUT;
@@ -223,6 +245,41 @@ TEST_F(BatteryProbeTests, Probe_AsksOnAThreadOfItsOwnAndWaitsForIt)
     EXPECT_EQ(m_kernel.GetExitCode(), 0u);
     EXPECT_EQ(m_wmi.calls.front(), L"initialize 0 2"); // COINIT_APARTMENTTHREADED
     EXPECT_EQ(m_wmi.calls.back(), L"uninitialize");
+}
+
+// A thread that is terminated inside a first load keeps the lock of the system's loader for ever.
+TEST_F(BatteryProbeTests, Probe_LoadsTheLibrariesOfComBeforeItsThreadStarts)
+{
+    KVWinApi::CComApi system;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_comApi, system);
+    KVTest::LoaderPatch loader;
+    std::set<std::wstring> loaded;
+    std::set<std::string> found;
+    m_kernel.onBegin = [&] {
+        for (const KVTest::LoaderPatch::Load& load : loader.GetLoads())
+        {
+            loaded.insert(load.Path.substr(load.Path.rfind(L'\\') + 1));
+        }
+        for (const KVTest::LoaderPatch::LookUp& lookUp : loader.GetLookUps())
+        {
+            found.insert(lookUp.Name);
+        }
+    };
+    EXPECT_NE(ProbeBattery(Engine()), L"");
+    EXPECT_EQ(loaded, (std::set<std::wstring>{L"ole32.dll", L"oleaut32.dll"}));
+    EXPECT_EQ(found, (std::set<std::string>{"CoCreateInstance", "CoInitializeEx", "CoUninitialize", "SysAllocString",
+                                            "SysFreeString"}));
+    EXPECT_EQ(loader.GetLoads().size(), loaded.size()) << "the thread loads nothing more";
+}
+
+TEST_F(BatteryProbeTests, Probe_WithoutTheLibrariesOfCom_LeavesTheAnswer)
+{
+    KVWinApi::CComApi system;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_comApi, system);
+    KVTest::LoaderPatch loader;
+    loader.LackLibraries();
+    EXPECT_EQ(ProbeBattery(Engine()), L"");
+    EXPECT_EQ(m_kernel.GetExitCode(), 10u);
 }
 
 TEST_F(BatteryProbeTests, Probe_OnARealComputer_Answers)

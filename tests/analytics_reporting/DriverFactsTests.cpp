@@ -205,6 +205,23 @@ TEST_F(DriverFactsTests, GetDriverType_AnythingButANumber_GoesOnToTheNextFolder)
     EXPECT_EQ(TypeOf({REG_DWORD, three + "x"}), L"V4");
 }
 
+TEST_F(DriverFactsTests, GetDriverType_FewerBytesThanANumberHas_GoesOnToTheNextFolder)
+{
+    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    for (const std::size_t size : {0u, 1u, 2u, 3u})
+    {
+        EXPECT_EQ(TypeOf({REG_DWORD, Number(3).Bytes.substr(0, size)}), L"V4") << size;
+    }
+}
+
+TEST_F(DriverFactsTests, GetDriverType_MoreBytesToldThanANumberHas_GoesOnToTheNextFolder)
+{
+    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    RegistryValue value = Number(3);
+    value.ExtraBytesTold = 4;
+    EXPECT_EQ(TypeOf(value), L"V4");
+}
+
 TEST_F(DriverFactsTests, GetDriverType_ReadFails_GoesOnToTheNextFolder)
 {
     m_registry.Keys[kVersion4][L"Version"] = Number(4);

@@ -42,6 +42,12 @@ public:
                (interfaceId == IID_IWbemLocator ? L" IWbemLocator" : L" other"));
         return Give(L"create", locator, reinterpret_cast<IWbemLocator**>(object));
     }
+    ULONG ReleaseInterface(IUnknown* object) override
+    {
+        const ULONG result = CComApi::ReleaseInterface(object);
+        onRelease();
+        return result;
+    }
     HRESULT CoInitializeSecurity(PSECURITY_DESCRIPTOR, LONG, SOLE_AUTHENTICATION_SERVICE*, void*, DWORD, DWORD, void*,
                                  DWORD, void*) override
     {
@@ -214,6 +220,7 @@ public:
     CountedObject<IUnknown> battery;
     bool hasBattery = false;
     std::function<HRESULT(const std::wstring& step)> onStep = [](const std::wstring&) { return S_OK; };
+    std::function<void()> onRelease = [] {}; // once the reference has been given back; may fault
     std::vector<std::wstring> calls;
 
 private:

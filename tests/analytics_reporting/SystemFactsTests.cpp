@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "tests/analytics_reporting/KnownSystem.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ScopedSubstitute.h"
-#include "utils/OSVersion.h"
 #include "winapi/KernelApi.h"
 
 namespace
@@ -62,10 +62,27 @@ TEST(SystemFactsTests, ProcessorArchitecture_OfASystemThatCannotTell_IsUnknown)
     EXPECT_EQ(GetProcessorArchitectureText(), L"Unknown");
 }
 
-TEST(SystemFactsTests, OSVersion_IsTheNameOfTheSystem)
+// The name of a system is worked out once in a process: one system a test.
+std::wstring GetOSVersionTextOf(DWORD major, DWORD minor, WORD architecture)
 {
-    EXPECT_EQ(GetOSVersionText(), KVUtils::GetOSName());
-    EXPECT_FALSE(GetOSVersionText().empty());
+    KVTest::KnownSystem system(major, minor, architecture);
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, system);
+    return GetOSVersionText();
+}
+
+TEST(SystemFactsTests, OSVersion_OfWindows7_HasTheWidthOfItsProcessor)
+{
+    EXPECT_EQ(GetOSVersionTextOf(6, 1, PROCESSOR_ARCHITECTURE_AMD64), L"Microsoft Windows 7 64 bit");
+}
+
+TEST(SystemFactsTests, OSVersion_OfAnotherProcessor_IsTheNameAlone)
+{
+    EXPECT_EQ(GetOSVersionTextOf(6, 3, PROCESSOR_ARCHITECTURE_INTEL), L"Microsoft Windows 8.1");
+}
+
+TEST(SystemFactsTests, OSVersion_OfALaterSystem_IsUnsupported)
+{
+    EXPECT_EQ(GetOSVersionTextOf(10, 0, PROCESSOR_ARCHITECTURE_AMD64), L"Unsupported OS 64 bit");
 }
 
 class ProgramElsewhere : public KVWinApi::CKernelApi

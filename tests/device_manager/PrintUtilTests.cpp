@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <new>
 #include <optional>
 #include <ostream>
@@ -62,6 +64,28 @@ private:
     static inline std::size_t s_largest;
     KVTest::AllocationHook m_hook{&Fail};
 };
+
+// Where a damaged answer says that a text is.
+struct DamagedPlace
+{
+    const char* name;
+    std::function<const void*(BYTE* buffer, DWORD size)> find;
+};
+
+const std::vector<DamagedPlace>& DamagedPlaces()
+{
+    static const wchar_t s_elsewhere[] = L"elsewhere";
+    static const std::vector<DamagedPlace> s_places = {
+        {"before the buffer", [](BYTE* buffer, DWORD) { return buffer - sizeof(wchar_t); }},
+        {"behind the buffer", [](BYTE* buffer, DWORD size) { return buffer + size; }},
+        {"in other memory", [](BYTE*, DWORD) { return s_elsewhere; }},
+        {"in no memory", [](BYTE*, DWORD) { return reinterpret_cast<const void*>(ULONG_PTR{16}); }},
+        {"at the end of the address space", [](BYTE*, DWORD) { return reinterpret_cast<const void*>(~ULONG_PTR{1}); }},
+        {"inside a character", [](BYTE* buffer, DWORD size) { return buffer + size - 3; }},
+        {"in the last byte", [](BYTE* buffer, DWORD size) { return buffer + size - 1; }},
+    };
+    return s_places;
+}
 
 // A spooler that follows a script, and a log file with all that is said.
 class PrintUtilTests : public testing::Test
@@ -194,6 +218,50 @@ TEST_F(FindAllPrinterNamesTests, EntryWithoutName_IsLeftOut)
     Script({L"A", nullptr, L"C"});
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"A", L"C"));
+}
+
+TEST_F(FindAllPrinterNamesTests, MoreBytesToldThanThereWasRoomFor_AreNotRead)
+{
+    Script({L"A", L"B"});
+    m_spooler.EnumAnswers.back().NeededBytes = 0xFFFFFFFF;
+    m_spooler.EnumAnswers.back().EntryCount = 3;
+    EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
+    EXPECT_THAT(m_names, ElementsAre(L"A", L"B"));
+}
+
+TEST_F(FindAllPrinterNamesTests, NameOutsideTheBuffer_IsLeftOut)
+{
+    for (const DamagedPlace& place : DamagedPlaces())
+    {
+        Script({L"A", L"B", L"C"});
+        m_spooler.EnumAnswers.back().Damage = [&place](BYTE* buffer, DWORD size) {
+            const void* const name = place.find(buffer, size);
+            std::memcpy(buffer + sizeof(PRINTER_INFO_5W), &name, sizeof(name));
+        };
+        EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK) << place.name;
+        EXPECT_THAT(m_names, ElementsAre(L"A", L"C")) << place.name;
+    }
+}
+
+TEST_F(FindAllPrinterNamesTests, NameWithoutAnEndInTheBuffer_IsLeftOut)
+{
+    Script({L"A", L"B", L"C"});
+    m_spooler.EnumAnswers.back().Damage = [](BYTE* buffer, DWORD size) { buffer[size - sizeof(wchar_t)] = 'x'; };
+    EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
+    EXPECT_THAT(m_names, ElementsAre(L"A", L"B"));
+}
+
+TEST_F(FindAllPrinterNamesTests, NameWithHalfAZeroAtTheEndOfTheBuffer_IsLeftOut)
+{
+    Script({L"A", L"B"});
+    const DWORD oddSize = KVTest::ScriptedSpooler::SizeOfEntries({L"A", L"B"}) + 1;
+    for (KVTest::ScriptedSpooler::EnumAnswer& answer : m_spooler.EnumAnswers)
+    {
+        answer.NeededBytes = oddSize;
+    }
+    m_spooler.EnumAnswers.back().Damage = [](BYTE* buffer, DWORD size) { buffer[size - 3] = 'x'; };
+    EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
+    EXPECT_THAT(m_names, ElementsAre(L"A"));
 }
 
 TEST_F(FindAllPrinterNamesTests, BufferCannotBeAllocated_IsOutOfMemoryAfterOneCall)
@@ -697,6 +765,40 @@ TEST_F(GetPrinterDriverNameTests, RecordWithoutName_IsAFailureAndClosesThePrinte
     EXPECT_EQ(Get(), PRINT_E_FAILED);
     EXPECT_EQ(m_name, kBefore);
     EXPECT_EQ(m_spooler.Calls, AfterRead(8));
+}
+
+TEST_F(GetPrinterDriverNameTests, MoreBytesToldThanThereWasRoomFor_AreNotRead)
+{
+    Script(L"Acme");
+    m_spooler.DriverAnswers.back().NeededBytes = 0xFFFFFFFF;
+    EXPECT_EQ(Get(), PRINT_S_OK);
+    EXPECT_EQ(m_name, L"Acme");
+    EXPECT_EQ(m_spooler.Calls, AfterRead(18));
+}
+
+TEST_F(GetPrinterDriverNameTests, NameOutsideTheBuffer_IsAFailureAndClosesThePrinter)
+{
+    for (const DamagedPlace& place : DamagedPlaces())
+    {
+        Script(L"Acme");
+        m_spooler.DriverAnswers.back().Damage = [&place](BYTE* buffer, DWORD size) {
+            const void* const name = place.find(buffer, size);
+            std::memcpy(buffer, &name, sizeof(name));
+        };
+        m_spooler.Calls.clear();
+        EXPECT_EQ(Get(), PRINT_E_FAILED) << place.name;
+        EXPECT_EQ(m_name, kBefore) << place.name;
+        EXPECT_EQ(m_spooler.Calls, AfterRead(18)) << place.name;
+    }
+}
+
+TEST_F(GetPrinterDriverNameTests, NameWithoutAnEndInTheBuffer_IsAFailureAndClosesThePrinter)
+{
+    Script(L"Acme");
+    m_spooler.DriverAnswers.back().Damage = [](BYTE* buffer, DWORD size) { buffer[size - sizeof(wchar_t)] = 'x'; };
+    EXPECT_EQ(Get(), PRINT_E_FAILED);
+    EXPECT_EQ(m_name, kBefore);
+    EXPECT_EQ(m_spooler.Calls, AfterRead(18));
 }
 
 TEST_F(GetPrinterDriverNameTests, EmptyName_IsTheEmptyTextAndASuccess)

@@ -9,6 +9,7 @@
 #include <cwchar>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -31,6 +32,9 @@ inline std::string BytesOf(const std::wstring& text)
 class ScriptedSpooler : public KVWinApi::CSpoolerApi
 {
 public:
+    /// Changes what has been written to the caller's buffer of that many bytes.
+    using Damaging = std::function<void(BYTE* buffer, DWORD size)>;
+
     /// What the spooler writes; what is not set is left alone. Bytes are written as far as there is room.
     struct DataAnswer
     {
@@ -48,6 +52,7 @@ public:
         std::optional<DWORD> EntryCount = {};
         std::vector<const wchar_t*> Names = {};
         std::exception_ptr Exception = nullptr;
+        Damaging Damage = {};
     };
     struct DriverAnswer
     {
@@ -55,6 +60,7 @@ public:
         std::optional<DWORD> NeededBytes = {};
         const wchar_t* Name = nullptr;
         std::exception_ptr Exception = nullptr;
+        Damaging Damage = {};
     };
 
     BOOL OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) override
@@ -90,6 +96,7 @@ public:
                 std::memcpy(buffer + i * sizeof(entry), &entry, sizeof(entry));
             }
         }
+        Apply(answer.Damage, buffer, size);
         return answer.Result;
     }
 
@@ -121,6 +128,7 @@ public:
             const DRIVER_INFO_1W information{AppendText(text, buffer + size, answer.Name)};
             std::memcpy(buffer, &information, sizeof(information));
         }
+        Apply(answer.Damage, buffer, size);
         return answer.Result;
     }
 
@@ -169,6 +177,13 @@ private:
         if (value)
         {
             *place = *value;
+        }
+    }
+    static void Apply(const Damaging& damage, BYTE* buffer, DWORD size)
+    {
+        if (damage && buffer != nullptr)
+        {
+            damage(buffer, size);
         }
     }
     // Null for a text that is null or that the room up to the end does not hold.

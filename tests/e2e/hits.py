@@ -98,6 +98,11 @@ class ExpectedHits:
                        f"&tid={property_id}&an=LumoLink&av={application_version}&aip=1&cid={client_id}&")
         self._cache_busters = cache_busters()
 
+    @property
+    def facts(self):
+        """What is the same in every hit of the run, from the cache buster to the hit's own parameters."""
+        return self._facts
+
     def _prefix(self):
         return f"/collect?v=1&z={next(self._cache_busters)}{self._facts}"
 

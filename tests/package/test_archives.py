@@ -32,6 +32,7 @@ DEVELOPMENT = sorted(
         "lib/cmake/KVAnalytics/KVAnalyticsConfigVersion.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsTargets-release.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsTargets.cmake",
+        "share/KVAnalytics/docs/events.md",
         "share/KVAnalytics/docs/logging.md",
         "share/KVAnalytics/docs/measurement-protocol.md",
         "share/KVAnalytics/docs/printer-inventory.md",
@@ -47,11 +48,13 @@ PROGRAM = [
     "bin/KVAnalyticsProxy.exe",
     "config.ini",
     "docs/configuration.md",
+    "docs/events.md",
     "docs/logging-off.reg",
     "docs/logging-on-brief.reg",
     "docs/logging-on.reg",
     "docs/logging.md",
     "docs/measurement-protocol.md",
+    "docs/printer-inventory.md",
     "docs/request-queue.md",
     "docs/security.md",
     "readme.txt",
@@ -122,6 +125,12 @@ class InstalledPackageTests(unittest.TestCase):
             self.assertNotRegex(symbols, r" (__stack_chk_(guard|fail)|__chk_fail)\n", library)
 
 
+def headings(page):
+    """The names by which links lead to the headings of a page."""
+    texts = re.findall(r"^#+ (.*)$", page.read_text(encoding="utf-8"), re.MULTILINE)
+    return {re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-") for text in texts}
+
+
 class ArchiveTests(unittest.TestCase):
     maxDiff = None
 
@@ -161,8 +170,11 @@ class ArchiveTests(unittest.TestCase):
     def test_links_of_the_documents_lead_somewhere(self):
         for component in ("program", "development"):
             for page in place.archive(component).rglob("*.md"):
-                for link in re.findall(r"\]\(([^)#:]+)\)", page.read_text(encoding="utf-8")):
-                    self.assertTrue((page.parent / link).exists(), f"{page}: {link}")
+                for link, heading in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", page.read_text(encoding="utf-8")):
+                    target = page.parent / link if link else page
+                    self.assertTrue(target.exists(), f"{page}: {link}")
+                    if heading:
+                        self.assertIn(heading, headings(target), f"{page}: {link}")
 
 
 class SymbolTests(unittest.TestCase):

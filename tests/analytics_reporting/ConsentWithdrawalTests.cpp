@@ -1,0 +1,83 @@
+// What becomes of queued hits when the user withdraws consent, with the library's own client.
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+
+#include "analytics_reporting/AnalyticsEngine.h"
+#include "ga_client/GAClient.h"
+#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ScopedSubstitute.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace
+{
+using KVAnalyticsReporting::GetAnalyticsEngine;
+
+constexpr DWORD kLongestWaitMs = 20000;
+
+// Three hits are queued, on a computer that has had no connection so far.
+class ConsentWithdrawalTests : public testing::Test
+{
+protected:
+    ConsentWithdrawalTests()
+    {
+        m_winApi.isConnected = false;
+        m_winApi.answer = [this](const std::wstring&) {
+            ++m_sentCount;
+            if (m_sentCount == 3)
+            {
+                ::SetEvent(m_allSent);
+            }
+            return DWORD{200};
+        };
+        EXPECT_TRUE(GetAnalyticsEngine().Initialize(true, L"XX-1", m_name, false));
+        EXPECT_TRUE(GetAnalyticsEngine().Start());
+        GetAnalyticsEngine().TrackScreenView(L"Home");
+    }
+    ~ConsentWithdrawalTests() override
+    {
+        GAClient::GetGAClient().Uninitialize(false, 0);
+        ::CloseHandle(m_allSent);
+    }
+    bool WithdrawConsent() { return GetAnalyticsEngine().Initialize(false, L"XX-1", m_name, false); }
+    std::wstring QueueFile() const { return m_winApi.DataFolder(m_name, L"Unknown") + L"Statlet_RequestQueue.txt"; }
+
+    KVTest::SampleComputerApi m_winApi;
+    HANDLE m_allSent = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+
+private:
+    const std::wstring m_name = KVTest::UniqueApplicationName();
+    KVTest::ScopedSubstitute<KVWinApi::IWinApi> m_swap{KVWinApi::g_winApi, m_winApi};
+    std::atomic<int> m_sentCount = 0;
+};
+
+TEST_F(ConsentWithdrawalTests, QueuedHits_StillLeave)
+{
+    EXPECT_FALSE(WithdrawConsent());
+    m_winApi.isConnected = true;
+    EXPECT_EQ(::WaitForSingleObject(m_allSent, kLongestWaitMs), WAIT_OBJECT_0);
+}
+
+// The steps that AnalyticsEngine.h names.
+TEST_F(ConsentWithdrawalTests, QueuedHitsOfAHeldClient_StayInTheFile)
+{
+    GAClient::GetGAClient().SetDispatchHeld(true);
+    m_winApi.isConnected = true;
+    EXPECT_TRUE(GetAnalyticsEngine().Uninitialize(false, 0));
+    EXPECT_FALSE(WithdrawConsent());
+    EXPECT_TRUE(m_winApi.Paths().empty());
+    const std::string file = KVTest::ReadFileBytes(QueueFile());
+    EXPECT_NE(file.find("&t=appview&cd=Home#"), std::string::npos);
+    EXPECT_TRUE(::DeleteFileW(QueueFile().c_str()));
+}
+
+TEST_F(ConsentWithdrawalTests, AnEngineWithoutConsent_RefusesToBeUninitialised)
+{
+    EXPECT_FALSE(WithdrawConsent());
+    EXPECT_FALSE(GetAnalyticsEngine().Uninitialize(false, 0));
+}
+} // namespace

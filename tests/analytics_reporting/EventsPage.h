@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace KVTest
+{
+/// docs/events.md, as it was copied beside the test programs. Throws std::runtime_error when it cannot be read, or when
+/// a heading is missing. Texts come without the page's backticks.
+class EventsPage
+{
+public:
+    EventsPage();
+
+    using Row = std::vector<std::wstring>; // of cells
+
+    /// The first table behind a heading ("## Operations"), without its head.
+    std::vector<Row> GetTable(const std::wstring& heading) const;
+
+    struct Example
+    {
+        std::wstring title;             // its own heading, for example a call
+        std::vector<std::wstring> hits; // the indented lines below it
+    };
+    /// The headings of the third level below one of the second, with what is indented there.
+    std::vector<Example> GetExamples(const std::wstring& heading) const;
+    /// The hits of the example with that title; throws std::runtime_error when there is not exactly one.
+    std::vector<std::wstring> GetHits(const std::wstring& heading, const std::wstring& title) const;
+
+private:
+    std::vector<std::wstring>::const_iterator Find(const std::wstring& heading) const;
+
+    std::vector<std::wstring> m_lines;
+};
+} // namespace KVTest
