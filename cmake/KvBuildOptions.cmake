@@ -48,6 +48,9 @@ else()
         -Wl,--gc-sections
         $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:KV_SEPARATE_SYMBOLS>>>>:-s>
     )
+    # winapi/StackGuard.cpp, for programs only: a library leaves the choice to the program that links it.
+    target_sources(kv_build_options INTERFACE
+        $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:kv_stack_guard>>)
 endif()
 
 # kv_debug_symbols: what is delivered is compiled with debug information, linked PRIVATE. The libraries lose it when they

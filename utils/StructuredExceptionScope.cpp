@@ -59,8 +59,8 @@ struct Fault
 {
     EXCEPTION_RECORD record;
     CONTEXT context;
-    // The last C++ exception whose handler was looked for beyond the guard's frame: when a fault is noted after it, the
-    // exception was on its way there.
+    // The last C++ exception whose handler was looked for beyond the guard's frame. If a fault follows, the exception
+    // was still on its way there.
     _Unwind_Exception* leaving;
 };
 
@@ -149,14 +149,13 @@ KvGuardedCallFaulted:
     .seh_endproc
 )");
 
-// What g++'s runtime keeps of a thread's C++ exceptions is changed by code that each try block, catch block and thrown
-// exception brings along. A fault takes that code's turn away: the exceptions of the catch blocks that it leaves would
-// stay the current ones for ever, and count as in flight those whose unwinding it interrupts. The guard puts back what
-// it found.
+// For each thread g++'s runtime keeps the exceptions that are caught and the number of those in flight. Code at the
+// start and end of each catch block updates both. A fault skips that code: the exceptions of the catch blocks that it
+// leaves would stay caught for ever, and one whose unwinding it interrupts would stay in flight. The guard therefore
+// notes the state and restores it after a fault.
 //
-// <cxxabi.h> declares the access to it without the fields. They are laid down in the C++ ABI for Itanium, "Exception
-// Handling", 2.2.1 and 2.2.2, which g++ and clang follow on every processor, so that libraries of different compilers
-// can share a runtime; a change there would be a change of the ABI.
+// <cxxabi.h> declares the access without the fields. Their layout is fixed by the C++ ABI for Itanium, "Exception
+// Handling", 2.2.1 and 2.2.2, which g++ and clang follow on this processor too.
 namespace
 {
 // __cxa_exception; of an exception thrown by rethrow_exception, __cxa_dependent_exception, which has these fields at
@@ -168,7 +167,7 @@ struct ExceptionHeader
     void* unexpectedHandler;
     void* terminateHandler;
     ExceptionHeader* next; // caught before this one, and still in its catch block
-    int handlerCount;      // catch blocks that hold it, negative while it is thrown again; 0: none so far
+    int handlerCount;      // catch blocks that hold it, negative while it is thrown again, 0 before the first
     int handlerSwitchValue;
     const void* actionRecord;
     const void* languageSpecificData;
@@ -197,7 +196,7 @@ public:
     void Restore(_Unwind_Exception* leaving) noexcept
     {
         m_leaving = leaving != nullptr && IsUncaught(*leaving) ? leaving : nullptr;
-        // The destructor of an abandoned exception may fault in its turn; each is called once, so this has an end.
+        // The destructor of an abandoned exception may fault too. Each is called only once, so the loop ends.
         Fault ignored;
         while (KvGuardedCall(&ReleaseAbandoned, this, &ignored) != 0)
         {
@@ -205,7 +204,7 @@ public:
         m_thread->uncaughtCount = m_found.uncaughtCount;
         if (m_found.caught != nullptr)
         {
-            m_found.caught->handlerCount = m_handlerCount; // which catch blocks inside the guard have changed
+            m_found.caught->handlerCount = m_handlerCount; // changed if it was thrown again inside the guard
         }
     }
 
@@ -223,7 +222,7 @@ private:
         CExceptionState& self = *static_cast<CExceptionState*>(state);
         while (self.m_thread->caught != self.m_found.caught && self.m_thread->caught != nullptr)
         {
-            self.m_thread->caught->handlerCount = 1; // whatever it was: no catch block of it is left
+            self.m_thread->caught->handlerCount = 1; // no matter what it was: the fault has left all its catch blocks
             abi::__cxa_end_catch();
         }
         if (_Unwind_Exception* const leaving = self.m_leaving)

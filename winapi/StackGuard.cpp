@@ -1,6 +1,8 @@
 // What code compiled with g++'s or clang's stack protector asks of its runtime: the value that guards every frame, and
 // the end of a process that finds it overwritten.
 //
+// Part of each program of this tree and of none of its libraries: other programs that link these keep their own.
+//
 // The compiler brings a library for that, which this file takes the place of. That library asks a cryptographic service
 // provider of the system for the value, at every start of every program: three DLLs loaded, keys of the registry read,
 // and it takes longer than all else that a run does when the user has declined. The value need not be secret from the

@@ -118,6 +118,12 @@ class InstalledPackageTests(unittest.TestCase):
             self.assertIn(" .text", sections)
             self.assertNotIn(" .debug_", sections, library)
 
+    def test_libraries_leave_the_stack_guard_to_the_program(self):
+        for library in LIBRARIES:
+            symbols = place.run(f"{PREFIX}nm", "--defined-only", place.package() / "lib" / f"libkv_{library}.a")
+            self.assertIn(" T ", symbols)
+            self.assertNotRegex(symbols, r" (__stack_chk_(guard|fail)|__chk_fail)\n", library)
+
 
 def headings(page):
     """The names by which links lead to the headings of a page."""
