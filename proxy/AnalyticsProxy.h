@@ -15,12 +15,14 @@ public:
     ///
     /// Reads the command line (switches "linkid", "tabid", "connection", "network"), config.ini, the file system and
     /// the list of processes, in that order of need: for a user who did not opt in it looks at two files and does
-    /// nothing else. After the tracking call it waits until the hits have left the machine, at most 12 seconds and one
-    /// poll; what is still queued then leaves with a later run. The engine stays initialised: the process ends.
+    /// nothing else. After the tracking call it asks once a second whether the hits have left the machine, and no more
+    /// when 12 seconds are over; a question waits while the client's worker holds the queue, during an exchange above
+    /// all. What is still queued then leaves with a later run. The engine stays initialised: the process ends.
     HRESULT Run();
 
     /// Whether the user takes part in the participation programme: its program stands beside this one and the mark of
     /// opting out does not stand in the product's data folder. Both files are another product's and only looked for.
+    /// Throws std::bad_alloc when there was no memory to look, in this process or in the system: that is no consent.
     bool IsOptInForAnalytics();
 
     /// Whether the process that started this one is the device centre's host (tool help, `EnumProcessModules`,

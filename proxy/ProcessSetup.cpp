@@ -71,7 +71,7 @@ void SuppressStoredCookies()
 #if defined(__GLIBCXX__)
 // The handler that g++'s library starts with, in place of its own: that one prints, and brings 46 KB along for the
 // names of types. A static object that throws before wWinMain ends the process quietly too.
-void __gnu_cxx::__verbose_terminate_handler() // NOLINT(bugprone-reserved-identifier): the library's name
+void __gnu_cxx::__verbose_terminate_handler() // NOLINT(readability-identifier-naming): the library's name
 {
     KVAnalyticsProxy::EndQuietly();
 }

@@ -7,6 +7,7 @@
 
 #include <windows.h>
 
+#include <cstdlib>
 #include <cwchar>
 #include <exception>
 #include <list>
@@ -80,11 +81,25 @@ public:
     }
 };
 
+// Called at the very end, unless the process ends at once.
+void SayThatItWasNotAtOnce()
+{
+    constexpr UINT kNotAtOnce = 99;
+    if (IsFailure(L"again") || IsFailure(L"thread"))
+    {
+        ::TerminateProcess(::GetCurrentProcess(), kNotAtOnce);
+    }
+}
+
 // Made before the client and everything that the program uses, so destroyed after them.
 class Setting
 {
 public:
-    Setting() { KVWinApi::g_kernelApi = &m_kernel; }
+    Setting()
+    {
+        KVWinApi::g_kernelApi = &m_kernel;
+        std::atexit(&SayThatItWasNotAtOnce);
+    }
     ~Setting()
     {
         if (IsFailure(L"again"))
