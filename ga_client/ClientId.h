@@ -4,7 +4,8 @@
 
 namespace GAClient
 {
-/// Reads the anonymous id of this installation from the identity file, or generates one and writes it there.
+/// Reads the client id, a persistent pseudonym of the user, from the identity file, or generates one and writes it
+/// there.
 ///
 /// The file is NAME.ini in the data folder (DataFolder.h), section "Users", key "UUID". Because the folder includes the
 /// version, each version of an application has an id of its own; this is deliberate. An existing value is used as it

@@ -1,6 +1,6 @@
 #include "ga_client/GAClient.h"
 
-#include <new>
+#include <utility>
 
 #include "ga_client/activities/AppViewActivity.h"
 #include "ga_client/activities/EventActivity.h"
@@ -23,14 +23,14 @@ EventFields LifecycleEvent(const wchar_t* action)
     return fields;
 }
 
-std::shared_ptr<CRequestTracker> MakeTracker(const std::wstring& applicationName,
+std::unique_ptr<CRequestTracker> MakeTracker(const std::wstring& applicationName,
                                              const std::wstring& applicationVersion, bool useSsl, bool asynchronous)
 {
     if (asynchronous)
     {
-        return std::make_shared<CAsyncRequestTracker>(applicationName, applicationVersion, useSsl);
+        return std::make_unique<CAsyncRequestTracker>(applicationName, applicationVersion, useSsl);
     }
-    return std::make_shared<CSyncRequestTracker>(applicationName, applicationVersion, useSsl);
+    return std::make_unique<CSyncRequestTracker>(applicationName, applicationVersion, useSsl);
 }
 } // namespace
 
@@ -42,17 +42,17 @@ CGAClient::~CGAClient()
     {
         return;
     }
-    m_tracker->SetProcessEnding();
     m_tracker->SetFlushOnStop(false);
     m_tracker->SetFlushBudget(0);
     try
     {
         m_tracker->Stop();
     }
-    catch (const std::bad_alloc&)
+    catch (...)
     {
-        return; // the hits are lost; nobody is left to be told, and an exception here would end the program loudly
+        // The hits are lost. No caller is left to report that to, and an exception would end the program loudly.
     }
+    m_tracker->Abandon();
 }
 
 bool CGAClient::Initialize(const std::wstring& propertyId, const std::wstring& applicationName,
@@ -68,12 +68,12 @@ bool CGAClient::Initialize(const std::wstring& propertyId, const std::wstring& a
     {
         return false;
     }
-    m_tracker = MakeTracker(applicationName, applicationVersion, useSsl, asynchronous);
-    if (!m_tracker->Start())
+    std::unique_ptr<CRequestTracker> tracker = MakeTracker(applicationName, applicationVersion, useSsl, asynchronous);
+    if (tracker->Start())
     {
-        // Deliberate: reported as success, and every later call is ignored.
-        m_tracker.reset();
+        m_tracker = std::move(tracker);
     }
+    // Deliberate: otherwise reported as success too, and every later call is ignored.
     return true;
 }
 

@@ -17,8 +17,12 @@ class CRequestTracker;
 /// a later one.
 ///
 /// Called from one thread. Before a successful Initialize, and again after Uninitialize, every other operation does
-/// nothing and returns false, 0, or what is said at it. An argument that is refused changes nothing. No operation waits
-/// longer than one HTTP exchange or one turn at the queue file; Uninitialize waits as long as its tracker's Stop.
+/// nothing and returns false, 0, or what is said at it. An argument that is refused changes nothing.
+///
+/// An operation waits for at most one HTTP exchange of the worker, or, while the worker loads or saves the queue file,
+/// for up to 30 seconds until another process gives the file's mutex back; a synchronous client also exchanges, loads
+/// and saves itself. Uninitialize and the end of the process wait as long as the tracker's Stop: without a flush and a
+/// request timeout 70 seconds at most. Then the worker is left behind; at the end of the process its hits are lost.
 ///
 /// Only a lack of memory is thrown (std::bad_alloc).
 ///
@@ -35,7 +39,8 @@ public:
     virtual bool Initialize(const std::wstring& propertyId, const std::wstring& applicationName,
                             const std::wstring& applicationVersion, bool useSsl, bool asynchronous) = 0;
     /// Stops and gives up the tracker, with a flush of at most so many milliseconds when that is wanted. What could not
-    /// be sent is in the queue file afterwards. Returns what stopping the tracker returned.
+    /// be sent is saved to the queue file within its limits: it is lost when the file has 1 MiB, cannot be written, or
+    /// another process holds its mutex for 30 seconds. Returns what stopping the tracker returned.
     virtual bool Uninitialize(bool flushOnExit, std::uint32_t flushBudgetMs) = 0;
     /// While dispatch is held hits are only queued.
     virtual void SetDispatchHeld(bool held) = 0;
@@ -78,7 +83,7 @@ class CGAClient : public IGAClient
 {
 public:
     CGAClient();
-    /// Saves what is queued to the queue file, without a flush.
+    /// Saves what is queued to the queue file as Uninitialize does, without a flush.
     ~CGAClient() override;
     CGAClient(const CGAClient&) = delete;
     CGAClient& operator=(const CGAClient&) = delete;
@@ -112,7 +117,7 @@ private:
     ClientInfo m_clientInfo;
     std::wstring m_lastScreenName;
     CustomFacts m_customFacts;
-    std::shared_ptr<CRequestTracker> m_tracker; // null when not initialised; a worker left behind shares it
+    std::unique_ptr<CRequestTracker> m_tracker; // null when not initialised
 };
 
 /// The client of this process, made at the first call and destroyed at process exit, which saves its queue.

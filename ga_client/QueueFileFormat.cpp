@@ -7,6 +7,8 @@ namespace GAClient
 {
 namespace
 {
+constexpr char kNothing = '\0'; // a line that begins with it is empty
+
 // Returns where the bytes end.
 std::string::iterator Narrow(std::wstring_view text, std::string::iterator bytes)
 {
@@ -30,20 +32,30 @@ std::string NarrowToBytes(std::wstring_view text)
     return bytes;
 }
 
-std::string FormatQueueLines(const std::list<std::wstring>& requests)
+std::size_t GetSizeOfQueueLine(std::wstring_view request) noexcept
+{
+    return request.size() + 1;
+}
+
+std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests) noexcept
 {
     std::size_t size = 0;
     for (const std::wstring& request : requests)
     {
-        size += request.size() + 1;
+        size += GetSizeOfQueueLine(request);
     }
-    std::string bytes(size, kQueueLineEnd);
-    auto place = bytes.begin();
+    return size;
+}
+
+void AppendQueueLines(const std::list<std::wstring>& requests, std::string& bytes)
+{
+    const auto begin = static_cast<std::string::difference_type>(bytes.size());
+    bytes.resize(bytes.size() + GetSizeOfQueueLines(requests), kQueueLineEnd);
+    auto place = bytes.begin() + begin;
     for (const std::wstring& request : requests)
     {
         place = Narrow(request, place) + 1;
     }
-    return bytes;
 }
 
 void CQueueLineCollector::Add(std::string_view bytes)
@@ -53,7 +65,7 @@ void CQueueLineCollector::Add(std::string_view bytes)
         const std::size_t end = bytes.find(kQueueLineEnd);
         if (end == std::string_view::npos)
         {
-            m_open.append(bytes);
+            KeepOpen(bytes);
             return;
         }
         CloseLine(bytes.substr(0, end));
@@ -74,13 +86,22 @@ void CQueueLineCollector::CloseLine(std::string_view rest)
 {
     if (!m_open.empty())
     {
-        m_open.append(rest);
+        KeepOpen(rest);
         rest = m_open;
     }
-    if (!rest.empty())
+    if (!rest.empty() && rest.front() != kNothing)
     {
         m_lines.push_back(Widen(rest));
-        m_open.clear();
+    }
+    m_open.clear();
+}
+
+void CQueueLineCollector::KeepOpen(std::string_view bytes)
+{
+    // The rest of a line that is skipped is not needed: there may be megabytes of zeros.
+    if (m_open.empty() || m_open.front() != kNothing)
+    {
+        m_open.append(bytes);
     }
 }
 } // namespace GAClient

@@ -15,11 +15,18 @@ constexpr char kQueueLineEnd = '\n';
 /// The low 8 bits of each code unit.
 std::string NarrowToBytes(std::wstring_view text);
 
-/// The lines of the hits, in their order.
-std::string FormatQueueLines(const std::list<std::wstring>& requests);
+/// The bytes that the lines of the hits take.
+std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests) noexcept;
+std::size_t GetSizeOfQueueLine(std::wstring_view request) noexcept;
+
+/// Appends the lines of the hits, in their order. Allocates nothing when bytes has room for them.
+void AppendQueueLines(const std::list<std::wstring>& requests, std::string& bytes);
 
 /// Cuts the bytes of a queue file, which come in pieces, into hits: a byte becomes a code unit with its sign (0x80 to
 /// 0xFF become 0xFF80 to 0xFFFF), empty lines are skipped, the bytes after the last line feed are a line too.
+///
+/// A line that begins with a zero byte is empty as well: every function that takes a terminated text would see no hit
+/// in it. A loss of power can leave zeros in place of what was written last.
 class CQueueLineCollector
 {
 public:
@@ -35,6 +42,7 @@ public:
 private:
     // rest: what follows the bytes that came before, most often the whole line.
     void CloseLine(std::string_view rest);
+    void KeepOpen(std::string_view bytes);
 
     std::size_t m_limit;
     std::string m_open; // what earlier pieces held of the line whose end has not come yet

@@ -8,8 +8,8 @@ namespace GAClient
 /// holds it would wait at the door for one that waits for it.
 ///
 /// The worker sends hits back to back and holds the lock during each exchange. A critical section alone favours the
-/// thread that has just left it, so a caller that waits could be passed over for the length of the whole queue. Who
-/// wants the lock therefore first goes through a door, which the waiting thread keeps closed behind itself.
+/// thread that has just left it, so a caller that waits could be passed over for the length of the whole queue. A
+/// thread therefore enters m_door first and holds it until it owns m_section, so waiting threads are served in turn.
 class CQueueLock
 {
 public:

@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-#include <optional>
 #include <string_view>
+#include <utility>
 
 #include "ga_client/DataFolder.h"
 #include "ga_client/QueueFileFormat.h"
@@ -16,8 +16,11 @@ namespace
 {
 constexpr wchar_t kFileName[] = L"Statlet_RequestQueue.txt";
 constexpr wchar_t kMutexPrefix[] = L"Statlet_";
-// A file of this size or more takes nothing up, so that it stays bounded where hits can never be sent.
+// Nothing is appended to a file of this size or more, so that it stays bounded where hits can never be sent.
 constexpr std::int64_t kFullSize = 1048576;
+// How often a save tries each of its steps: a system that is short of something refuses some calls in a row, and what a
+// save gives up is lost.
+constexpr int kAttempts = 4;
 
 // As any other program opens files through its C runtime: readers and writers side by side, no deletion. The mutex, not
 // the share mode, keeps the client's own processes apart.
@@ -29,15 +32,15 @@ class CFileTurn
 public:
     explicit CFileTurn(const std::wstring& mutexName)
     {
-        constexpr DWORD kWaitMs = 30000;
-        ::SetLastError(ERROR_SUCCESS); // a new mutex does not promise to clear what an earlier call left
-        m_mutex = KVWinApi::g_winApi->CreateMutexW(nullptr, TRUE, mutexName.c_str());
-        if (m_mutex == nullptr)
+        bool existed = false;
+        for (int attempt = 0; attempt < kAttempts && m_mutex == nullptr; ++attempt)
         {
-            return;
+            ::SetLastError(ERROR_SUCCESS); // a new mutex does not promise to clear what an earlier call left
+            m_mutex = KVWinApi::g_winApi->CreateMutexW(nullptr, TRUE, mutexName.c_str());
+            existed = ::GetLastError() == ERROR_ALREADY_EXISTS;
         }
         // A new mutex is owned from the start, an existing one is waited for.
-        m_isHeld = ::GetLastError() != ERROR_ALREADY_EXISTS || WasObtained(kWaitMs);
+        m_isHeld = m_mutex != nullptr && (!existed || WasObtained());
     }
     ~CFileTurn()
     {
@@ -56,9 +59,14 @@ public:
     bool IsHeld() const noexcept { return m_isHeld; }
 
 private:
-    bool WasObtained(DWORD waitMs) const
+    bool WasObtained() const
     {
-        const DWORD result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex, waitMs);
+        constexpr DWORD kWaitMs = 30000;
+        DWORD result = WAIT_FAILED;
+        for (int attempt = 0; attempt < kAttempts && result == WAIT_FAILED; ++attempt)
+        {
+            result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex, kWaitMs);
+        }
         // Abandoned: its owner died. The file is whole, since hits are written in one piece.
         return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
     }
@@ -86,10 +94,37 @@ std::wstring FilePath(const std::wstring& applicationName, const std::wstring& a
     return folder.empty() ? std::wstring() : NarrowedPath(folder + kFileName);
 }
 
-KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD access, DWORD disposition)
+KVWinApi::CUniqueFile TryToOpen(const std::wstring& path, DWORD disposition)
 {
-    return KVWinApi::CUniqueFile(KVWinApi::g_kernelApi->CreateFileW(path.c_str(), access, kShareMode, nullptr,
-                                                                    disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    // The content goes out to the collection host: a link that somebody put here is opened itself, never its target.
+    constexpr DWORD kFlags = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT;
+    return KVWinApi::CUniqueFile(KVWinApi::g_kernelApi->CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                                                    kShareMode, nullptr, disposition, kFlags, nullptr));
+}
+
+// Scanners and backup programs hold a file for moments.
+KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD disposition)
+{
+    constexpr DWORD kRetryMs = 30;
+    constexpr DWORD kRetryTotalMs = 120;
+    const DWORD firstTry = KVWinApi::g_kernelApi->GetTickCount();
+    KVWinApi::CUniqueFile file = TryToOpen(path, disposition);
+    // Unsigned difference: right across the tick count's wrap at 49.7 days.
+    while (!file.IsValid() && ::GetLastError() == ERROR_SHARING_VIOLATION &&
+           KVWinApi::g_kernelApi->GetTickCount() - firstTry < kRetryTotalMs)
+    {
+        KVWinApi::g_kernelApi->Sleep(kRetryMs);
+        file = TryToOpen(path, disposition);
+    }
+    return file;
+}
+
+// False of a link, and when it cannot be found out.
+bool IsFileItself(HANDLE file)
+{
+    BY_HANDLE_FILE_INFORMATION information{};
+    return ::GetFileInformationByHandle(file, &information) != FALSE &&
+           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
 bool SetPosition(HANDLE file, std::int64_t position)
@@ -108,8 +143,13 @@ bool EndsWithLineEnd(HANDLE file, std::int64_t size)
                          (read == 0 || last == kQueueLineEnd));
 }
 
+bool CutAt(HANDLE file, std::int64_t size)
+{
+    return SetPosition(file, size) && ::SetEndOfFile(file) != FALSE;
+}
+
 // In one piece, so that the end of the process cannot tear a line. What a full disk cuts off is taken back as a whole.
-bool AppendBytes(HANDLE file, std::int64_t size, const std::string& bytes)
+bool AppendBytes(HANDLE file, std::int64_t size, std::string_view bytes)
 {
     if (bytes.empty())
     {
@@ -124,39 +164,28 @@ bool AppendBytes(HANDLE file, std::int64_t size, const std::string& bytes)
     {
         return true;
     }
-    if (SetPosition(file, size))
+    for (int attempt = 0; attempt < kAttempts && !CutAt(file, size); ++attempt)
     {
-        ::SetEndOfFile(file);
     }
     return false;
 }
 
 // The first lines of the file, at most limit; nothing when the file cannot be read to there.
-std::optional<std::list<std::wstring>> ReadLines(const std::wstring& path, std::size_t limit)
+std::optional<std::list<std::wstring>> ReadLines(HANDLE file, std::size_t limit)
 {
     constexpr DWORD kChunkSize = 65536;
-    const KVWinApi::CUniqueFile file = OpenFile(path, GENERIC_READ, OPEN_EXISTING);
-    if (!file.IsValid())
-    {
-        return std::nullopt;
-    }
     CQueueLineCollector collector(limit);
     std::string chunk(kChunkSize, '\0');
     DWORD read = kChunkSize;
     while (read != 0 && !collector.IsFull())
     {
-        if (::ReadFile(file.Get(), chunk.data(), kChunkSize, &read, nullptr) == FALSE)
+        if (::ReadFile(file, chunk.data(), kChunkSize, &read, nullptr) == FALSE)
         {
             return std::nullopt;
         }
         collector.Add(std::string_view(chunk).substr(0, read));
     }
     return collector.TakeLines();
-}
-
-bool Empty(const std::wstring& path)
-{
-    return OpenFile(path, GENERIC_WRITE, TRUNCATE_EXISTING).IsValid();
 }
 
 std::size_t FreePlaces(const std::list<std::wstring>& queue, std::int32_t queueLimit)
@@ -167,57 +196,59 @@ std::size_t FreePlaces(const std::list<std::wstring>& queue, std::int32_t queueL
 } // namespace
 
 CRequestQueueFile::CRequestQueueFile(std::wstring applicationName, std::wstring applicationVersion)
-    : m_applicationName(std::move(applicationName)), m_applicationVersion(std::move(applicationVersion))
+    : m_applicationName(std::move(applicationName)), m_applicationVersion(std::move(applicationVersion)),
+      m_mutexName(kMutexPrefix + m_applicationName + m_applicationVersion)
 {
+}
+
+void CRequestQueueFile::Reserve(std::size_t lineBytes)
+{
+    m_saveBytes.reserve(1 + lineBytes); // the line end in front
 }
 
 bool CRequestQueueFile::Save(const std::list<std::wstring>& requests)
 {
-    const bool wasFoundBefore = !m_path.empty();
-    FindPath();
-    const CFileTurn turn(kMutexPrefix + m_applicationName + m_applicationVersion);
-    if (m_path.empty() || !turn.IsHeld())
+    m_saveBytes.assign(1, kQueueLineEnd);
+    AppendQueueLines(requests, m_saveBytes);
+    const bool hasPath = HasPath();
+    const CFileTurn turn(m_mutexName);
+    if (!hasPath || !turn.IsHeld())
     {
         return false;
     }
-    KVWinApi::CUniqueFile file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
-    if (!file.IsValid() && wasFoundBefore && ::GetLastError() == ERROR_PATH_NOT_FOUND)
+    std::optional<std::int64_t> end;
+    for (int attempt = 0; attempt < kAttempts; ++attempt)
     {
-        // Somebody has removed the folder since.
-        m_path.clear();
-        FindPath();
-        file = OpenFile(m_path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
+        if (Append(end))
+        {
+            return true;
+        }
     }
-    LARGE_INTEGER size{};
-    if (!file.IsValid() || KVWinApi::g_kernelApi->GetFileSizeEx(file.Get(), &size) == FALSE)
-    {
-        return false;
-    }
-    if (size.QuadPart >= kFullSize)
-    {
-        // Deliberate: these hits are lost, rather than letting the file grow.
-        return false;
-    }
-    std::string bytes = FormatQueueLines(requests);
-    if (!bytes.empty() && !EndsWithLineEnd(file.Get(), size.QuadPart))
-    {
-        // Somebody left half a line behind: two hits must not become one that nobody tracked.
-        bytes.insert(bytes.begin(), kQueueLineEnd);
-    }
-    return AppendBytes(file.Get(), size.QuadPart, bytes);
+    return false;
 }
 
 void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueLimit)
 {
     FindPath();
-    const CFileTurn turn(kMutexPrefix + m_applicationName + m_applicationVersion);
+    const CFileTurn turn(m_mutexName);
     if (m_path.empty() || !turn.IsHeld())
     {
         return;
     }
-    std::optional<std::list<std::wstring>> lines = ReadLines(m_path, FreePlaces(queue, queueLimit));
-    // From here on the entries are this process's alone; without that they would be sent by every process.
-    if (lines && Empty(m_path))
+    const KVWinApi::CUniqueFile file = OpenFile(m_path, OPEN_EXISTING);
+    if (!file.IsValid() || !IsFileItself(file.Get()))
+    {
+        return;
+    }
+    std::optional<std::list<std::wstring>> lines = ReadLines(file.Get(), FreePlaces(queue, queueLimit));
+    if (!lines)
+    {
+        return;
+    }
+    // Before the file is emptied: hits that are in memory alone must not depend on an allocation.
+    Reserve(GetSizeOfQueueLines(queue) + GetSizeOfQueueLines(*lines));
+    // From there on the entries are this process's alone; without that they would be sent by every process.
+    if (CutAt(file.Get(), 0))
     {
         queue.splice(queue.end(), *lines);
     }
@@ -229,5 +260,69 @@ void CRequestQueueFile::FindPath()
     {
         m_path = FilePath(m_applicationName, m_applicationVersion);
     }
+}
+
+bool CRequestQueueFile::HasPath() noexcept
+{
+    for (int attempt = 0; attempt < kAttempts && m_path.empty(); ++attempt)
+    {
+        MakeFolderAgain();
+    }
+    return !m_path.empty();
+}
+
+// False when the folder cannot be named, or memory is missing. A path that was found before is kept then.
+bool CRequestQueueFile::MakeFolderAgain() noexcept
+{
+    try
+    {
+        std::wstring path = FilePath(m_applicationName, m_applicationVersion);
+        if (path.empty())
+        {
+            return false;
+        }
+        m_path.swap(path);
+        return true;
+    }
+    catch (...) // most likely for lack of memory, which may be over at the next attempt
+    {
+        return false;
+    }
+}
+
+// One attempt of a save. end: where the file ended before the first one, whatever that left behind.
+bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
+{
+    KVWinApi::CUniqueFile file = OpenFile(m_path, OPEN_ALWAYS);
+    if (!file.IsValid() && ::GetLastError() == ERROR_PATH_NOT_FOUND && MakeFolderAgain())
+    {
+        // Somebody had removed the folder.
+        file = OpenFile(m_path, OPEN_ALWAYS);
+    }
+    if (!file.IsValid() || !IsFileItself(file.Get()))
+    {
+        return false;
+    }
+    if (!end)
+    {
+        LARGE_INTEGER size{};
+        if (KVWinApi::g_kernelApi->GetFileSizeEx(file.Get(), &size) == FALSE)
+        {
+            return false;
+        }
+        end = size.QuadPart;
+    }
+    if (*end >= kFullSize)
+    {
+        // Deliberate: these hits are lost, rather than letting the file grow.
+        return false;
+    }
+    std::string_view bytes = m_saveBytes;
+    if (bytes.size() == 1 || EndsWithLineEnd(file.Get(), *end))
+    {
+        bytes.remove_prefix(1);
+    }
+    // Otherwise somebody left half a line behind: two hits must not become one that nobody tracked.
+    return AppendBytes(file.Get(), *end, bytes);
 }
 } // namespace GAClient

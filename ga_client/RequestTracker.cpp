@@ -1,27 +1,19 @@
 #include "ga_client/RequestTracker.h"
 
-#include "ga_client/protocols/QueueTime.h"
+#include "ga_client/RequestOutbox.h"
 
 namespace GAClient
 {
 namespace
 {
 constexpr wchar_t kInitialVersion[] = L"1.0.0";
-
-// Not through the facade, which is about to be destroyed. Ends with the process.
-void StayUntilProcessEnds()
-{
-    for (;;)
-    {
-        ::Sleep(INFINITE);
-    }
-}
 } // namespace
 
 CRequestTracker::CRequestTracker(const std::wstring& applicationName, const std::wstring& applicationVersion,
                                  bool useSsl, bool asynchronous)
-    : m_asynchronous(asynchronous), m_useSsl(useSsl),
-      m_file(applicationName, !applicationVersion.empty() ? applicationVersion : kInitialVersion)
+    : m_asynchronous(asynchronous),
+      m_outbox(std::make_shared<CRequestOutbox>(
+          applicationName, !applicationVersion.empty() ? applicationVersion : kInitialVersion, useSsl))
 {
 }
 
@@ -29,95 +21,57 @@ CRequestTracker::~CRequestTracker() = default;
 
 bool CRequestTracker::TrackRequest(const std::wstring& request)
 {
-    if (m_dispatchHeld || m_asynchronous)
+    if (m_outbox->IsDispatchHeld() || m_asynchronous)
     {
-        Enqueue(request);
+        m_outbox->Append(std::list<std::wstring>(1, request));
         return true;
     }
-    if (SendNow(request))
+    if (m_outbox->SendNow(request))
     {
         return true;
     }
-    Enqueue(request); // as it was passed: the mark tells a later send how long it waited
+    // As it was passed: the mark tells a later send how long it waited.
+    m_outbox->Append(std::list<std::wstring>(1, request));
     return false;
 }
 
 std::int32_t CRequestTracker::Dispatch(std::uint32_t count)
 {
-    constexpr std::int32_t kSendFailed = -1;
-    if (m_dispatchHeld)
-    {
-        return 0;
-    }
-    for (std::uint32_t pass = 0; pass < count; ++pass)
-    {
-        const Delivery delivery = SendOldest();
-        if (delivery != Delivery::kDelivered)
-        {
-            return delivery == Delivery::kQueueEmpty ? 0 : kSendFailed;
-        }
-    }
-    const CQueueLock::CHold hold(m_lock);
-    return static_cast<std::int32_t>(m_queue.size()); // the limit of the queue is a number of this type
+    return m_outbox->Dispatch(count);
 }
 
 void CRequestTracker::GetQueuedRequests(std::list<std::wstring>& requests)
 {
-    const CQueueLock::CHold hold(m_lock);
-    requests = m_queue;
+    requests = m_outbox->GetSnapshot();
 }
 
-CRequestTracker::Delivery CRequestTracker::SendOldest()
+void CRequestTracker::SetRequestTimeout(DWORD timeoutMs) noexcept
 {
-    const CQueueLock::CHold hold(m_lock);
-    if (m_queue.empty())
-    {
-        return Delivery::kQueueEmpty;
-    }
-    if (!SendConverted(m_queue.front()))
-    {
-        return Delivery::kFailed;
-    }
-    m_queue.pop_front();
-    return Delivery::kDelivered;
+    m_outbox->SetRequestTimeout(timeoutMs);
 }
 
-void CRequestTracker::LoadQueue()
+void CRequestTracker::SetFlushBudget(DWORD budgetMs) noexcept
 {
-    const CQueueLock::CHold hold(m_lock);
-    m_file.Load(m_queue, m_queueLimit);
+    m_outbox->SetFlushBudget(budgetMs);
 }
 
-bool CRequestTracker::SaveQueue()
+void CRequestTracker::SetFlushOnStop(bool flush) noexcept
 {
-    const CQueueLock::CHold hold(m_lock);
-    return m_file.Save(m_queue);
+    m_outbox->SetFlushOnStop(flush);
 }
 
-void CRequestTracker::Enqueue(const std::wstring& request)
+void CRequestTracker::SetDispatchHeld(bool held) noexcept
 {
-    const CQueueLock::CHold hold(m_lock);
-    const std::int64_t limit = m_queueLimit;
-    if (!request.empty() && static_cast<std::int64_t>(m_queue.size()) < limit)
-    {
-        m_queue.push_back(request);
-    }
+    m_outbox->SetDispatchHeld(held);
 }
 
-bool CRequestTracker::SendNow(const std::wstring& request)
+void CRequestTracker::SetQueueLimit(std::int32_t limit) noexcept
 {
-    const CQueueLock::CHold hold(m_lock); // the transport serves one thread at a time
-    return SendConverted(request);
+    m_outbox->SetQueueLimit(limit);
 }
 
-bool CRequestTracker::SendConverted(const std::wstring& request)
+void CRequestTracker::Abandon() noexcept
 {
-    m_transport.SetTimeout(m_requestTimeoutMs);
-    const bool delivered = m_transport.Send(Protocols::MeasurementParams::ConvertQueueTimeMark(request), m_useSsl);
-    if (m_parkSender)
-    {
-        StayUntilProcessEnds();
-    }
-    return delivered;
+    m_outbox->Abandon();
 }
 } // namespace GAClient

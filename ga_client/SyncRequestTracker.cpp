@@ -1,5 +1,7 @@
 #include "ga_client/SyncRequestTracker.h"
 
+#include "ga_client/RequestOutbox.h"
+
 namespace GAClient
 {
 CSyncRequestTracker::CSyncRequestTracker(const std::wstring& applicationName, const std::wstring& applicationVersion,
@@ -10,12 +12,12 @@ CSyncRequestTracker::CSyncRequestTracker(const std::wstring& applicationName, co
 
 bool CSyncRequestTracker::Start()
 {
-    LoadQueue();
+    GetOutbox()->Load();
     return true;
 }
 
 bool CSyncRequestTracker::Stop()
 {
-    return SaveQueue();
+    return GetOutbox()->Save();
 }
 } // namespace GAClient

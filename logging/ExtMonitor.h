@@ -63,6 +63,9 @@ struct CExtMonitorSettings
     static constexpr wchar_t kKind[] = L"ExtMonitor";   ///< name of the shared mapping
     static constexpr unsigned long kMappingBytes = 128; ///< its size
 
+    /// What decides how a module reads a block.
+    static constexpr std::uint64_t GetLayout() noexcept { return CombineLayout({sizeof(CExtMonitorSettings)}); }
+
     /// Made for the executable of that name, which does not matter here. No monitor is bound.
     explicit CExtMonitorSettings(const std::wstring&) noexcept {}
     /// Releases the monitor without telling it to stop, then COM.

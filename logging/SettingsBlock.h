@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <list>
 #include <map>
 #include <string>
 
 #include "logging/LogFileRecord.h"
 #include "logging/LogModuleSettings.h"
+#include "logging/SharedBlock.h"
 
 namespace KVLogging
 {
@@ -15,6 +17,12 @@ struct SettingsBlock
 {
     static constexpr wchar_t kKind[] = L"RegValues";    ///< name of the shared mapping
     static constexpr unsigned long kMappingBytes = 264; ///< its size
+
+    /// What decides how a module reads a block and what it points to.
+    static constexpr std::uint64_t GetLayout() noexcept
+    {
+        return CombineLayout({sizeof(SettingsBlock), sizeof(LogFileRecord), sizeof(LogModuleSettings)});
+    }
 
     /// executableName: with extension.
     explicit SettingsBlock(std::wstring executableName) : ExecutableName(std::move(executableName)) {}

@@ -11,6 +11,7 @@
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "analytics_reporting/ProgramLogModule.h"
 #include "logging/Trace.h"
+#include "proxy/ProcessSetup.h"
 #include "proxy/ProxyResults.h"
 #include "utils/CommandLine.h"
 #include "utils/FileUtils.h"
@@ -130,6 +131,7 @@ HRESULT CAnalyticsProxy::Run()
     {
         return PROXY_E_NOT_CALLED_BY_LUMO;
     }
+    SuppressStoredCookies(); // before the first request
     const std::wstring propertyId = GetPropertyId();
     g_useSsl = ReadUseSsl();
     if (!GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl))

@@ -6,6 +6,7 @@
 #include "analytics_reporting/ProgramLogModule.h"
 #include "logging/Trace.h"
 #include "proxy/AnalyticsProxy.h"
+#include "proxy/ProcessSetup.h"
 
 namespace
 {
@@ -14,6 +15,7 @@ KV_TRACE_SOURCE(KVAnalyticsReporting::g_logModule, L"AnalyticsProxyApp.cpp");
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
 {
+    const KVAnalyticsProxy::CProcessSetup setup; // before the scope: the log's settings may name a class to load
     KV_TRACE(L"wWinMain");
     HRESULT result = 0;
     // Without memory for the object there is no run, and the exit code stays 0.

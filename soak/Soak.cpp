@@ -88,6 +88,27 @@ bool RunQuietStretch(KVSoak::CDriver& driver, KVSoak::CRecorder& recorder, const
     return isSound;
 }
 
+// More hits than the queue of 700 holds, as fast as they can be tracked.
+KVSoak::CDriver::Session Burst(KVSoak::CDriver& driver)
+{
+    KVSoak::CDriver::Session session = AnySession(driver, 800);
+    session.limit = 700;
+    session.waitsForLoad = true;
+    session.paces = false;
+    session.lingerMs = 0;
+    session.flushMs = 0;
+    return session;
+}
+
+// Saves a full queue of 700, however fast the server is. The load of the next session, whose limit is 500 at first,
+// must cut some of it off.
+KVSoak::CDriver::Session HeldBurst(KVSoak::CDriver& driver)
+{
+    KVSoak::CDriver::Session session = Burst(driver);
+    session.holds = true;
+    return session;
+}
+
 bool RunNetworkStretch(KVSoak::CDriver& driver, unsigned seconds)
 {
     constexpr unsigned kBurstEvery = 10;
@@ -96,18 +117,10 @@ bool RunNetworkStretch(KVSoak::CDriver& driver, unsigned seconds)
     const ULONGLONG start = ::GetTickCount64();
     for (unsigned number = 1; number <= kFewest || ::GetTickCount64() - start < seconds * 1000ULL; ++number)
     {
-        const bool bursts = number % kBurstEvery == 2;
-        KVSoak::CDriver::Session session =
-            AnySession(driver, bursts ? 800 : 20 + static_cast<unsigned>(driver.GetRandom()() % 180));
-        if (bursts)
-        {
-            // The next session, whose limit is 500 at first, finds more in the file than it has room for.
-            session.limit = 700;
-            session.waitsForLoad = true;
-            session.paces = false;
-            session.lingerMs = 0;
-            session.flushMs = 0;
-        }
+        const KVSoak::CDriver::Session session =
+            number % kBurstEvery == 2   ? Burst(driver)
+            : number % kBurstEvery == 7 ? HeldBurst(driver)
+                                        : AnySession(driver, 20 + static_cast<unsigned>(driver.GetRandom()() % 180));
         isSound = driver.Run(session) && isSound;
         driver.Sample("network");
     }

@@ -96,7 +96,9 @@ BOOL CWatchedWinApi::ReleaseMutex(HANDLE mutex)
 HANDLE CWatchedKernelApi::CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes,
                                       DWORD disposition, DWORD flags, HANDLE pattern)
 {
-    const bool empties = disposition == TRUNCATE_EXISTING && IsQueueFile(path);
+    // Only a load writes to a file that must exist: it empties it.
+    const bool empties = (access & GENERIC_WRITE) != 0 && IsQueueFile(path) &&
+                         (disposition == TRUNCATE_EXISTING || disposition == OPEN_EXISTING);
     const std::string content = empties ? ReadWhole(path) : std::string();
     const HANDLE file = CKernelApi::CreateFileW(path, access, shareMode, attributes, disposition, flags, pattern);
     if (empties && file != INVALID_HANDLE_VALUE)

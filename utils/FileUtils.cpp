@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "utils/MemoryShortage.h"
 #include "winapi/KernelApi.h"
 
 namespace KVUtils
@@ -22,9 +23,20 @@ bool FileExists(const std::wstring& path)
 {
     std::wstring buffer(kWorkBufferSize, L'\0');
     const std::wstring full = (StartsAsUncPath(path) ? L"" : kLongPathPrefix) + path;
+    ::SetLastError(ERROR_SUCCESS);
     const DWORD length = ::GetFullPathNameW(full.c_str(), kWorkBufferSize, buffer.data(), nullptr);
+    if (length == 0)
+    {
+        ThrowIfMemoryShortage(::GetLastError());
+    }
     const bool isResolved = length >= 1 && length < kWorkBufferSize;
+    ::SetLastError(ERROR_SUCCESS);
     const DWORD attributes = KVWinApi::g_kernelApi->GetFileAttributesW(isResolved ? buffer.c_str() : full.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+    {
+        ThrowIfMemoryShortage(::GetLastError());
+        return false;
+    }
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 } // namespace KVUtils

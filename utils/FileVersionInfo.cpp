@@ -1,6 +1,9 @@
 #include "utils/FileVersionInfo.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cwchar>
 #include <new>
 
 #include "winapi/SystemLibraries.h"
@@ -51,7 +54,17 @@ bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
         m_versionData.reset();
         return false;
     }
+    m_versionDataSize = size;
     return true;
+}
+
+// Bytes from the place to the end of the version data; 0 outside it.
+std::size_t CFileVersionInfo::GetRoomFrom(const void* place) const noexcept
+{
+    // Unsigned difference: a place before the data is far behind it.
+    const std::uintptr_t offset =
+        reinterpret_cast<std::uintptr_t>(place) - reinterpret_cast<std::uintptr_t>(m_versionData.get());
+    return offset < m_versionDataSize ? m_versionDataSize - offset : 0;
 }
 
 void CFileVersionInfo::FindTranslations()
@@ -60,8 +73,10 @@ void CFileVersionInfo::FindTranslations()
     UINT byteCount = 0;
     if (QueryValue(m_versionData.get(), L"\\VarFileInfo\\Translation", table, byteCount))
     {
+        // The length is the file's word; a damaged one leads up to 64 KiB beyond the data.
+        const std::size_t available = std::min<std::size_t>(byteCount, GetRoomFrom(table));
         m_translations = static_cast<const Translation*>(table);
-        m_translationCount = byteCount / static_cast<UINT>(sizeof(Translation));
+        m_translationCount = static_cast<UINT>(available / sizeof(Translation));
     }
 }
 
@@ -69,10 +84,25 @@ void CFileVersionInfo::FindFixedFileInfo()
 {
     void* fixedFileInfo = nullptr;
     UINT byteCount = 0;
-    if (QueryValue(m_versionData.get(), L"\\", fixedFileInfo, byteCount) && byteCount >= sizeof(VS_FIXEDFILEINFO))
+    if (QueryValue(m_versionData.get(), L"\\", fixedFileInfo, byteCount) && byteCount >= sizeof(VS_FIXEDFILEINFO) &&
+        GetRoomFrom(fixedFileInfo) >= sizeof(VS_FIXEDFILEINFO))
     {
         m_fixedFileInfo = static_cast<const VS_FIXEDFILEINFO*>(fixedFileInfo);
     }
+}
+
+// Null when there is no such entry, or none that ends inside the version data.
+const wchar_t* CFileVersionInfo::FindText(const wchar_t* blockName) const
+{
+    void* value = nullptr;
+    UINT characterCount = 0;
+    if (!QueryValue(m_versionData.get(), blockName, value, characterCount))
+    {
+        return nullptr;
+    }
+    const auto* const text = static_cast<const wchar_t*>(value);
+    const std::size_t room = GetRoomFrom(text) / sizeof(wchar_t);
+    return room != 0 && std::wmemchr(text, L'\0', room) != nullptr ? text : nullptr;
 }
 
 const wchar_t* CFileVersionInfo::GetStringValue(const wchar_t* name) const
@@ -81,7 +111,7 @@ const wchar_t* CFileVersionInfo::GetStringValue(const wchar_t* name) const
     {
         return nullptr;
     }
-    void* value = nullptr;
+    const wchar_t* value = nullptr;
     // Deliberate: no early exit, the last translation that holds the entry wins. A query that fails leaves the value of
     // an earlier one in place.
     for (UINT i = 0; i < m_translationCount; ++i)
@@ -94,10 +124,12 @@ const wchar_t* CFileVersionInfo::GetStringValue(const wchar_t* name) const
         {
             return nullptr; // cut: no entry has a name of this length, and the cut name may be another entry's
         }
-        UINT characterCount = 0;
-        QueryValue(m_versionData.get(), blockName, value, characterCount);
+        if (const wchar_t* const text = FindText(blockName))
+        {
+            value = text;
+        }
     }
-    return static_cast<const wchar_t*>(value);
+    return value;
 }
 
 const wchar_t* CFileVersionInfo::GetCompanyName() const

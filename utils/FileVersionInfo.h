@@ -28,6 +28,9 @@ public:
 /// The version resource of a file, read once at construction (`GetFileVersionInfoW`, `VerQueryValueW`). A file that is
 /// missing, cannot be read or has no version resource gives an object whose operations all answer null.
 ///
+/// The resource is the file's, so no length or place in it is trusted: the table of translations ends where the data
+/// ends at the latest, and an entry that does not lie inside the data, its end included, counts as absent.
+///
 /// Texts point into the object and live as long as it does. Immutable, hence safe on any thread.
 class CFileVersionInfo : public AFileVersionInfo
 {
@@ -57,10 +60,13 @@ private:
     bool ReadVersionData(const wchar_t* filePath);
     void FindTranslations();
     void FindFixedFileInfo();
+    std::size_t GetRoomFrom(const void* place) const noexcept;
+    const wchar_t* FindText(const wchar_t* blockName) const;
 
     const VS_FIXEDFILEINFO* m_fixedFileInfo = nullptr; // inside m_versionData
     UINT m_translationCount = 0;
     std::unique_ptr<std::byte[]> m_versionData;
+    std::size_t m_versionDataSize = 0;           // bytes
     const Translation* m_translations = nullptr; // inside m_versionData
 };
 } // namespace KVUtils

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "utils/AsciiCase.h"
+#include "utils/MemoryShortage.h"
 #include "winapi/WinApi.h"
 
 namespace KVUtils
@@ -19,39 +20,53 @@ namespace
 constexpr DWORD kBufferGrowth = 512; // characters of whichever width
 constexpr std::size_t kNumberBufferSize = 32;
 
-// Zeroed, so that a system that writes nothing leaves an empty text. False when there is no such amount of memory.
-template <typename Character> bool ObtainBuffer(std::basic_string<Character>& buffer, DWORD size)
-{
-    try
-    {
-        buffer.assign(size, Character());
-        return true;
-    }
-    catch (const std::bad_alloc&)
-    {
-        return false;
-    }
-}
-
-// Reads with growing buffers until the text fits: read(buffer, size) tells the length, size - 1 when it has cut it.
-template <typename Character, typename Read> bool ReadWhole(const Read& read, std::basic_string<Character>& value)
+// Reads with growing buffers until the text fits: read(buffer, size) returns the length, size - 1 when it has cut it.
+// Throws std::bad_alloc, and leaves the value alone, when there is no memory for it, here or in the system.
+template <typename Character, typename Read>
+bool ReadWholeOrThrow(const Read& read, std::basic_string<Character>& value)
 {
     std::basic_string<Character> buffer; // not the value itself: section or key may be its text
     DWORD size = 0;
     DWORD length = 0;
     do
     {
-        if (size > std::numeric_limits<DWORD>::max() - kBufferGrowth || !ObtainBuffer(buffer, size + kBufferGrowth))
+        if (size > std::numeric_limits<DWORD>::max() - kBufferGrowth)
         {
-            value.clear();
-            return false;
+            throw std::bad_alloc();
         }
         size += kBufferGrowth;
+        buffer.assign(size, Character()); // zeroed, so that a system that writes nothing leaves an empty text
+        ::SetLastError(ERROR_SUCCESS);    // the system does not clear it when the key is absent
         length = read(buffer.data(), size);
     } while (length >= size - 1);
+    if (length == 0)
+    {
+        ThrowIfMemoryShortage(::GetLastError());
+    }
     buffer.resize(std::min(buffer.find(Character()), buffer.size()));
     value.swap(buffer);
     return length != 0;
+}
+
+// The same with a lack of memory as an absent value.
+template <typename Character, typename Read> bool ReadWhole(const Read& read, std::basic_string<Character>& value)
+{
+    try
+    {
+        return ReadWholeOrThrow(read, value);
+    }
+    catch (const std::bad_alloc&)
+    {
+        value.clear();
+        return false;
+    }
+}
+
+auto MakeReader(const wchar_t* section, const wchar_t* key, const std::wstring& path)
+{
+    return [=, &path](wchar_t* buffer, DWORD size) {
+        return KVWinApi::g_winApi->GetPrivateProfileStringW(section, key, L"", buffer, size, path.c_str());
+    };
 }
 
 bool IsDigit(wchar_t character)
@@ -140,11 +155,12 @@ bool CIniFile::GetString(const wchar_t* section, const wchar_t* key, std::wstrin
 
 bool CIniFile::ReadString(const wchar_t* section, const wchar_t* key, std::wstring& value) const
 {
-    return ReadWhole(
-        [&](wchar_t* buffer, DWORD size) {
-            return KVWinApi::g_winApi->GetPrivateProfileStringW(section, key, L"", buffer, size, m_path.c_str());
-        },
-        value);
+    return ReadWhole(MakeReader(section, key, m_path), value);
+}
+
+bool CIniFile::ReadStringOrThrow(const wchar_t* section, const wchar_t* key, std::wstring& value) const
+{
+    return ReadWholeOrThrow(MakeReader(section, key, m_path), value);
 }
 
 bool CIniFile::SetYesNo(const wchar_t* section, const wchar_t* key, std::int32_t value)

@@ -19,14 +19,16 @@ public:
     /// The path as it was set; empty at first.
     virtual std::wstring GetFile() const = 0;
 
-    /// Each of the three leaves value alone when nothing can be read. Only the text "true" gives true, in any case.
+    /// GetBool, GetInt and GetString leave value alone when the key is absent or its text is empty, whereas ReadString
+    /// and GetStringA always replace it. Only the text "true" gives true, in any case.
     virtual bool GetBool(const wchar_t* section, const wchar_t* key, bool& value) const = 0;
     /// The decimal number that the text begins with, after blanks and a sign; beyond 32 bits it is the nearest that
-    /// fits. Text without a number gives 0 and false, and so does any spelling of 0 but "0" itself.
+    /// fits. If the text has no number, or spells zero other than "0", value becomes 0 and the result is false.
     virtual bool GetInt(const wchar_t* section, const wchar_t* key, std::int32_t& value) const = 0;
-    /// The narrow twin of ReadString, in the code page of the system, on a file whose path is in Latin-1.
+    /// The narrow twin of ReadString, in the code page of the system. The path must be ASCII: each of its characters is
+    /// reduced to its low byte, so any other path may name a different file.
     virtual bool GetStringA(const char* section, const char* key, std::string& value) const = 0;
-    /// Leaves value alone on failure.
+    /// The text as ReadString gives it.
     virtual bool GetString(const wchar_t* section, const wchar_t* key, std::wstring& value) const = 0;
 
     /// The text of a key, whole whatever its length. An absent and an empty value are one and the same: false. The
@@ -43,7 +45,7 @@ public:
     virtual bool SetString(const wchar_t* section, const wchar_t* key, const std::wstring& value) = 0;
     /// The same as SetString. Deliberate: both slots belong to the interface.
     virtual bool SetText(const wchar_t* section, const wchar_t* key, const std::wstring& value) = 0;
-    /// In the code page of the system, to a file whose path is in Latin-1.
+    /// In the code page of the system; the path must be ASCII, as for GetStringA.
     virtual bool SetStringA(const char* section, const char* key, const std::string& value) = 0;
     /// The text as it stands, zero-terminated.
     virtual bool SetValue(const wchar_t* section, const wchar_t* key, const wchar_t* value) = 0;
@@ -78,6 +80,10 @@ public:
     virtual bool WriteValue(const wchar_t* section, const wchar_t* key, const wchar_t* value);
     /// 1 for "Yes" in any case, 0 for any other text. Leaves value alone when nothing can be read.
     virtual bool GetYesNo(const wchar_t* section, const wchar_t* key, std::int32_t& value) const;
+
+    /// ReadString for a value whose absence has consequences: when there is no memory to read it, in this process or in
+    /// the system, std::bad_alloc is thrown and the value is left alone.
+    bool ReadStringOrThrow(const wchar_t* section, const wchar_t* key, std::wstring& value) const;
 
 private:
     std::string GetNarrowPath() const;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "logging/Trace.h"
+#include "utils/MemoryShortage.h"
 #include "utils/UtilsLogModule.h"
 #include "winapi/KernelApi.h"
 
@@ -63,8 +64,10 @@ std::wstring CPathUtils::GetPathOfExecutable()
     }
     // One character more than the system may use: it does not terminate a path that it has cut, on some versions.
     std::array<wchar_t, MAX_PATH + 1> buffer{};
+    ::SetLastError(ERROR_SUCCESS);
     if (KVWinApi::g_kernelApi->GetModuleFileNameW(nullptr, buffer.data(), MAX_PATH) == 0)
     {
+        ThrowIfMemoryShortage(::GetLastError());
         buffer[0] = L'\0';
     }
     std::wstring result = StripFilename(buffer.data());

@@ -17,7 +17,8 @@ public:
     static std::wstring StripFilename(const std::wstring& path);
 
     /// The folder of the running executable (`GetModuleFileNameW`, asked each time), without a backslash at the end
-    /// unless it is a root. Empty when the system does not tell.
+    /// unless it is a root. Empty when the system does not tell. Throws std::bad_alloc when the system lacked memory:
+    /// the settings and the mark of opting out are found from here.
     static std::wstring GetPathOfExecutable();
 };
 

@@ -39,8 +39,12 @@ void CStructuredExceptionScope::Call(void (*function)(void*), void* argument)
 
 #else
 
+#include <cxxabi.h>
+#include <unwind.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <typeinfo>
 
 // g++ has no translator: its frames let structured exceptions pass. The scope therefore puts a frame of its own, with a
 // structured exception handler, between itself and the code that it runs. The handler is asked in its turn, after the
@@ -55,6 +59,9 @@ struct Fault
 {
     EXCEPTION_RECORD record;
     CONTEXT context;
+    // The last C++ exception whose handler was looked for beyond the guard's frame: when a fault is noted after it, the
+    // exception was on its way there.
+    _Unwind_Exception* leaving;
 };
 
 // The frame of KvGuardedCall at and above its stack pointer. The handler is given its address.
@@ -66,6 +73,7 @@ struct GuardFrame
 static_assert(offsetof(GuardFrame, fault) == 32, "the assembly below stores the pointer at this offset");
 
 constexpr DWORD kMsvcCppException = 0xE06D7363;
+constexpr DWORD kGccThrow = 0x20474343; // its argument is the _Unwind_Exception
 
 // "GCC" in three bytes, with a variant in the low nibble of the first: throw, unwind, forced unwind.
 bool IsGccCppException(DWORD code) noexcept
@@ -97,11 +105,15 @@ extern "C"
                                                              DISPATCHER_CONTEXT* dispatcher)
     {
         const bool isUnwinding = (record->ExceptionFlags & (EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND)) != 0;
+        Fault& fault = *static_cast<GuardFrame*>(frame)->fault;
+        if (!isUnwinding && record->ExceptionCode == kGccThrow)
+        {
+            fault.leaving = reinterpret_cast<_Unwind_Exception*>(record->ExceptionInformation[0]);
+        }
         if (isUnwinding || !IsTranslated(record->ExceptionCode))
         {
             return ExceptionContinueSearch;
         }
-        Fault& fault = *static_cast<GuardFrame*>(frame)->fault;
         fault.record = *record;
         fault.record.ExceptionRecord = nullptr; // a nested record lies in a frame that is about to go
         fault.context = *context;
@@ -137,6 +149,97 @@ KvGuardedCallFaulted:
     .seh_endproc
 )");
 
+// What g++'s runtime keeps of a thread's C++ exceptions is changed by code that each try block, catch block and thrown
+// exception brings along. A fault takes that code's turn away: the exceptions of the catch blocks that it leaves would
+// stay the current ones for ever, and count as in flight those whose unwinding it interrupts. The guard puts back what
+// it found.
+//
+// <cxxabi.h> declares the access to it without the fields. They are laid down in the C++ ABI for Itanium, "Exception
+// Handling", 2.2.1 and 2.2.2, which g++ and clang follow on every processor, so that libraries of different compilers
+// can share a runtime; a change there would be a change of the ABI.
+namespace
+{
+// __cxa_exception; of an exception thrown by rethrow_exception, __cxa_dependent_exception, which has these fields at
+// the same places.
+struct ExceptionHeader
+{
+    void* type;
+    void* destructor;
+    void* unexpectedHandler;
+    void* terminateHandler;
+    ExceptionHeader* next; // caught before this one, and still in its catch block
+    int handlerCount;      // catch blocks that hold it, negative while it is thrown again; 0: none so far
+    int handlerSwitchValue;
+    const void* actionRecord;
+    const void* languageSpecificData;
+    _Unwind_Ptr catchTemp;
+    void* adjustedPointer;
+    _Unwind_Exception unwindHeader;
+};
+
+// __cxa_eh_globals
+struct ThreadExceptions
+{
+    ExceptionHeader* caught; // the innermost catch block's
+    unsigned int uncaughtCount;
+};
+
+class CExceptionState
+{
+public:
+    CExceptionState() noexcept
+        : m_thread(reinterpret_cast<ThreadExceptions*>(abi::__cxa_get_globals())), m_found(*m_thread),
+          m_handlerCount(m_found.caught != nullptr ? m_found.caught->handlerCount : 0)
+    {
+    }
+
+    // leaving: see Fault.
+    void Restore(_Unwind_Exception* leaving) noexcept
+    {
+        m_leaving = leaving != nullptr && IsUncaught(*leaving) ? leaving : nullptr;
+        // The destructor of an abandoned exception may fault in its turn; each is called once, so this has an end.
+        Fault ignored;
+        while (KvGuardedCall(&ReleaseAbandoned, this, &ignored) != 0)
+        {
+        }
+        m_thread->uncaughtCount = m_found.uncaughtCount;
+        if (m_found.caught != nullptr)
+        {
+            m_found.caught->handlerCount = m_handlerCount; // which catch blocks inside the guard have changed
+        }
+    }
+
+private:
+    // One that has been caught before is released by the catch block that holds it.
+    static bool IsUncaught(const _Unwind_Exception& exception) noexcept
+    {
+        const auto* const header = reinterpret_cast<const ExceptionHeader*>(reinterpret_cast<const char*>(&exception) -
+                                                                            offsetof(ExceptionHeader, unwindHeader));
+        return header->handlerCount == 0;
+    }
+
+    static void ReleaseAbandoned(void* state)
+    {
+        CExceptionState& self = *static_cast<CExceptionState*>(state);
+        while (self.m_thread->caught != self.m_found.caught && self.m_thread->caught != nullptr)
+        {
+            self.m_thread->caught->handlerCount = 1; // whatever it was: no catch block of it is left
+            abi::__cxa_end_catch();
+        }
+        if (_Unwind_Exception* const leaving = self.m_leaving)
+        {
+            self.m_leaving = nullptr;
+            _Unwind_DeleteException(leaving);
+        }
+    }
+
+    ThreadExceptions* m_thread;
+    ThreadExceptions m_found;
+    int m_handlerCount;
+    _Unwind_Exception* m_leaving = nullptr;
+};
+} // namespace
+
 namespace KVUtils
 {
 CStructuredExceptionScope::CStructuredExceptionScope() noexcept = default;
@@ -145,9 +248,12 @@ CStructuredExceptionScope::~CStructuredExceptionScope() = default;
 
 void CStructuredExceptionScope::Call(void (*function)(void*), void* argument)
 {
+    CExceptionState exceptions;
     Fault fault;
+    fault.leaving = nullptr;
     if (KvGuardedCall(function, argument, &fault) != 0)
     {
+        exceptions.Restore(fault.leaving);
         EXCEPTION_POINTERS pointers{&fault.record, &fault.context};
         TranslateStructuredException(fault.record.ExceptionCode, &pointers);
     }

@@ -25,6 +25,12 @@ namespace KVUtils
 /// do not run, because its frames cannot be unwound by a structured exception: take no lock and hold nothing else
 /// inside Run that a fault must not leave behind. With MSVC (/EHa) they do run.
 ///
+/// A fault inside a catch block ends that catch: `std::current_exception` and `std::uncaught_exceptions` are as they
+/// were when Run was called, and the exceptions that were caught inside Run are destroyed. With g++ a fault may also
+/// come from a destructor that an exception runs on its way; MSVC ends the program then. That exception is destroyed if
+/// it was on its way out of Run. If its handler lies inside Run it is lost: its destructor never runs, since nothing
+/// of the runtime refers to it between the throw and its catch block. A CWin32Exception lost so stays in the live count.
+///
 /// As always on Windows, a thread that survives a stack overflow calls `_resetstkoflw` before it can survive another.
 class CStructuredExceptionScope
 {

@@ -7,6 +7,7 @@
 #include <array>
 
 #include "logging/Trace.h"
+#include "utils/MemoryShortage.h"
 #include "utils/PathUtils.h"
 #include "utils/UtilsLogModule.h"
 #include "winapi/ShellApi.h"
@@ -60,15 +61,20 @@ const std::wstring& CSxSConfig::GetDataFolder()
     {
         return s_dataFolder;
     }
-    if (_GetIniFile().ReadString(L"Directories", L"DataFolder", s_dataFolder) && !s_dataFolder.empty())
+    _GetIniFile(); // sets the path
+    // Not ReadString: for lack of memory it would report an absent key, and the opt-out mark would be looked for in the
+    // default folder, where it is not.
+    if (s_iniFile.ReadStringOrThrow(L"Directories", L"DataFolder", s_dataFolder) && !s_dataFolder.empty())
     {
         return s_dataFolder;
     }
     const std::wstring name = GetLastPathComponent(GetSxSProductFolder());
     std::array<wchar_t, MAX_PATH + 1> commonData{};
-    if (KVWinApi::g_shellApi->SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA, nullptr, SHGFP_TYPE_CURRENT,
-                                               commonData.data()) != S_OK)
+    const HRESULT result = KVWinApi::g_shellApi->SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA, nullptr,
+                                                                  SHGFP_TYPE_CURRENT, commonData.data());
+    if (result != S_OK)
     {
+        ThrowIfMemoryShortage(result);
         return s_dataFolder;
     }
     s_dataFolder = CombinePaths(CombinePaths(commonData.data(), L"Norvik"), name);

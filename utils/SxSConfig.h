@@ -23,7 +23,8 @@ public:
 
     /// The folder of the product's data: section "Directories", key "DataFolder" of the ini file, taken as it stands,
     /// or else "Norvik" and the product folder's own name below the common application data (`SHGetFolderPathW`).
-    /// Empty when that is unknown too. Nothing is made or checked.
+    /// Empty when that is unknown too. Nothing is made or checked. Throws std::bad_alloc when there was no memory to
+    /// find the folder, in this process or in the system: another folder would not have the mark of opting out.
     static const std::wstring& GetDataFolder();
 
     /// Section "DeviceInfo", key "ModelName" of the ini file; empty when it is not there.

@@ -588,7 +588,10 @@ Result CKernelApi::CallResolved(std::atomic<Result(WINAPI*)(Parameters...)>& cac
         // The object's own operation, so that a substitute sees the look-up.
         const FARPROC found = GetProcAddress(m_kernel32, name);
         function = reinterpret_cast<Result(WINAPI*)(Parameters...)>(reinterpret_cast<void*>(found));
-        cache.store(function, std::memory_order_relaxed);
+        if (function != nullptr) // a failed look-up must not erase what another thread has found meanwhile
+        {
+            cache.store(function, std::memory_order_relaxed);
+        }
     }
     if (function == nullptr)
     {

@@ -8,9 +8,11 @@ namespace
 {
 constexpr std::size_t kPathSize = MAX_PATH + 32; // characters: the system folder's bound, and a short file name
 
-// False when it does not fit, which no system folder comes to, or when the system does not know the folder.
+// False when it does not fit, which no system folder comes to, or when the system does not know the folder; the last
+// error then says why.
 bool ComposePath(wchar_t (&path)[kPathSize], const wchar_t* fileName) noexcept
 {
+    ::SetLastError(ERROR_MOD_NOT_FOUND); // unless the system has a reason of its own, such as a lack of memory
     const UINT folderLength = ::GetSystemDirectoryW(path, MAX_PATH);
     const std::size_t nameLength = std::wcslen(fileName);
     if (folderLength == 0 || folderLength >= MAX_PATH || folderLength + 1 + nameLength >= kPathSize)
@@ -55,7 +57,6 @@ HMODULE CSystemLibrary::Load() noexcept
     wchar_t path[kPathSize];
     if (!ComposePath(path, m_fileName))
     {
-        ::SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
     module = ::LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);

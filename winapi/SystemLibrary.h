@@ -102,9 +102,12 @@ public:
         Pointer function = m_function.load(std::memory_order_acquire);
         if (function == nullptr)
         {
-            // Threads that meet here all find the same.
             function = reinterpret_cast<Pointer>(m_library.Find(m_name));
-            m_function.store(function, std::memory_order_release);
+            // Threads that succeed at the same time store the same pointer; one that fails must not erase it.
+            if (function != nullptr)
+            {
+                m_function.store(function, std::memory_order_release);
+            }
         }
         return function;
     }

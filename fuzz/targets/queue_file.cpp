@@ -16,9 +16,12 @@ std::list<std::wstring> ReadPlainly(const std::string& bytes, std::size_t limit)
         {
             line += static_cast<wchar_t>(static_cast<signed char>(byte));
         }
-        else if (!line.empty() && lines.size() < limit)
+        else
         {
-            lines.push_back(line);
+            if (!line.empty() && line.front() != L'\0' && lines.size() < limit)
+            {
+                lines.push_back(line);
+            }
             line.clear();
         }
     }
@@ -43,7 +46,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // What was read is what is written and read again.
     GAClient::CQueueLineCollector again(lines.size());
-    again.Add(GAClient::FormatQueueLines(lines));
+    std::string written;
+    GAClient::AppendQueueLines(lines, written);
+    again.Add(written);
     Require(again.TakeLines() == lines, "hits survive the file");
     return 0;
 }

@@ -49,15 +49,20 @@ class CollectionServer:
     certificate: file with key and certificate chain for encrypted hits.
     is_listening: without it connections are refused until listen() is called; the port is taken nevertheless.
     on_request: called with each Request as it arrives, on the connection's thread.
+    refused: part of a path; such a request is answered with 400, whatever answers says.
+    answer_seconds: how long each answer takes.
     """
 
-    def __init__(self, port=0, answers=(200,), certificate=None, is_listening=True, on_request=None):
+    def __init__(self, port=0, answers=(200,), certificate=None, is_listening=True, on_request=None, refused=None,
+                 answer_seconds=0):
         self._lock = threading.Lock()
         self._requests = []
         self._tunnels = []
         self._connections = 0
         self._answers = list(answers)
         self._on_request = on_request
+        self._refused = refused
+        self._answer_seconds = answer_seconds
         self._context = None
         if certificate is not None:
             self._context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -120,11 +125,15 @@ class CollectionServer:
     def record_request(self, is_encrypted, host, port, path, headers, body):
         """Returns the answer. The record comes first: whoever has been answered finds the request in it."""
         with self._lock:
-            answer = self._answers.pop(0) if len(self._answers) > 1 else self._answers[0]
+            if self._refused is not None and self._refused in path:
+                answer = 400
+            else:
+                answer = self._answers.pop(0) if len(self._answers) > 1 else self._answers[0]
             request = Request(time.monotonic(), is_encrypted, host, port, path, headers, body, answer)
             self._requests.append(request)
         if self._on_request is not None:
             self._on_request(request)
+        time.sleep(self._answer_seconds)
         return answer
 
     def encrypt(self, connection):

@@ -30,6 +30,7 @@ ROOT_CERTIFICATES_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\SystemCertifica
 class Run(typing.NamedTuple):
     exit_code: int
     elapsed_ms: int
+    output: str = "" # what the program printed, which has nothing to print
 
     @property
     def result(self):
@@ -135,7 +136,7 @@ class Product:
         told = re.search(r"^0x([0-9A-F]{8}) ([0-9]+)$", output, re.MULTILINE) # Wine has words of its own at a crash
         if told is None:
             raise RuntimeError(f"{host} printed no exit code but: {output}")
-        return Run(int(told[1], 16), int(told[2]))
+        return Run(int(told[1], 16), int(told[2]), (output[:told.start()] + output[told.end():]).strip())
 
     def send_to(self, port):
         """Makes this port of 127.0.0.1 the proxy of the user."""

@@ -3,6 +3,7 @@
 A crash would be an exit code that is none of the results, a message box a run that does not end."""
 
 import os
+import urllib.parse
 
 import hits
 from product import LOGGING_KEY, make_file
@@ -66,16 +67,17 @@ class ConfigurationValueTests(ReportingTest):
 
 
 class AbsurdCommandLineTests(ReportingTest):
-    def assertDone(self, command_line, own_hits):
-        """Some run of that many hits."""
+    def assertDone(self, command_line, expected):
+        """A run that sends what expected, a function of ExpectedHits, gives. Which characters the system escapes in an
+        address is its own affair: they are compared as they were before."""
         server = self.serve()
         self.product.place_host()
         self.assertEnds(self.product.start_command_line(command_line), "PROXY_S_DONE")
-        self.assertEqual(len(server.requests), own_hits)
-        return server
+        self.assertEqual([urllib.parse.unquote(hits.sent(request.path), errors="replace") for request in server.requests],
+                         expected(self.product.expected_hits()))
 
     def test_program_path_alone_without_quotes(self):
-        self.assertDone(self.product.program, 3)
+        self.assertDone(self.product.program, lambda run: run.empty_run())
 
     def test_very_long_link(self):
         """As long as a link can be without the whole command line being longer than the system allows."""
@@ -90,24 +92,24 @@ class AbsurdCommandLineTests(ReportingTest):
 
     def test_many_switches(self):
         switches = " ".join(f"/s{number} {number}" for number in range(2500))
-        self.assertDone(self.product.command_line(f"{switches} /linkid L1"), 4)
+        self.assertDone(self.product.command_line(f"{switches} /linkid L1"), lambda run: run.link_run("L1"))
 
     def test_nothing_but_slashes(self):
-        self.assertDone(self.product.command_line("/ " * 5000), 3)
+        self.assertDone(self.product.command_line("/ " * 5000), lambda run: run.empty_run())
 
     def test_quotes_without_an_end(self):
-        server = self.assertDone(self.product.command_line('/linkid "L1 /tabid T1'), 4)
-        self.assertSent(server, self.product.expected_hits().link_run("L1%20/tabid%20T1"))
+        self.assertDone(self.product.command_line('/linkid "L1 /tabid T1'), lambda run: run.link_run("L1 /tabid T1"))
 
     def test_nothing_but_quotes(self):
-        self.assertDone(self.product.command_line('"' * 999), 3)
+        self.assertDone(self.product.command_line('"' * 999), lambda run: run.empty_run())
 
     def test_backslashes_before_a_quote(self):
-        self.assertDone(self.product.command_line("/tabid " + "\\" * 9 + '"T'), 4)
+        self.assertDone(self.product.command_line("/tabid " + "\\" * 9 + '"T'),
+                        lambda run: run.screen_run("/" * 4 + '"T')) # the system's way with an address
 
     def test_control_characters(self):
-        """What the system makes of them in an address is its own affair; the tracked hit is one hit nevertheless."""
-        self.assertDone(self.product.command_line("/tabid a" + "".join(map(chr, range(1, 9))) + "b"), 4)
+        screen = "a" + "".join(map(chr, range(1, 9))) + "b"
+        self.assertDone(self.product.command_line(f"/tabid {screen}"), lambda run: run.screen_run(screen))
 
     def test_line_end_in_a_value(self):
         """The value goes out as it is, so the tracked hit is no proper request and is lost. The others are not."""
@@ -116,11 +118,21 @@ class AbsurdCommandLineTests(ReportingTest):
         expected = self.product.expected_hits().screen_run("a")
         self.assertSent(server, expected[:2] + expected[3:])
 
+    def test_line_end_in_a_value_begins_a_line_of_the_trace_log(self):
+        """The log has values as they are, so what follows looks like any line."""
+        self.serve()
+        self.product.log_to("C:\\trace.log", 0x10, 0)
+        self.assertEnds(self.product.start('/tabid "a\r\n(I0) Nothing happened"'), "PROXY_S_DONE")
+        lines = self.prefix.path("C:\\trace.log").read_bytes().decode("utf-16-le").split("\r\n")
+        line = lines.index("(I0) CAnalyticsProxy::Run - Calling TrackScreenView for a")
+        self.assertEqual(lines[line + 1], "(I0) Nothing happened")
+
     def test_characters_beyond_the_code_page(self):
-        self.assertDone(self.product.command_line("/linkid \u4e2d\u6587\U0001f600"), 4)
+        self.assertDone(self.product.command_line("/linkid \u4e2d\u6587\U0001f600"),
+                        lambda run: run.link_run("????")) # one for each UTF-16 unit
 
     def test_half_a_character(self):
-        self.assertDone(self.product.command_line("/linkid a\ud800b"), 4)
+        self.assertDone(self.product.command_line("/linkid a\ud800b"), lambda run: run.link_run("a?b"))
 
 
 class FolderTests(ReportingTest):
@@ -171,10 +183,14 @@ class FolderTests(ReportingTest):
 
 class BinaryQueueTests(ReportingTest):
     def test_queue_file_that_is_binary(self):
-        """Each line is sent as it is, or refused by the system; the run ends in any case."""
+        """Each line is sent as it is, or refused by the system; the run ends in any case, and no hit of its own is lost."""
         make_file(self.product.queue_file, bytes(range(256)) * 4)
         server = self.serve()
         self.assertEnds(self.product.start("/tabid Scan"), "PROXY_S_DONE")
+        sent = [hits.sent(request.path) for request in server.requests]
+        queued = [hits.stored(line) for line in self.product.queue_file.read_bytes().decode("latin-1").split("\n")]
+        own = self.product.expected_hits().screen_run("Scan")
+        self.assertEqual([hit for hit in sent + queued if hit in own], own)
 
 
 class LoggingTests(ReportingTest):

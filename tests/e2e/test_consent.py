@@ -81,6 +81,28 @@ class ConsentTests(ProgramTest):
         self.product.opt_out()
         self.assertConsent(True)
 
+    def test_configured_data_folder_is_a_full_path_in_any_spelling(self):
+        self.product.opt_in()
+        self.product.opt_out("C:\\Data")
+        for folder in ("C:/Data", "C:\\Data\\", "c:/data/", "C:\\Other\\..\\.\\Data"):
+            with self.subTest(folder):
+                self.product.write_config(PLAIN + f"[Directories]\nDataFolder={folder}\n")
+                self.assertConsent(False)
+
+    def test_configured_data_folder_that_is_no_full_path_never_shows_the_mark(self):
+        self.product.opt_in()
+        self.product.opt_out("C:\\Data")
+        for folder in ("Data", "C:Data", "\\Data"):
+            with self.subTest(folder):
+                self.product.write_config(PLAIN + f"[Directories]\nDataFolder={folder}\n")
+                self.assertConsent(True)
+
+    def test_configured_data_folder_in_the_second_section_of_its_name_does_not_count(self):
+        self.product.opt_in()
+        self.product.write_config("[Directories]\n" + PLAIN + "[Directories]\nDataFolder=C:\\Data\n")
+        self.product.opt_out()
+        self.assertConsent(False)
+
     def test_comes_before_the_question_who_calls(self):
         run = self.product.start("/linkid a", host="C:\\stranger.exe")
         self.assertEnds(run, "PROXY_S_NOT_OPTED_IN")

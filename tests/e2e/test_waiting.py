@@ -51,6 +51,11 @@ class WaitingTests(ReportingTest):
     def test_redirection_is_no_delivery(self):
         self.assertOnlyFirstTried(self.wait_in_vain(answers=[301]))
 
+    def test_hit_that_is_refused_keeps_those_behind_it_waiting(self):
+        server = self.wait_in_vain(refused="sc=start")
+        self.assertOnlyFirstTried(server) # although the others would be taken
+        self.assertEqual({request.answer for request in server.requests}, {400})
+
     def test_connection_that_is_closed_without_an_answer(self):
         server = self.wait_in_vain(answers=[CLOSE])
         first = self.product.expected_hits().session_start()
@@ -82,6 +87,15 @@ class RecoveryTests(ReportingTest):
         self.assertEqual([hits.sent(request.path) for request in server.requests], [*own[:3], *own[2:]])
         # The second attempt of the tracked hit comes a second later and says so.
         self.assertGreaterEqual(hits.queue_seconds(server.requests[3].path), 1)
+        self.assertEqual(self.product.queued_hits(), [])
+
+    def test_server_that_answers_slowly_gets_each_hit_once(self):
+        answer_seconds = 1.5
+        server = self.serve(answer_seconds=answer_seconds)
+        run = self.product.start("/linkid L1")
+        self.assertEnds(run, "PROXY_S_DONE")
+        self.assertSent(server, self.product.expected_hits().link_run("L1"))
+        self.assertGreaterEqual(run.elapsed_ms, 3 * answer_seconds * 1000)
         self.assertEqual(self.product.queued_hits(), [])
 
     def test_created_and_accepted_are_deliveries(self):

@@ -8,10 +8,15 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
+
+KV_DECLARE_IMPORT(CreateWaitableTimerW)
+KV_DECLARE_IMPORT(SetWaitableTimer)
 
 using GAClient::CAsyncRequestTracker;
 using Paths = std::vector<std::wstring>;
@@ -84,6 +89,7 @@ public:
         if (handle == thread)
         {
             joinBound = milliseconds;
+            joining.Set();
             return joinResult ? *joinResult : CKernelApi::WaitForSingleObject(handle, milliseconds);
         }
         return CKernelApi::WaitForSingleObject(handle, milliseconds);
@@ -92,6 +98,15 @@ public:
     {
         CKernelApi::EnterCriticalSection(section);
         entered();
+    }
+    BOOL GetExitCodeThread(HANDLE handle, LPDWORD exitCode) override
+    {
+        return failingLooks-- > 0 ? FALSE : CKernelApi::GetExitCodeThread(handle, exitCode);
+    }
+    void DeleteCriticalSection(LPCRITICAL_SECTION section) override
+    {
+        ++sectionsDeleted;
+        CKernelApi::DeleteCriticalSection(section);
     }
     void Sleep(DWORD milliseconds) override
     {
@@ -132,6 +147,9 @@ public:
     std::optional<HANDLE> eventResult;
     std::optional<HANDLE> threadResult;
     std::optional<DWORD> joinResult;
+    Signal joining;       // once the join has begun
+    int failingLooks = 0; // at the thread's exit code, so many of the next ones
+    std::atomic<int> sectionsDeleted = 0;
     std::atomic<DWORD> longestWait = kLongMs;
     // However slow the computer is, the worker has not tried again when the test goes on.
     std::atomic<bool> idleLastsUntilStop = false;
@@ -193,6 +211,7 @@ protected:
     {
         return m_winApi.DataFolder(m_name, KVTest::kSampleVersion) + L"Statlet_RequestQueue.txt";
     }
+    bool FileExists() const { return ::GetFileAttributesW(FilePath().c_str()) != INVALID_FILE_ATTRIBUTES; }
     std::string FileBytes() const { return KVTest::ReadFileBytes(FilePath()); }
     // A running tracker with these hits, whose first attempt has failed. From then on the server answers so.
     void StartWithOneFailedAttempt(const Requests& requests,
@@ -294,15 +313,37 @@ TEST_F(AsyncRequestTrackerTests, Stop_NotRunning_Fails)
 
 TEST_F(AsyncRequestTrackerTests, Destruction_ClosesWhatIsOpenAndSavesNothing)
 {
-    m_kernelApi.threadResult = ThreadApi::kFake;
+    EXPECT_TRUE(m_tracker->Start());
+    Track({L"a"});
+    m_tracker.reset();
+    EXPECT_EQ(m_kernelApi.WorkerExitCode(), 0U);
+    const std::vector<std::string> calls = m_kernelApi.TakeCalls();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "close event"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "close thread"), 1);
+    EXPECT_FALSE(FileExists());
+}
+
+// The lock goes with the last share of what it guards.
+TEST_F(AsyncRequestTrackerTests, Destruction_WithoutThread_LeavesNoShare)
+{
+    for (const HANDLE noThread : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE})
     {
-        CAsyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
-        EXPECT_TRUE(tracker.Start());
-        EXPECT_TRUE(tracker.TrackRequest(L"a"));
-        m_kernelApi.TakeCalls();
+        m_kernelApi.threadResult = noThread;
+        const int before = m_kernelApi.sectionsDeleted;
+        {
+            CAsyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
+            EXPECT_EQ(tracker.Start(), noThread == nullptr);
+        }
+        EXPECT_EQ(m_kernelApi.sectionsDeleted - before, 2);
     }
-    EXPECT_EQ(m_kernelApi.TakeCalls(), std::vector<std::string>({"close event", "close thread"}));
-    EXPECT_EQ(::GetFileAttributesW(FilePath().c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(AsyncRequestTrackerTests, Destruction_AfterStop_LeavesNoShare)
+{
+    EXPECT_TRUE(m_tracker->Start());
+    EXPECT_TRUE(m_tracker->Stop());
+    m_tracker.reset();
+    EXPECT_EQ(m_kernelApi.sectionsDeleted, 2);
 }
 
 // The worker's loop.
@@ -383,6 +424,27 @@ TEST_F(AsyncRequestTrackerTests, Worker_OutOfMemory_GoesOn)
             throw std::bad_alloc();
         }
         return 200;
+    };
+    Track({L"a", L"b"});
+    m_tracker->SetDispatchHeld(false);
+    EXPECT_TRUE(m_tracker->Start());
+    EXPECT_TRUE(WaitUntilQueueHas(0));
+    EXPECT_EQ(m_winApi.Paths(), Paths({L"a", L"a", L"a", L"b"}));
+}
+
+TEST_F(AsyncRequestTrackerTests, Worker_WithAnyException_GoesOn)
+{
+    m_kernelApi.longestWait = 1;
+    m_winApi.answer = [this](const std::wstring&) -> DWORD {
+        switch (m_attempts++)
+        {
+        case 0:
+            throw std::runtime_error("some failure");
+        case 1:
+            throw 1;
+        default:
+            return 200;
+        }
     };
     Track({L"a", L"b"});
     m_tracker->SetDispatchHeld(false);
@@ -503,6 +565,73 @@ TEST_F(AsyncRequestTrackerTests, Flush_EndsWhenItsTimeIsOverAndNotBefore)
     EXPECT_EQ(FileBytes(), expected);
 }
 
+// The system's timer, which no facade offers.
+
+namespace
+{
+bool g_timerIsMade = true;
+bool g_timerIsSet = true;
+LONGLONG g_dueTime = 0;
+int g_timersAsked = 0;
+
+HANDLE WINAPI MakeTimer(LPSECURITY_ATTRIBUTES, BOOL manualReset, LPCWSTR)
+{
+    ++g_timersAsked;
+    // Never set: it does not fire.
+    return g_timerIsMade ? ::CreateEventW(nullptr, manualReset, FALSE, nullptr) : nullptr;
+}
+
+BOOL WINAPI SetTimerTo(HANDLE, const LARGE_INTEGER* dueTime, LONG, PTIMERAPCROUTINE, LPVOID, BOOL)
+{
+    g_dueTime = dueTime->QuadPart;
+    return g_timerIsSet ? TRUE : FALSE;
+}
+
+class FlushTimerTests : public AsyncRequestTrackerTests
+{
+protected:
+    FlushTimerTests()
+    {
+        g_timerIsMade = true;
+        g_timerIsSet = true;
+        g_timersAsked = 0;
+    }
+    void StopWithFlush(DWORD budgetMs)
+    {
+        StartWithOneFailedAttempt({L"a", L"b"});
+        m_tracker->SetFlushOnStop(true);
+        m_tracker->SetFlushBudget(budgetMs);
+        EXPECT_TRUE(m_tracker->Stop());
+        EXPECT_EQ(g_timersAsked, 1);
+    }
+    KVTest::ImportPatch m_makePatch{__imp_CreateWaitableTimerW, reinterpret_cast<void*>(&MakeTimer)};
+    KVTest::ImportPatch m_setPatch{__imp_SetWaitableTimer, reinterpret_cast<void*>(&SetTimerTo)};
+};
+} // namespace
+
+TEST_F(FlushTimerTests, Time_IsCountedIn64Bits)
+{
+    StopWithFlush(4000000000);
+    EXPECT_EQ(g_dueTime, -40000000000000);
+    EXPECT_EQ(FileBytes(), "");
+}
+
+TEST_F(FlushTimerTests, TimerThatCannotBeMade_StopsTheFlush)
+{
+    g_timerIsMade = false;
+    StopWithFlush(kLongMs);
+    EXPECT_EQ(m_winApi.Paths(), Paths({L"a"}));
+    EXPECT_EQ(FileBytes(), "a\nb\n");
+}
+
+TEST_F(FlushTimerTests, TimerThatCannotBeSet_StopsTheFlush)
+{
+    g_timerIsSet = false;
+    StopWithFlush(kLongMs);
+    EXPECT_EQ(m_winApi.Paths(), Paths({L"a"}));
+    EXPECT_EQ(FileBytes(), "a\nb\n");
+}
+
 // The bound of the join, and a worker that misses it.
 
 TEST_F(AsyncRequestTrackerTests, JoinBound_WithoutTimeoutAndBudget_IsSeventySeconds)
@@ -544,14 +673,58 @@ TEST_F(AsyncRequestTrackerTests, WorkerLeftBehind_FinishesWithWhatItShares)
     ASSERT_TRUE(isSending.Wait());
     EXPECT_TRUE(m_tracker->Stop());
     EXPECT_FALSE(m_tracker->Start()); // its worker is not gone
-    const std::weak_ptr<CAsyncRequestTracker> observer = m_tracker;
     m_tracker.reset();
-    EXPECT_FALSE(observer.expired());
+    EXPECT_EQ(m_kernelApi.sectionsDeleted, 0); // the lock that it holds
     goOn.Set();
     EXPECT_EQ(m_kernelApi.WorkerExitCode(), 0U);
-    EXPECT_TRUE(observer.expired());
+    EXPECT_EQ(m_kernelApi.sectionsDeleted, 2);
     EXPECT_EQ(m_winApi.Paths(), Paths({L"a"}));
     EXPECT_EQ(FileBytes(), "b\n");
+}
+
+TEST_F(AsyncRequestTrackerTests, WorkerLeftBehindAtTheEndOfTheProcess_TouchesNothing)
+{
+    Signal isSending;
+    Signal goOn;
+    m_winApi.answer = [&](const std::wstring&) {
+        isSending.Set();
+        return goOn.Wait() ? DWORD{200} : DWORD{500};
+    };
+    m_kernelApi.joinResult = WAIT_TIMEOUT;
+    Track({L"a", L"b"});
+    m_tracker->SetDispatchHeld(false);
+    EXPECT_TRUE(m_tracker->Start());
+    ASSERT_TRUE(isSending.Wait());
+    EXPECT_TRUE(m_tracker->Stop());
+    m_tracker->Abandon();
+    m_tracker.reset();
+    m_kernelApi.TakeCalls();
+    goOn.Set();
+    EXPECT_EQ(m_kernelApi.WorkerExitCode(), 0U);
+    EXPECT_EQ(m_kernelApi.TakeCalls(), std::vector<std::string>());
+    EXPECT_EQ(m_kernelApi.sectionsDeleted, 0);
+    EXPECT_FALSE(FileExists());
+}
+
+TEST_F(AsyncRequestTrackerTests, JoinThatCannotWait_WaitsNeverthelessUntilAllIsSaved)
+{
+    Signal isSending;
+    m_winApi.answer = [&](const std::wstring&) {
+        isSending.Set();
+        m_kernelApi.joining.Wait();
+        ::Sleep(50); // so that a join which gives up usually shows; the outcome does not depend on it
+        return DWORD{500};
+    };
+    m_kernelApi.joinResult = WAIT_FAILED;
+    m_kernelApi.failingLooks = 3;
+    Track({L"a"});
+    m_tracker->SetDispatchHeld(false);
+    EXPECT_TRUE(m_tracker->Start());
+    ASSERT_TRUE(isSending.Wait());
+    EXPECT_TRUE(m_tracker->Stop());
+    ASSERT_TRUE(FileExists());
+    EXPECT_EQ(FileBytes(), "a\n");
+    EXPECT_TRUE(m_tracker->Start()); // its worker has ended
 }
 
 // Callers while the worker sends.

@@ -75,7 +75,7 @@ public:
         shellFolder = folder;
         shellCreates = create;
         shellWindow = window;
-        if (!shellAnswers)
+        if (!shellAnswers || failingShellCalls-- > 0)
         {
             return FALSE;
         }
@@ -91,6 +91,7 @@ public:
 
     TemporaryFolder localFolder;
     bool shellAnswers = true;
+    int failingShellCalls = 0; // so many of the next ones
     int shellCalls = 0;
     int shellFolder = -1;
     BOOL shellCreates = FALSE;

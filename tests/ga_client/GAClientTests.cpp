@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <stdexcept>
+
 #include "ga_client/DataFolder.h"
 #include "tests/ga_client/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
@@ -23,12 +26,29 @@ public:
     HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState, LPCWSTR name) override
     {
         ++events;
-        return eventFails ? INVALID_HANDLE_VALUE
-                          : CKernelApi::CreateEventW(attributes, manualReset, initialState, name);
+        stopEvent =
+            eventFails ? INVALID_HANDLE_VALUE : CKernelApi::CreateEventW(attributes, manualReset, initialState, name);
+        return stopEvent;
+    }
+    DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) override
+    {
+        constexpr DWORD kShorterThanAnyJoin = 60000;
+        if (handle == stopEvent)
+        {
+            return CKernelApi::WaitForSingleObject(handle, restsUntilStop ? INFINITE : 1);
+        }
+        if (milliseconds > kShorterThanAnyJoin)
+        {
+            joinBound = milliseconds;
+        }
+        return CKernelApi::WaitForSingleObject(handle, milliseconds);
     }
 
     bool eventFails = false;
     int events = 0;
+    std::atomic<HANDLE> stopEvent = nullptr;
+    std::atomic<bool> restsUntilStop = false; // the worker, from its next rest on
+    DWORD joinBound = 0;
 };
 
 class UninitialisedGAClientTests : public testing::Test
@@ -452,12 +472,80 @@ TEST_F(GAClientTests, Uninitialize_TellsThatTheSaveFailed)
     EXPECT_FALSE(m_client->Stop()); // the tracker is gone nevertheless
 }
 
-TEST_F(UninitialisedGAClientTests, Destruction_SavesTheQueueWithoutFlush)
+namespace
 {
-    EXPECT_TRUE(Initialize(true));
-    EXPECT_TRUE(m_client->TrackScreenView(L"A"));
+// A client whose only hit could not be sent, and whose worker rests until it is stopped. The server accepts from then
+// on: a flush would send the hit.
+class RestingClientTests : public UninitialisedGAClientTests
+{
+protected:
+    RestingClientTests()
+    {
+        m_winApi.answer = [this](const std::wstring&) {
+            const bool isFirst = m_attempts++ == 0;
+            m_kernelApi.restsUntilStop = true;
+            return isFirst ? DWORD{500} : DWORD{200};
+        };
+        EXPECT_TRUE(Initialize(true));
+        m_client->SetDispatchHeld(false);
+        EXPECT_TRUE(m_client->TrackScreenView(L"A"));
+        constexpr int kMostPolls = 20000;
+        for (int poll = 0; poll < kMostPolls && m_attempts == 0; ++poll)
+        {
+            ::Sleep(1);
+        }
+        EXPECT_EQ(m_attempts, 1);
+    }
+    std::string QueuedLine() const
+    {
+        const std::wstring hit = Hit(L"t=appview&cd=A") + kMark;
+        return std::string(hit.begin(), hit.end()) + "\n";
+    }
+
+    std::atomic<int> m_attempts = 0;
+};
+} // namespace
+
+TEST_F(RestingClientTests, Uninitialize_HandsOnTheFlushAndItsTime)
+{
+    EXPECT_TRUE(m_client->Uninitialize(true, 20000));
+    EXPECT_EQ(m_attempts, 2);
+    EXPECT_EQ(m_kernelApi.joinBound, 90000U);
+    EXPECT_EQ(KVTest::ReadFileBytes(QueueFile()), "");
+}
+
+TEST_F(RestingClientTests, Uninitialize_WithoutFlush_OnlySaves)
+{
+    EXPECT_TRUE(m_client->Uninitialize(false, 20000));
+    EXPECT_EQ(m_attempts, 1);
+    EXPECT_EQ(m_kernelApi.joinBound, 90000U);
+    EXPECT_EQ(KVTest::ReadFileBytes(QueueFile()), QueuedLine());
+}
+
+TEST_F(RestingClientTests, Destruction_SavesTheQueueWithoutFlush)
+{
     m_client.reset();
-    EXPECT_TRUE(m_winApi.Paths().empty());
-    const std::wstring hit = Hit(L"t=appview&cd=A") + kMark;
-    EXPECT_EQ(KVTest::ReadFileBytes(QueueFile()), std::string(hit.begin(), hit.end()) + "\n");
+    EXPECT_EQ(m_attempts, 1);
+    EXPECT_EQ(m_kernelApi.joinBound, 70000U);
+    EXPECT_EQ(KVTest::ReadFileBytes(QueueFile()), QueuedLine());
+}
+
+TEST_F(UninitialisedGAClientTests, Destruction_OfAClientThatCannotSave_EndsQuietly)
+{
+    class ThrowingApi : public KVTest::FixedTimeApi
+    {
+    public:
+        HANDLE CreateFileW(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) override
+        {
+            ++openings;
+            throw std::runtime_error("some failure");
+        }
+        int openings = 0;
+    };
+    EXPECT_TRUE(Initialize());
+    EXPECT_TRUE(m_client->TrackScreenView(L"A"));
+    ThrowingApi kernelApi;
+    KVTest::ScopedSubstitute<KVWinApi::IKernelApi> swap{KVWinApi::g_kernelApi, kernelApi};
+    EXPECT_NO_THROW(m_client.reset());
+    EXPECT_EQ(kernelApi.openings, 1);
 }

@@ -2,9 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <new>
+#include <thread>
+#include <type_traits>
+
+#include "ga_client/RequestOutbox.h"
 #include "tests/ga_client/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
+#include "tests/utils/AllocationHook.h"
+#include "tests/utils/Faults.h"
+#include "utils/StructuredExceptionScope.h"
+#include "utils/Win32Exception.h"
 
 using Paths = std::vector<std::wstring>;
 using Requests = std::list<std::wstring>;
@@ -37,6 +47,57 @@ protected:
     std::wstring m_name = KVTest::UniqueApplicationName();
     GAClient::CSyncRequestTracker m_tracker{m_name, KVTest::kSampleVersion, false};
 };
+} // namespace
+
+namespace
+{
+// Counts the allocations of the thread that asks for it, and lets all fail from one on.
+class FailingAllocations
+{
+public:
+    explicit FailingAllocations(int firstFailure) : m_hook(&Count)
+    {
+        s_left = firstFailure;
+        s_hasFailed = false;
+    }
+    static bool HasFailed() noexcept { return s_hasFailed; }
+
+private:
+    static void Count(std::size_t)
+    {
+        if (s_left-- <= 0)
+        {
+            s_hasFailed = true;
+            throw std::bad_alloc();
+        }
+    }
+    static inline int s_left = 0;
+    static inline bool s_hasFailed = false;
+    KVTest::AllocationHook m_hook;
+};
+
+// Whether the lock of the tracker can be had: asked on a thread of its own, which a lock that was left held keeps.
+bool IsLockFree(const std::shared_ptr<GAClient::CSyncRequestTracker>& tracker)
+{
+    constexpr DWORD kBoundMs = 5000;
+    const auto answered = std::shared_ptr<void>(::CreateEventW(nullptr, TRUE, FALSE, nullptr), &::CloseHandle);
+    std::thread([tracker, answered] {
+        Requests queue;
+        tracker->GetQueuedRequests(queue);
+        ::SetEvent(answered.get());
+    }).detach();
+    return ::WaitForSingleObject(answered.get(), kBoundMs) == WAIT_OBJECT_0;
+}
+
+template <typename Result, typename... Arguments>
+constexpr bool TakesAndReturnsValues(Result (GAClient::CRequestOutbox::*)(Arguments...))
+{
+    return !std::is_reference_v<Result> && !std::is_pointer_v<Result> && !(std::is_reference_v<Arguments> || ...) &&
+           !(std::is_pointer_v<Arguments> || ...);
+}
+static_assert(TakesAndReturnsValues(&GAClient::CRequestOutbox::Append));
+static_assert(TakesAndReturnsValues(&GAClient::CRequestOutbox::SendNow));
+static_assert(TakesAndReturnsValues(&GAClient::CRequestOutbox::GetSnapshot));
 } // namespace
 
 #if !defined(_MSC_VER)
@@ -338,4 +399,136 @@ TEST_F(SyncRequestTrackerTests, LoadAndSave_TakeTheLockBeforeTheMutex)
     EXPECT_TRUE(tracker.Stop());
     EXPECT_EQ(winApi.depths, std::vector<int>({1, 1, 1, 1}));
     EXPECT_EQ(kernelApi.depth, 0);
+}
+
+// The lock.
+
+TEST_F(SyncRequestTrackerTests, Lock_IsHeldWhileAHitIsQueuedAndWhileOneIsSent)
+{
+    class DepthApi : public KVTest::FixedTimeApi
+    {
+    public:
+        void EnterCriticalSection(LPCRITICAL_SECTION section) override
+        {
+            CKernelApi::EnterCriticalSection(section);
+            ++depth;
+            ++enters;
+        }
+        void LeaveCriticalSection(LPCRITICAL_SECTION section) override
+        {
+            --depth;
+            CKernelApi::LeaveCriticalSection(section);
+        }
+        int depth = 0;
+        int enters = 0;
+    };
+    DepthApi kernelApi;
+    KVTest::ScopedSubstitute<KVWinApi::IKernelApi> swap{KVWinApi::g_kernelApi, kernelApi};
+    EXPECT_TRUE(m_tracker.TrackRequest(L"queued"));
+    EXPECT_EQ(kernelApi.enters, 2); // the door of the lock, and the lock
+    std::vector<int> depths;
+    m_winApi.answer = [&](const std::wstring&) {
+        depths.push_back(kernelApi.depth);
+        return DWORD{200};
+    };
+    m_tracker.SetDispatchHeld(false);
+    EXPECT_TRUE(m_tracker.TrackRequest(L"sent"));
+    EXPECT_EQ(m_tracker.Dispatch(1), 0);
+    EXPECT_EQ(depths, std::vector<int>({1, 1}));
+    EXPECT_EQ(kernelApi.depth, 0);
+}
+
+TEST_F(SyncRequestTrackerTests, FaultInMemoryOfTheCaller_LeavesTheLockFree)
+{
+    const auto tracker = std::make_shared<GAClient::CSyncRequestTracker>(m_name, KVTest::kSampleVersion, false);
+    EXPECT_TRUE(tracker->TrackRequest(L"a"));
+    const KVTest::ForbiddenPage page;
+    const KVUtils::CStructuredExceptionScope scope;
+    auto& badList = *static_cast<Requests*>(page.GetAddress());
+    EXPECT_THROW(scope.Run([&] { tracker->GetQueuedRequests(badList); }), KVUtils::CWin32Exception);
+    ASSERT_TRUE(IsLockFree(tracker));
+    const auto& badText = *static_cast<const std::wstring*>(page.GetAddress());
+    EXPECT_THROW(scope.Run([&] { tracker->TrackRequest(badText); }), KVUtils::CWin32Exception);
+    ASSERT_TRUE(IsLockFree(tracker));
+    tracker->SetDispatchHeld(false);
+    EXPECT_THROW(scope.Run([&] { tracker->TrackRequest(badText); }), KVUtils::CWin32Exception);
+    ASSERT_TRUE(IsLockFree(tracker));
+    EXPECT_TRUE(m_winApi.Paths().empty());
+}
+
+TEST_F(SyncRequestTrackerTests, RequestTimeout_ReachesQueuedHitsToo)
+{
+    EXPECT_TRUE(m_tracker.TrackRequest(L"a"));
+    m_tracker.SetRequestTimeout(1500);
+    m_tracker.SetDispatchHeld(false);
+    EXPECT_EQ(m_tracker.Dispatch(1), 0);
+    EXPECT_EQ(m_winApi.TakeCalls()[2], L"option session1 2 1500");
+}
+
+// Lack of memory.
+
+TEST_F(SyncRequestTrackerTests, Stop_WithoutMemory_SavesAll)
+{
+    {
+        GAClient::CSyncRequestTracker earlier(m_name, KVTest::kSampleVersion, false);
+        EXPECT_TRUE(earlier.TrackRequest(L"loaded"));
+        EXPECT_TRUE(earlier.Stop());
+    }
+    EXPECT_TRUE(m_tracker.Start());
+    std::string expected = "loaded\n";
+    for (int i = 0; i < 300; ++i)
+    {
+        EXPECT_TRUE(m_tracker.TrackRequest(std::wstring(static_cast<std::size_t>(i), L'x') + L"#1"));
+        expected += std::string(static_cast<std::size_t>(i), 'x') + "#1\n";
+    }
+    bool saved = false;
+    {
+        const FailingAllocations hook(0);
+        saved = m_tracker.Stop();
+    }
+    EXPECT_TRUE(saved);
+    EXPECT_FALSE(FailingAllocations::HasFailed());
+    EXPECT_EQ(KVTest::ReadFileBytes(FilePath()), expected);
+}
+
+// Every allocation of a load fails once, with all that follow.
+TEST_F(SyncRequestTrackerTests, Start_WithoutMemory_LeavesTheHitsInTheFileOrTakesThem)
+{
+    constexpr int kMoreThanALoadNeeds = 1000;
+    {
+        GAClient::CSyncRequestTracker earlier(m_name, KVTest::kSampleVersion, false);
+        for (int i = 0; i < 20; ++i)
+        {
+            EXPECT_TRUE(earlier.TrackRequest(std::wstring(40, L'x')));
+        }
+        EXPECT_TRUE(earlier.Stop());
+    }
+    const std::string bytes = KVTest::ReadFileBytes(FilePath());
+    for (int failure = 0; failure < kMoreThanALoadNeeds; ++failure)
+    {
+        SCOPED_TRACE(failure);
+        GAClient::CSyncRequestTracker tracker(m_name, KVTest::kSampleVersion, false);
+        bool isLoaded = false;
+        {
+            const FailingAllocations hook(failure);
+            try
+            {
+                isLoaded = tracker.Start();
+            }
+            catch (const std::bad_alloc&)
+            {
+                isLoaded = false;
+            }
+        }
+        Requests queue;
+        tracker.GetQueuedRequests(queue);
+        if (isLoaded && !FailingAllocations::HasFailed())
+        {
+            EXPECT_EQ(queue.size(), 20U);
+            return;
+        }
+        ASSERT_TRUE(queue.empty());
+        ASSERT_EQ(KVTest::ReadFileBytes(FilePath()), bytes);
+    }
+    FAIL() << "no load succeeded";
 }

@@ -583,24 +583,63 @@ TEST_F(LogModuleTests, ModuleWithoutName_ReadsTheProcessKeyAndItsSourceFiles)
     EXPECT_EQ(ReadLog(), Lines({L"(I0) module", L"(WN) source file"}));
 }
 
+// A DLL with a copy of the logging code, of which each line makes a module and ends it.
+class LogLibrary
+{
+public:
+    explicit LogLibrary(const std::wstring& fileName)
+        : m_library(::LoadLibraryW(KVTest::PathBesideTest(fileName).c_str()))
+    {
+        if (m_library == nullptr)
+        {
+            throw std::runtime_error("the library is missing");
+        }
+    }
+    ~LogLibrary() { ::FreeLibrary(m_library); }
+    LogLibrary(const LogLibrary&) = delete;
+    LogLibrary& operator=(const LogLibrary&) = delete;
+
+    void Log(const wchar_t* text) const
+    {
+        // NOLINTNEXTLINE(bugprone-casting-through-void): a looked-up function has no type of its own
+        reinterpret_cast<void (*)(const wchar_t*)>(
+            reinterpret_cast<void*>(::GetProcAddress(m_library, "KvLogInLibrary")))(text);
+    }
+
+private:
+    HMODULE m_library;
+};
+
 TEST_F(LogModuleTests, LibraryWithItsOwnCopyOfTheCode_HasItsOwnNameAndSharesTheSettings)
 {
     UseFile(0x400, 0x200000);
     m_registry.SetDword(ModuleKey(L"kv_log_library"), L"LogCategories", 0x10);
-    const HMODULE library = ::LoadLibraryW(KVTest::PathBesideTest(L"kv_log_library.dll").c_str());
-    ASSERT_NE(library, nullptr);
-    // NOLINTNEXTLINE(bugprone-casting-through-void): a looked-up function has no type of its own
-    const auto log = reinterpret_cast<void (*)(const wchar_t*)>(
-        reinterpret_cast<void*>(::GetProcAddress(library, "KvLogInLibrary")));
-    ASSERT_NE(log, nullptr);
+    const LogLibrary library(L"kv_log_library.dll");
     {
         const CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
-        log(L"one");
-        log(L"two");
+        library.Log(L"one");
+        library.Log(L"two");
     }
-    ::FreeLibrary(library);
     // Indented, since the file's record is the same one.
     EXPECT_EQ(ReadLog(), Lines({L"(->) Class::Method", L"(I0)   one", L"(I0)   two"}));
+}
+
+TEST_F(LogModuleTests, LibraryWhoseContainersHaveAnotherLayout_LogsOnlyWhereItIsAlone)
+{
+    UseFile(0x410, 0x200000);
+    const LogLibrary library(L"kv_log_checked_library.dll");
+    library.Log(L"alone");
+    {
+        CLogFunction scope(&Module(), s_logModuleTests, L"Class::Method", 1);
+        library.Log(L"lost");
+        scope.LogString(kLogInfo, 2, L"line");
+        library.Log(L"lost");
+    }
+    Log(0x10, L"last");
+    EndModule();
+    library.Log(L"alone again");
+    EXPECT_EQ(ReadLog(),
+              Lines({L"(I0) alone", L"(->) Class::Method", L"(I0)   line", L"(I0)   last", L"(I0) alone again"}));
 }
 
 TEST_F(LogModuleTests, ResetSettings_ZeroesTheModulesOwn)

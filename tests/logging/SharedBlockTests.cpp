@@ -14,6 +14,7 @@
 #include "logging/LogModule.h"
 #include "logging/SettingsBlock.h"
 #include "tests/logging/LogTest.h"
+#include "tests/support/ChildProcess.h"
 
 namespace
 {
@@ -25,6 +26,7 @@ struct TestBlock
 {
     static constexpr wchar_t kKind[] = L"TestKind";
     static constexpr unsigned long kMappingBytes = 32;
+    static constexpr std::uint64_t GetLayout() noexcept { return CombineLayout({sizeof(TestBlock)}); }
 
     explicit TestBlock(std::wstring executableName) : Name(std::move(executableName)) { ++s_liveCount; }
     ~TestBlock() { --s_liveCount; }
@@ -145,11 +147,121 @@ TEST(SharedBlockTests, Attach_AbandonedMutex_CountsAsObtained)
     EXPECT_TRUE(block.Attach(kExecutable));
 }
 
-TEST(SharedBlockTests, Attach_NameTakenByAnotherKindOfObject_StaysUnattached)
+// Objects that take the names beforehand, as any program of the session can.
+
+enum class Squat
 {
-    const UniqueSystemHandle event(::CreateEventW(nullptr, FALSE, FALSE, ObjectName(L"TestKindLock").c_str()));
+    ImageSection, // of a program file whose first bytes look like the header of a new mapping
+    ReservedPages,
+    ReadOnlyFile,
+    EventOfTheMappingsName,
+    EventOfTheMutexName,
+};
+
+struct SquatRow
+{
+    const char* name;
+    Squat squat;
+};
+
+class SquattedNames
+{
+public:
+    SquattedNames(Squat squat, const std::wstring& mutexName, const std::wstring& mappingName)
+    {
+        switch (squat)
+        {
+        case Squat::ImageSection:
+            Open(WriteProgram());
+            Map(PAGE_READONLY | SEC_IMAGE, 0, mappingName);
+            break;
+        case Squat::ReservedPages:
+            Map(PAGE_READWRITE | SEC_RESERVE, 4096, mappingName);
+            break;
+        case Squat::ReadOnlyFile:
+            Open(m_folder.WriteFile(L"zeros", std::string(4096, '\0')));
+            Map(PAGE_READONLY, 0, mappingName);
+            break;
+        case Squat::EventOfTheMappingsName:
+            m_object.reset(::CreateEventW(nullptr, FALSE, FALSE, mappingName.c_str()));
+            break;
+        case Squat::EventOfTheMutexName:
+            m_object.reset(::CreateEventW(nullptr, FALSE, FALSE, mutexName.c_str()));
+            break;
+        }
+        ::CloseHandle(m_file);
+    }
+    SquattedNames(const SquattedNames&) = delete;
+    SquattedNames& operator=(const SquattedNames&) = delete;
+
+    /// False when the system refused the object.
+    bool IsMade() const noexcept { return m_object != nullptr; }
+
+private:
+    // Zero where the mapping's header has its pointer to the block; the system does not look at those bytes.
+    std::wstring WriteProgram() const
+    {
+        std::string bytes = KVTest::ReadFileBytes(KVTest::PathBesideTest(L"kv_log_monitor.dll"));
+        bytes.replace(8, 8, 8, '\0');
+        return m_folder.WriteFile(L"program", bytes);
+    }
+    void Open(const std::wstring& path)
+    {
+        m_file = ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_EXECUTE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
+                               nullptr);
+    }
+    void Map(DWORD protection, DWORD byteCount, const std::wstring& name)
+    {
+        m_object.reset(::CreateFileMappingW(m_file, nullptr, protection, 0, byteCount, name.c_str()));
+    }
+
+    KVTest::TemporaryFolder m_folder;
+    HANDLE m_file = INVALID_HANDLE_VALUE;
+    UniqueSystemHandle m_object;
+};
+
+class SharedBlockSquatTests : public testing::TestWithParam<SquatRow>
+{
+};
+
+TEST_P(SharedBlockSquatTests, Attach_StaysUnattachedAndSucceedsOnceTheNameIsFree)
+{
     CSharedBlock<TestBlock> block;
+    {
+        const SquattedNames names(GetParam().squat, ObjectName(L"TestKindLock"), ObjectName(L"TestKindMappedFile"));
+        ASSERT_TRUE(names.IsMade()) << ::GetLastError();
+        EXPECT_FALSE(block.Attach(kExecutable));
+        EXPECT_FALSE(block.IsAttached());
+        EXPECT_EQ(block.Get(), nullptr);
+        EXPECT_EQ(TestBlock::s_liveCount, 0);
+    }
+    EXPECT_TRUE(block.Attach(kExecutable));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, SharedBlockSquatTests,
+                         testing::Values(SquatRow{"ImageSection", Squat::ImageSection},
+                                         SquatRow{"ReservedPages", Squat::ReservedPages},
+                                         SquatRow{"ReadOnlyFile", Squat::ReadOnlyFile},
+                                         SquatRow{"EventOfTheMappingsName", Squat::EventOfTheMappingsName},
+                                         SquatRow{"EventOfTheMutexName", Squat::EventOfTheMutexName}),
+                         [](const auto& row) { return row.param.name; });
+
+struct TwoPageBlock : TestBlock
+{
+    static constexpr unsigned long kMappingBytes = 8192;
+    using TestBlock::TestBlock;
+};
+
+TEST(SharedBlockTests, Attach_MappingCommittedInPartOnly_StaysUnattached)
+{
+    const UniqueSystemHandle mapping(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE,
+                                                          0, 8192, ObjectName(L"TestKindMappedFile").c_str()));
+    const UniqueView view(::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, 0));
+    ASSERT_NE(::VirtualAlloc(view.get(), 4096, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    CSharedBlock<TwoPageBlock> block;
     EXPECT_FALSE(block.Attach(kExecutable));
+    CSharedBlock<TestBlock> small; // which the committed page holds
+    EXPECT_TRUE(small.Attach(kExecutable));
 }
 
 // A mapping of the block's name that somebody made before the process did, with a pointer of his own in it.
@@ -237,6 +349,44 @@ TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
     EXPECT_FALSE(late.Attach(kExecutable));
 }
 
+// What another version of the code would make of the block.
+struct LargerBlock : TestBlock
+{
+    using TestBlock::TestBlock;
+    int Added = 0;
+};
+struct RearrangedBlock : TestBlock
+{
+    static constexpr std::uint64_t GetLayout() noexcept { return TestBlock::GetLayout() + 1; }
+    using TestBlock::TestBlock;
+};
+
+template <typename First, typename Second> void ExpectNoSharing()
+{
+    CSharedBlock<First> first;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    CSharedBlock<Second> second;
+    EXPECT_FALSE(second.Attach(kExecutable));
+    first.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+    EXPECT_TRUE(second.Attach(kExecutable));
+}
+
+TEST(SharedBlockTests, Attach_BlockOfAnotherLayout_StaysUnattachedAsLongAsItExists)
+{
+    ExpectNoSharing<TestBlock, LargerBlock>();
+    ExpectNoSharing<LargerBlock, TestBlock>();
+    ExpectNoSharing<TestBlock, RearrangedBlock>();
+}
+
+TEST(SharedBlockTests, Layouts_DependOnEachValueAndOnTheOrder)
+{
+    static_assert(CombineLayout({1, 2}) == CombineLayout({1, 2}));
+    EXPECT_NE(CombineLayout({1, 2}), CombineLayout({2, 1}));
+    EXPECT_NE(CombineLayout({1, 2}), CombineLayout({1, 3}));
+    EXPECT_NE(CombineLayout({1, 2}), CombineLayout({1, 2, 0}));
+}
+
 TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
 {
     CSharedBlock<TestBlock> block;
@@ -287,13 +437,46 @@ TEST(SharedBlockTests, Module_OpensItsFourObjectsAndClosesThem)
 class SharedBlockModuleTests : public KVTest::LogTest
 {
 protected:
-    static std::wstring SettingsMutexName()
+    static std::wstring NameOf(const wchar_t* suffix)
     {
         const std::wstring executable = KVTest::GetExecutableName();
-        return executable.substr(0, executable.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) +
-               L"]RegValuesLock";
+        return executable.substr(0, executable.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) + L"]" +
+               suffix;
     }
+    static std::wstring SettingsMutexName() { return NameOf(L"RegValuesLock"); }
 };
+
+class SharedBlockModuleSquatTests : public SharedBlockModuleTests, public testing::WithParamInterface<SquatRow>
+{
+};
+
+TEST_P(SharedBlockModuleSquatTests, SettingsNames_TheProgramGoesOnWithoutTheLog)
+{
+    UseFile(0x10);
+    const SquattedNames names(GetParam().squat, NameOf(L"RegValuesLock"), NameOf(L"RegValuesMappedFile"));
+    ASSERT_TRUE(names.IsMade()) << ::GetLastError();
+    Log(0x10, L"lost");
+    EndModule();
+    EXPECT_EQ(ReadLog(), L"");
+}
+
+TEST_P(SharedBlockModuleSquatTests, MonitorNames_TheLogIsWrittenAllTheSame)
+{
+    UseFile(0xC10);
+    const SquattedNames names(GetParam().squat, NameOf(L"ExtMonitorLock"), NameOf(L"ExtMonitorMappedFile"));
+    ASSERT_TRUE(names.IsMade()) << ::GetLastError();
+    Log(0x10, L"line");
+    EndModule();
+    EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) line"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, SharedBlockModuleSquatTests,
+                         testing::Values(SquatRow{"ImageSection", Squat::ImageSection},
+                                         SquatRow{"ReservedPages", Squat::ReservedPages},
+                                         SquatRow{"ReadOnlyFile", Squat::ReadOnlyFile},
+                                         SquatRow{"EventOfTheMappingsName", Squat::EventOfTheMappingsName},
+                                         SquatRow{"EventOfTheMutexName", Squat::EventOfTheMutexName}),
+                         [](const auto& row) { return row.param.name; });
 
 TEST_F(SharedBlockModuleTests, SettingsMutexTaken_TheLineIsSkipped)
 {

@@ -119,6 +119,12 @@ class InstalledPackageTests(unittest.TestCase):
             self.assertNotIn(" .debug_", sections, library)
 
 
+def headings(page):
+    """The names by which links lead to the headings of a page."""
+    texts = re.findall(r"^#+ (.*)$", page.read_text(encoding="utf-8"), re.MULTILINE)
+    return {re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-") for text in texts}
+
+
 class ArchiveTests(unittest.TestCase):
     maxDiff = None
 
@@ -158,8 +164,11 @@ class ArchiveTests(unittest.TestCase):
     def test_links_of_the_documents_lead_somewhere(self):
         for component in ("program", "development"):
             for page in place.archive(component).rglob("*.md"):
-                for link in re.findall(r"\]\(([^)#:]+)\)", page.read_text(encoding="utf-8")):
-                    self.assertTrue((page.parent / link).exists(), f"{page}: {link}")
+                for link, heading in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", page.read_text(encoding="utf-8")):
+                    target = page.parent / link if link else page
+                    self.assertTrue(target.exists(), f"{page}: {link}")
+                    if heading:
+                        self.assertIn(heading, headings(target), f"{page}: {link}")
 
 
 class SymbolTests(unittest.TestCase):

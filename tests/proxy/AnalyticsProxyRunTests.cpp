@@ -240,6 +240,60 @@ TEST_F(AnalyticsProxyRunTests, UseSsl_IsTrueWhenItIsAbsent)
     EXPECT_TRUE(g_useSsl);
 }
 
+// The emulator ignores the option, so nothing else than the call can be tested.
+TEST_F(AnalyticsProxyRunTests, Cookies_AreKeptOffTheDiskBeforeTheEngineMayConnect)
+{
+    m_engine.answer = [&](const std::wstring&) {
+        EXPECT_EQ(m_around.optionCalls, Calls{L"81 3 4"}); // INTERNET_SUPPRESS_COOKIE_PERSIST, for the whole process
+        return true;
+    };
+    EXPECT_EQ(Run(L"/linkid a"), PROXY_S_DONE);
+    EXPECT_EQ(m_engine.calls.size(), 5u);
+    m_engine.answer = [](const std::wstring&) { return true; };
+}
+
+TEST_F(AnalyticsProxyRunTests, Cookies_AreOfNoConcernToARunThatEndsAtAnyCheck)
+{
+    m_around.parentPath = L"C:\\windows\\explorer.exe";
+    EXPECT_EQ(Run(L"/linkid a"), PROXY_E_NOT_CALLED_BY_LUMO);
+    m_around.RemoveParticipationProgram();
+    EXPECT_EQ(Run(L"/linkid a"), PROXY_S_NOT_OPTED_IN);
+    EXPECT_EQ(m_around.optionCalls, Calls{});
+}
+
+TEST_F(AnalyticsProxyRunTests, CommandLine_IsReadWhenTheEngineHasStarted)
+{
+    int readings = 0;
+    m_around.onCommandLine = [&] {
+        ++readings;
+        EXPECT_EQ(m_engine.calls, (Calls{L"Initialize|in|3|LumoLink|ssl", L"Start"}));
+    };
+    EXPECT_EQ(Run(L"/linkid a"), PROXY_S_DONE);
+    EXPECT_EQ(readings, 1);
+}
+
+TEST_F(AnalyticsProxyRunTests, Wait_BeginsWhenTheEngineHasStopped)
+{
+    int readings = 0;
+    m_around.onTick = [&] {
+        ++readings;
+        EXPECT_EQ(m_engine.calls.back(), L"Stop");
+    };
+    EXPECT_EQ(Run(L"/linkid a"), PROXY_S_DONE);
+    EXPECT_EQ(readings, 1);
+}
+
+TEST_F(AnalyticsProxyRunTests, Exceptions_AreNotCaught)
+{
+    for (const wchar_t* const failing :
+         {L"Initialize|in|3|LumoLink|ssl", L"Start", L"TrackLumoLink|a||0|0", L"Stop", L"HasPendingRequests|0"})
+    {
+        m_engine.answer = [&](const std::wstring& call) { return call != failing ? true : throw std::bad_alloc(); };
+        m_around.commandLine = L"program.exe /linkid a";
+        EXPECT_THROW(wWinMain(nullptr, nullptr, nullptr, 0), std::bad_alloc);
+    }
+}
+
 TEST_F(AnalyticsProxyRunTests, NothingPending_EndsTheWaitAtTheFirstPoll)
 {
     m_trace.Enable(KVLogging::kLogInfo);
@@ -289,6 +343,14 @@ TEST_F(AnalyticsProxyRunTests, Wait_GoesAcrossTheWrapOfTheTickCount)
     EXPECT_EQ(Run(), PROXY_S_DONE);
     EXPECT_EQ(Polls(), 2u);
     EXPECT_THAT(m_trace.GetText(), testing::EndsWith(L"(I0) CAnalyticsProxy::Run - Total wait time is 12256 ms\r\n"));
+}
+
+TEST_F(AnalyticsProxyRunTests, AWaitOfHalfTheTickCount_IsALongOne)
+{
+    m_engine.pending = {1, 1, 1};
+    m_around.ticks = {5000, 5000 + 0x80000000};
+    EXPECT_EQ(Run(), PROXY_S_DONE);
+    EXPECT_EQ(Polls(), 1u);
 }
 
 TEST_F(AnalyticsProxyRunTests, Run_IsTracedByItsName)

@@ -8,6 +8,8 @@
 #include "proxy/AnalyticsProxy.h"
 #include "tests/logging/TraceCapture.h"
 #include "tests/proxy/Surroundings.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ImportPatch.h"
 
 namespace
 {
@@ -75,6 +77,15 @@ TEST_F(CallerCheckTests, WithAParentOfNumber0_ScansToTheEndAndFails)
     EXPECT_EQ(Logged(), L"(I0) CAnalyticsProxy::IsCalledByLumo - Could not find the parrent process\r\n");
 }
 
+TEST_F(CallerCheckTests, WithTheOwnProcessTwice_ScansOnToTheEntryWithAParent)
+{
+    m_around.processes = {{m_around.kOwnId, 0}, {m_around.kOwnId, m_around.kParentId}, {4, 0}};
+    EXPECT_TRUE(Check());
+    EXPECT_EQ(m_around.processCalls,
+              (Calls{L"snapshot 2 0", L"first 568", L"own id", L"next 568", L"open 1049616 3000", L"modules parent 8",
+                     L"path parent 260", L"close parent", L"close snapshot"}));
+}
+
 TEST_F(CallerCheckTests, WithTheOwnProcessFirst_ScansNoFurther)
 {
     m_around.processes = {{m_around.kOwnId, 77}, {4, 0}};
@@ -135,20 +146,51 @@ TEST_F(CallerCheckTests, AParentWhosePathIsCut_FailsAndIsNamedAsFarAsItGoes)
                             std::wstring(257, L'x') + L"\r\n");
 }
 
-TEST_F(CallerCheckTests, On32BitWindows_TheHostStandsInTheSystemFolder)
+TEST_F(CallerCheckTests, OnAnyButX64Windows_TheHostIsInTheSystemFolder)
+{
+    for (const int architecture :
+         {PROCESSOR_ARCHITECTURE_INTEL, PROCESSOR_ARCHITECTURE_ARM, PROCESSOR_ARCHITECTURE_IA64, 12 /* ARM64 */,
+          10 /* x86 on x64 */, 0xFFFF /* unknown */})
+    {
+        m_around.architecture = static_cast<WORD>(architecture);
+        m_around.shellCalls.clear();
+        m_around.parentPath = L"C:\\Shell\\Folder\\mshta.exe";
+        EXPECT_TRUE(Check());
+        EXPECT_EQ(m_around.shellCalls, Calls{L"37 0"});
+        m_around.parentPath = m_around.HostPath();
+        EXPECT_FALSE(Check());
+    }
+}
+
+TEST_F(CallerCheckTests, AnySuccessOfTheShell_Counts)
 {
     m_around.architecture = PROCESSOR_ARCHITECTURE_INTEL;
+    m_around.shellResult = S_FALSE;
     m_around.parentPath = L"C:\\Shell\\Folder\\mshta.exe";
     EXPECT_TRUE(Check());
-    EXPECT_EQ(m_around.shellCalls, Calls{L"37 0"});
-    m_around.parentPath = m_around.HostPath();
+}
+
+KV_DECLARE_IMPORT(GetSystemWow64DirectoryW)
+
+UINT WINAPI NoSystemWow64Directory(LPWSTR, UINT)
+{
+    return 0;
+}
+
+TEST_F(CallerCheckTests, On64BitWindowsWithoutA32BitFolder_TheHostHasAPathThatIsNoFullPath)
+{
+    const KVTest::ImportPatch patch(__imp_GetSystemWow64DirectoryW, reinterpret_cast<void*>(&NoSystemWow64Directory));
+    m_around.parentPath = L"C:\\windows\\syswow64\\mshta.exe";
     EXPECT_FALSE(Check());
+    m_around.parentPath = L"\\mshta.exe";
+    EXPECT_TRUE(Check());
+    EXPECT_EQ(m_around.shellCalls, Calls{});
 }
 
 TEST_F(CallerCheckTests, On32BitWindowsWithoutASystemFolder_NobodyPasses)
 {
     m_around.architecture = PROCESSOR_ARCHITECTURE_INTEL;
-    m_around.shellAnswers = false;
+    m_around.shellResult = E_FAIL;
     for (const wchar_t* path : {L"\\mshta.exe", L"C:\\Shell\\Folder\\mshta.exe"})
     {
         m_around.parentPath = path;
@@ -162,14 +204,27 @@ TEST_F(CallerCheckTests, On64BitWindows_TheShellIsNotAsked)
     EXPECT_EQ(m_around.shellCalls, Calls{});
 }
 
-TEST_F(CallerCheckTests, OnRealWindows_TheParentOfThisTestIsAnother)
+// Runs twice: the second time as a child of the first, which is then the parent to be named.
+TEST_F(CallerCheckTests, OnRealWindows_TheParentIsFoundAndNamed)
 {
+    constexpr wchar_t kIsChild[] = L"KV_CALLER_CHECK_CHILD";
+    wchar_t program[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    if (::GetEnvironmentVariableW(kIsChild, nullptr, 0) == 0)
+    {
+        ::SetEnvironmentVariableW(kIsChild, L"1");
+        const KVTest::ChildProcess child(L"\"" + std::wstring(program) +
+                                         L"\" --gtest_filter=CallerCheckTests.OnRealWindows_TheParentIsFoundAndNamed");
+        EXPECT_EQ(child.WaitForExit(20000), 0u);
+        return;
+    }
     KVWinApi::CKernelApi kernel;
     KVWinApi::CToolHlpApi toolHlp;
     const KVTest::ScopedSubstitute kernelSwap(KVWinApi::g_kernelApi, kernel);
     const KVTest::ScopedSubstitute toolHlpSwap(KVWinApi::g_toolHlpApi, toolHlp);
     EXPECT_FALSE(Check());
-    EXPECT_TRUE(Logged().starts_with(L"(I0) CAnalyticsProxy::IsCalledByLumo - "));
+    EXPECT_EQ(Logged(), L"(I0) CAnalyticsProxy::IsCalledByLumo - The parent process is not Lumo HTA. Parent: " +
+                            std::wstring(program) + L"\r\n");
 }
 
 TEST_F(CallerCheckTests, Check_IsTracedByItsName)

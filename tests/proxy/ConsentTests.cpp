@@ -2,12 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "proxy/AnalyticsProxy.h"
 #include "tests/logging/TraceCapture.h"
 #include "tests/proxy/Surroundings.h"
+#include "tests/support/ImportPatch.h"
+#include "tests/utils/AllocationHook.h"
+#include "winapi/WinApi.h"
 
 namespace
 {
@@ -102,32 +107,39 @@ TEST_F(ConsentTests, BothFilesAreLookedAtWhateverTheFirstSays)
                                                      product + L"\\data\\NorvikCustPartic\\OptedOut"}));
 }
 
+KV_DECLARE_IMPORT(GetFullPathNameW)
+
+std::vector<std::wstring> s_pathsToResolve;
+
+DWORD WINAPI KeepPathToResolve(LPCWSTR path, DWORD, LPWSTR, LPWSTR*)
+{
+    s_pathsToResolve.emplace_back(path);
+    ::SetLastError(ERROR_INVALID_NAME);
+    return 0;
+}
+
+// The paths as they are put together: the system makes one backslash of two.
 TEST_F(ConsentTests, AProgramInARootFolder_IsLookedForAsThePathComesOut)
 {
-    class Attributes : public KVWinApi::CKernelApi
-    {
-    public:
-        DWORD GetFileAttributesW(LPCWSTR path) override
-        {
-            if (first.empty())
-            {
-                first = path;
-            }
-            return INVALID_FILE_ATTRIBUTES;
-        }
-        std::wstring first;
-    };
-    Attributes kernel;
-    const KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernel);
+    const KVTest::ImportPatch patch(__imp_GetFullPathNameW, reinterpret_cast<void*>(&KeepPathToResolve));
     KVUtils::g_pathOfExecutableOverride = L"C:\\";
+    m_around.RemoveConfig();
     Check();
-    EXPECT_EQ(kernel.first, Resolve(L"\\\\?\\C:\\\\NorvikCustPartic.exe"));
+    EXPECT_EQ(s_pathsToResolve.at(0), L"\\\\?\\C:\\\\NorvikCustPartic.exe");
+}
+
+TEST_F(ConsentTests, ADataFolderThatEndsInABackslash_IsLookedInAsThePathComesOut)
+{
+    const KVTest::ImportPatch patch(__imp_GetFullPathNameW, reinterpret_cast<void*>(&KeepPathToResolve));
+    m_around.GetProductFolder().WriteFile(L"config.ini", "[Directories]\r\nDataFolder=C:\\data\\\r\n");
+    Check();
+    EXPECT_EQ(s_pathsToResolve.at(1), L"\\\\?\\C:\\data\\\\NorvikCustPartic\\OptedOut");
 }
 
 TEST_F(ConsentTests, WithoutADataFolder_TheBareMarkIsLookedFor)
 {
     m_around.RemoveConfig();
-    m_around.shellAnswers = false;
+    m_around.shellResult = E_FAIL;
     EXPECT_TRUE(Check());
     EXPECT_EQ(m_around.attributeCalls.at(1), Resolve(L"\\\\?\\\\NorvikCustPartic\\OptedOut"));
 }
@@ -139,6 +151,167 @@ TEST_F(ConsentTests, WithoutAConfiguredDataFolder_TheMarkIsLookedForInTheCommonD
     const std::wstring product = m_around.GetProductFolder().GetPath();
     EXPECT_EQ(LookedAt().at(1),
               L"C:\\Shell\\Folder\\Norvik" + product.substr(product.rfind(L'\\')) + L"\\NorvikCustPartic\\OptedOut");
+}
+
+TEST_F(ConsentTests, AMarkThatCannotBeLookedAt_CountsAsAbsent)
+{
+    m_around.OptOut();
+    m_around.markError = ERROR_ACCESS_DENIED;
+    EXPECT_TRUE(Check());
+}
+
+// A user who has opted out, on a system that lacks memory somewhere on the way to the mark. The check must not end with
+// an answer: the default folder, where an earlier step would make it look, has no mark.
+class ConsentWithoutMemoryTests : public ConsentTests
+{
+protected:
+    ConsentWithoutMemoryTests() { m_around.OptOut(); }
+
+    void ExpectNoAnswer()
+    {
+        // Without the log: what it reads on the way is not what this is about.
+        EXPECT_THROW(KVAnalyticsProxy::CAnalyticsProxy().IsOptInForAnalytics(), std::bad_alloc);
+    }
+};
+
+TEST_F(ConsentWithoutMemoryTests, MarkNotLookedAt_GivesNoAnswer)
+{
+    for (const LONG error : {ERROR_NOT_ENOUGH_MEMORY, ERROR_OUTOFMEMORY, ERROR_NO_SYSTEM_RESOURCES,
+                             ERROR_COMMITMENT_LIMIT, ERROR_NOT_ENOUGH_QUOTA})
+    {
+        m_around.markError = static_cast<DWORD>(error);
+        ExpectNoAnswer();
+    }
+}
+
+class Profile : public KVWinApi::CWinApi
+{
+public:
+    DWORD GetPrivateProfileStringW(LPCWSTR, LPCWSTR, LPCWSTR, LPWSTR, DWORD, LPCWSTR) override
+    {
+        ::SetLastError(error);
+        return 0;
+    }
+    DWORD error = ERROR_NOT_ENOUGH_MEMORY;
+};
+
+TEST_F(ConsentWithoutMemoryTests, DataFolderNotRead_GivesNoAnswer)
+{
+    Profile profile;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_winApi, profile);
+    ExpectNoAnswer();
+    ExpectNoAnswer();                        // nothing of the first attempt is kept
+    profile.error = ERROR_SHARING_VIOLATION; // a file that somebody holds open reads as one without keys
+    EXPECT_TRUE(KVAnalyticsProxy::CAnalyticsProxy().IsOptInForAnalytics());
+}
+
+TEST_F(ConsentWithoutMemoryTests, DefaultDataFolderNotFound_GivesNoAnswer)
+{
+    m_around.RemoveConfig();
+    for (const HRESULT result : {E_OUTOFMEMORY, HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY)})
+    {
+        m_around.shellResult = result;
+        ExpectNoAnswer();
+    }
+}
+
+KV_DECLARE_IMPORT(GetSystemDirectoryW)
+
+UINT WINAPI GetSystemDirectoryOfTest(LPWSTR, UINT)
+{
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return 0;
+}
+
+TEST_F(ConsentWithoutMemoryTests, ShellNotLoaded_GivesNoAnswer)
+{
+    m_around.RemoveConfig();
+    KVWinApi::CShellApi shell;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_shellApi, shell);
+    const KVTest::ImportPatch patch(__imp_GetSystemDirectoryW, reinterpret_cast<void*>(&GetSystemDirectoryOfTest));
+    ExpectNoAnswer();
+}
+
+int s_fullPathCalls = 0;
+
+DWORD WINAPI GetFullPathNameOfTest(LPCWSTR path, DWORD size, LPWSTR buffer, LPWSTR*)
+{
+    if (++s_fullPathCalls == 1)
+    {
+        return static_cast<DWORD>(std::wstring(path).copy(buffer, size)); // the participation program's
+    }
+    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return 0;
+}
+
+TEST_F(ConsentWithoutMemoryTests, PathOfTheMarkNotResolved_GivesNoAnswer)
+{
+    const KVTest::ImportPatch patch(__imp_GetFullPathNameW, reinterpret_cast<void*>(&GetFullPathNameOfTest));
+    ExpectNoAnswer();
+    EXPECT_EQ(s_fullPathCalls, 2);
+}
+
+class ForgetfulKernel : public KVWinApi::CKernelApi
+{
+public:
+    DWORD GetModuleFileNameW(HMODULE, LPWSTR path, DWORD size) override
+    {
+        if (++calls == 1)
+        {
+            return static_cast<DWORD>(program.copy(path, size)); // to find the participation program
+        }
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+    std::wstring program;
+    int calls = 0;
+};
+
+TEST_F(ConsentWithoutMemoryTests, ProductFolderNotFound_GivesNoAnswer)
+{
+    ForgetfulKernel kernel;
+    kernel.program = KVUtils::g_pathOfExecutableOverride + L"\\program.exe";
+    KVUtils::g_pathOfExecutableOverride.clear();
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernel);
+    ExpectNoAnswer();
+    EXPECT_EQ(kernel.calls, 2);
+}
+
+int s_allocationsLeft = 0;
+
+// Whether the user is taken for one who has opted in; nothing when the allocation of that number failed loudly.
+std::optional<bool> CheckWithFailingAllocation(int number)
+{
+    s_allocationsLeft = number;
+    try
+    {
+        const KVTest::AllocationHook hook([](std::size_t) {
+            if (s_allocationsLeft-- == 0)
+            {
+                throw std::bad_alloc();
+            }
+        });
+        return KVAnalyticsProxy::CAnalyticsProxy().IsOptInForAnalytics();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return std::nullopt;
+    }
+}
+
+TEST_F(ConsentWithoutMemoryTests, NoAllocationThatFails_MakesANoAYes)
+{
+    int silent = 0;
+    int number = 0;
+    do
+    {
+        const std::optional<bool> isConsent = CheckWithFailingAllocation(number);
+        ASSERT_NE(isConsent, true) << "allocation " << number;
+        silent += isConsent.has_value() ? 0 : 1;
+        ++number;
+    } while (s_allocationsLeft < 0); // a failure has happened
+    EXPECT_GT(number, 10);
+    EXPECT_GT(silent, 5);
 }
 
 TEST_F(ConsentTests, Check_IsTracedByItsName)

@@ -16,6 +16,7 @@
 #include "winapi/KernelApi.h"
 #include "winapi/ShellApi.h"
 #include "winapi/ToolHlpApi.h"
+#include "winapi/WinApi.h"
 
 namespace KVTest
 {
@@ -74,9 +75,14 @@ public:
     {
     public:
         explicit Kernel(Surroundings& surroundings) : m_surroundings(surroundings) {}
-        LPWSTR GetCommandLineW() override { return m_surroundings.commandLine.data(); }
+        LPWSTR GetCommandLineW() override
+        {
+            m_surroundings.onCommandLine();
+            return m_surroundings.commandLine.data();
+        }
         DWORD GetTickCount() override
         {
+            m_surroundings.onTick();
             if (m_surroundings.ticks.empty())
             {
                 return CKernelApi::GetTickCount();
@@ -88,7 +94,12 @@ public:
         DWORD GetFileAttributesW(LPCWSTR path) override
         {
             m_surroundings.attributeCalls.emplace_back(path);
-            return CKernelApi::GetFileAttributesW(path);
+            if (m_surroundings.markError == ERROR_SUCCESS || !std::wstring(path).ends_with(L"\\OptedOut"))
+            {
+                return CKernelApi::GetFileAttributesW(path);
+            }
+            ::SetLastError(m_surroundings.markError);
+            return INVALID_FILE_ATTRIBUTES;
         }
         DWORD GetCurrentProcessId() override
         {
@@ -194,13 +205,28 @@ public:
         {
             m_surroundings.shellCalls.push_back((window == nullptr ? L"" : L"window ") + std::to_wstring(folder) +
                                                 (token == nullptr ? L" " : L" token ") + std::to_wstring(flags));
-            if (!m_surroundings.shellAnswers)
+            if (SUCCEEDED(m_surroundings.shellResult))
             {
-                return E_FAIL;
+                const std::wstring found = L"C:\\Shell\\Folder";
+                path[found.copy(path, MAX_PATH)] = L'\0';
             }
-            const std::wstring found = L"C:\\Shell\\Folder";
-            path[found.copy(path, MAX_PATH)] = L'\0';
-            return S_OK;
+            return m_surroundings.shellResult;
+        }
+
+    private:
+        Surroundings& m_surroundings;
+    };
+
+    class WinApi : public KVWinApi::CWinApi
+    {
+    public:
+        explicit WinApi(Surroundings& surroundings) : m_surroundings(surroundings) {}
+        BOOL InternetSetOptionW(HINTERNET handle, DWORD option, LPVOID value, DWORD size) override
+        {
+            m_surroundings.optionCalls.push_back((handle == nullptr ? L"" : L"handle ") + std::to_wstring(option) +
+                                                 L" " + std::to_wstring(*static_cast<DWORD*>(value)) + L" " +
+                                                 std::to_wstring(size));
+            return FALSE;
         }
 
     private:
@@ -208,17 +234,21 @@ public:
     };
 
     std::wstring commandLine = L"program.exe";
-    std::list<DWORD> ticks; // what the clock says, in order; then the system's
+    std::function<void()> onCommandLine = [] {}; // called when it is asked for
+    std::function<void()> onTick = [] {};        // called when the clock is asked
+    std::list<DWORD> ticks;                      // what the clock says, in order; then the system's
     std::vector<std::pair<DWORD, DWORD>> processes = {{4, 0}, {kParentId, 4}, {kOwnId, kParentId}, {5000, kOwnId}};
     bool takesSnapshot = true;
     bool opensParent = true;
     bool listsModules = true;
     std::wstring parentPath = HostPath();
     WORD architecture = PROCESSOR_ARCHITECTURE_AMD64;
-    bool shellAnswers = true;
+    HRESULT shellResult = S_OK;
+    DWORD markError = ERROR_SUCCESS; // with which looking at the mark of opting out fails
     std::vector<std::wstring> processCalls;
     std::vector<std::wstring> attributeCalls;
     std::vector<std::wstring> shellCalls;
+    std::vector<std::wstring> optionCalls; // options of WinINet that were set: option, value, size
 
 private:
     void MakeProductFolder() const
@@ -232,8 +262,10 @@ private:
     Kernel m_kernel{*this};
     ToolHlp m_toolHlp{*this};
     Shell m_shell{*this};
+    WinApi m_winApi{*this};
     ScopedSubstitute<KVWinApi::IKernelApi> m_kernelSwap{KVWinApi::g_kernelApi, m_kernel};
     ScopedSubstitute<KVWinApi::IToolHlpApi> m_toolHlpSwap{KVWinApi::g_toolHlpApi, m_toolHlp};
     ScopedSubstitute<KVWinApi::IShellApi> m_shellSwap{KVWinApi::g_shellApi, m_shell};
+    ScopedSubstitute<KVWinApi::IWinApi> m_winApiSwap{KVWinApi::g_winApi, m_winApi};
 };
 } // namespace KVTest

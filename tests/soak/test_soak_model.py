@@ -84,6 +84,14 @@ class SessionTests(unittest.TestCase):
         self.assertEqual(self.check(tracked(A), f"load 1 {' '.join(lines)}", f"save 2 {A} {' '.join(lines[:498])}")[0],
                          ["lost"])
 
+    def test_cut_off_after_a_session_that_held_its_hits(self):
+        hits = [f"p0-1-{number}-link" for number in range(700)]
+        held, following = account(*map(tracked, hits, "t" * 700, range(700), [700] * 700), tracked(A, "d", 700, 700),
+                                  f"save 1 {' '.join(hits)}", "session X", f"load 2 {' '.join(hits)}", tracked(B, "u", 500),
+                                  f"save 3 {' '.join(hits[:500])}").sessions
+        self.assertEqual(soak_model.check_session(held), ([], []))
+        self.assertEqual(soak_model.check_session(following), ([], hits[500:]))
+
     def test_dropped_by_a_full_queue(self):
         self.assertEqual(self.check(tracked(A), tracked(B, "d", 1, 1), f"exchange {A} 1"), ([], []))
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -223,6 +224,18 @@ TEST(CommandLineTests, Construction_LineThatCannotBeSplit_LeavesTheObjectEmpty)
     EXPECT_TRUE(commandLine.GetArgumentMap().empty());
 }
 
+// The system takes an empty line for the program's path.
+TEST(CommandLineTests, Construction_EmptyLine_IsTheProgramAlone)
+{
+    const CCommandLine commandLine = Parse(L"");
+    wchar_t path[MAX_PATH] = {};
+    ASSERT_NE(::GetModuleFileNameW(nullptr, path, MAX_PATH), 0u);
+    EXPECT_EQ(commandLine.GetProgramPath(), path);
+    EXPECT_EQ(commandLine.GetFirstArgument(), L"");
+    EXPECT_EQ(commandLine.GetArgumentString(), L"");
+    EXPECT_TRUE(commandLine.GetArgumentMap().empty());
+}
+
 TEST(CommandLineTests, Construction_GivesTheSplitArrayBack)
 {
     GivenCommandLine kernel(L"program.exe /a 1");
@@ -274,6 +287,29 @@ TEST(CommandLineTests, Construction_LengthErrorAtASwitch_IsIgnoredAndTheNameStay
     const CCommandLine commandLine;
     EXPECT_EQ(s_lengthErrors, 1);
     EXPECT_EQ(EntriesOf(commandLine), (Entries{{L"a", L"1"}, {L"b", L"2"}, {name, L"value"}}));
+}
+
+TEST(CommandLineTests, Construction_AnyOtherErrorAtASwitch_IsTheCallers)
+{
+    GivenCommandLine kernel(L"program.exe /" + std::wstring(kMarkedLength, L'k'));
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernel);
+    const KVTest::AllocationHook hook([](std::size_t byteCount) {
+        if (byteCount == kMarkedBytes)
+        {
+            throw std::bad_alloc();
+        }
+    });
+    bool isThrown = false;
+    try
+    {
+        const CCommandLine commandLine;
+    }
+    catch (const std::bad_alloc&)
+    {
+        isThrown = true;
+    }
+    EXPECT_TRUE(isThrown);
+    EXPECT_EQ(kernel.freedBlocks, 1); // all the same
 }
 
 #if !defined(_MSC_VER)

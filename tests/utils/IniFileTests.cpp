@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <string>
@@ -12,11 +13,15 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VirtualSlots.h"
 #include "tests/utils/AllocationHook.h"
 #include "winapi/WinApi.h"
+
+KV_DECLARE_IMPORT(GetPrivateProfileStringA)
+KV_DECLARE_IMPORT(WritePrivateProfileStringA)
 
 namespace
 {
@@ -281,6 +286,33 @@ TEST_F(IniFileTests, ReadString_PairOfSurrogatesAcrossTheBufferSize_IsKept)
     EXPECT_EQ(value, text);
 }
 
+TEST_F(IniFileTests, ReadString_SemicolonInsideAValue_BelongsToIt)
+{
+    GiveValue(L"a;b ; c");
+    EXPECT_EQ(Text(), L"a;b ; c");
+}
+
+TEST_F(IniFileTests, ReadString_SectionTwice_TheFirstOneCounts)
+{
+    m_ini.SetFile(m_folder.WriteFile(L"twice.ini", "[Section]\r\nKey=first\r\n[Other]\r\n[Section]\r\nKey=second\r\n"
+                                                   "Second=2\r\n"));
+    EXPECT_EQ(Text(), L"first");
+    EXPECT_EQ(Text(L"Second"), L"");
+}
+
+TEST_F(IniFileTests, ReadString_FileWithoutByteOrderMark_IsInTheSystemsCodePageNotInUtf8)
+{
+    const std::string bytes = "a\xC3\xA4"; // in UTF-8 a letter more
+    m_ini.SetFile(m_folder.WriteFile(L"bytes.ini", "[Section]\r\nKey=" + bytes + "\r\n"));
+    wchar_t expected[8] = {};
+    ASSERT_NE(::MultiByteToWideChar(CP_ACP, 0, bytes.c_str(), -1, expected, 8), 0);
+    EXPECT_EQ(Text(), expected);
+    if (::GetACP() != CP_UTF8)
+    {
+        EXPECT_NE(Text(), L"a\u00E4");
+    }
+}
+
 TEST_F(IniFileTests, ReadString_PathWithForwardSlashesAndBeyondTheBasicPlane_IsRead)
 {
     std::wstring path = m_folder.WriteFile(L"\U0001F5A8.ini", "[Section]\r\nKey=text\r\n");
@@ -507,6 +539,41 @@ TEST(IniFileFacadeTests, Writers_OverriddenWriteValue_ReceivesEveryWrite)
     EXPECT_EQ(profile.written.size(), 1u);
 }
 
+// Has a text of its own in place of the file's.
+class GivenTextIniFile : public CIniFile
+{
+public:
+    explicit GivenTextIniFile(const wchar_t* text) : m_text(text) {}
+    bool ReadString(const wchar_t* section, const wchar_t* key, std::wstring& value) const override
+    {
+        value = m_text;
+        return std::wstring(section) == L"S" && std::wstring(key) == L"K" && !m_text.empty();
+    }
+
+private:
+    std::wstring m_text;
+};
+
+TEST(IniFileFacadeTests, TypedReaders_OverriddenReadString_AnswersThemAll)
+{
+    bool flag = false;
+    EXPECT_TRUE(GivenTextIniFile(L"true").GetBool(L"S", L"K", flag));
+    EXPECT_TRUE(flag);
+    std::int32_t number = 0;
+    EXPECT_TRUE(GivenTextIniFile(L"-12").GetInt(L"S", L"K", number));
+    EXPECT_EQ(number, -12);
+    std::int32_t yesNo = 0;
+    EXPECT_TRUE(GivenTextIniFile(L"yes").GetYesNo(L"S", L"K", yesNo));
+    EXPECT_EQ(yesNo, 1);
+    std::wstring text;
+    EXPECT_TRUE(GivenTextIniFile(L"text").GetString(L"S", L"K", text));
+    EXPECT_EQ(text, L"text");
+    EXPECT_FALSE(GivenTextIniFile(L"").GetBool(L"S", L"K", flag));
+    EXPECT_FALSE(GivenTextIniFile(L"").GetInt(L"S", L"K", number));
+    EXPECT_FALSE(GivenTextIniFile(L"").GetYesNo(L"S", L"K", yesNo));
+    EXPECT_FALSE(GivenTextIniFile(L"").GetString(L"S", L"K", text));
+}
+
 class ValueRecordingIniFile : public CIniFile
 {
 public:
@@ -592,10 +659,47 @@ TEST_F(IniFileTests, DeleteKey_RemovesTheKeyAlone)
 
 TEST_F(IniFileTests, GetStringA_ReadsWhatTheSystemGivesInItsCodePage)
 {
-    GiveValue(L"plain text");
-    std::string value = "before";
+    for (const wchar_t* const text : {L"plain text", L"\u00E4\u00DF\u20AC", L"\u4E2D"})
+    {
+        GiveValue(text);
+        char expected[32] = {};
+        ASSERT_NE(::WideCharToMultiByte(CP_ACP, 0, text, -1, expected, sizeof(expected), nullptr, nullptr), 0);
+        std::string value = "before";
+        EXPECT_TRUE(m_ini.GetStringA("Section", "Key", value));
+        EXPECT_EQ(value, expected);
+    }
+}
+
+// In place of the system's narrow functions.
+std::string s_narrowPath;
+constexpr char kHighBytes[] = "\x80\xE4\xFF\x01";
+
+DWORD WINAPI AnswerHighBytes(LPCSTR, LPCSTR, LPCSTR, LPSTR buffer, DWORD, LPCSTR path)
+{
+    s_narrowPath = path;
+    std::memcpy(buffer, kHighBytes, sizeof(kHighBytes));
+    return static_cast<DWORD>(sizeof(kHighBytes) - 1);
+}
+
+BOOL WINAPI TakeHighBytes(LPCSTR, LPCSTR, LPCSTR value, LPCSTR path)
+{
+    s_narrowPath = path;
+    return std::string(value) == kHighBytes ? TRUE : FALSE;
+}
+
+TEST_F(IniFileTests, NarrowTwins_KeepBytesOf0x80AndAbove)
+{
+    const KVTest::ImportPatch read(__imp_GetPrivateProfileStringA, reinterpret_cast<void*>(&AnswerHighBytes));
+    const KVTest::ImportPatch write(__imp_WritePrivateProfileStringA, reinterpret_cast<void*>(&TakeHighBytes));
+    m_ini.SetFile(L"C:\\\u0080\u01E4\u62FF.ini");
+    const std::string narrowed = "C:\\\x80\xE4\xFF.ini";
+    std::string value;
     EXPECT_TRUE(m_ini.GetStringA("Section", "Key", value));
-    EXPECT_EQ(value, "plain text");
+    EXPECT_EQ(value, kHighBytes);
+    EXPECT_EQ(s_narrowPath, narrowed);
+    s_narrowPath.clear();
+    EXPECT_TRUE(m_ini.SetStringA("Section", "Key", kHighBytes));
+    EXPECT_EQ(s_narrowPath, narrowed);
 }
 
 TEST_F(IniFileTests, GetStringA_AbsentOrEmpty_EmptiesTheValueAndFails)

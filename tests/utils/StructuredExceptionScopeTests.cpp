@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <exception>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -250,6 +254,587 @@ TEST(StructuredExceptionScopeTests, FaultInsideACatchBlock_IsTranslated)
         }
     });
 }
+
+// An exception that counts its live objects.
+struct Counted
+{
+    Counted() noexcept { ++s_count; }
+    Counted(const Counted&) noexcept { ++s_count; }
+    Counted& operator=(const Counted&) = default;
+    ~Counted() { --s_count; }
+    static inline int s_count = 0;
+};
+
+// Neither a catch block nor an exception is left over.
+void ExpectNoException()
+{
+    EXPECT_EQ(std::current_exception(), nullptr);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+    EXPECT_EQ(Counted::s_count, 0);
+    EXPECT_EQ(CWin32Exception::GetLiveCount(), 0);
+}
+
+// Runs the body, which faults.
+template <typename Body> void Survive(const Body& body)
+{
+    static_cast<void>(CatchFrom<CAccessViolation>(body));
+}
+
+TEST(StructuredExceptionScopeTests, FaultInsideACatchBlock_EndsTheCatch)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+            page.GetChars()[0] = 1;
+        }
+    });
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInsideACatchBlockOfAFault_EndsTheCatch)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            CStructuredExceptionScope().Run([&] { page.GetChars()[0] = 1; });
+        }
+        catch (const CWin32Exception&)
+        {
+            page.GetChars()[1] = 1;
+        }
+    });
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInsideNestedCatchBlocks_EndsThemAll)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+            try
+            {
+                throw std::runtime_error("inner");
+            }
+            catch (const std::runtime_error&)
+            {
+                page.GetChars()[0] = 1;
+            }
+        }
+    });
+    ExpectNoException();
+}
+
+// Throws the current exception again, catches it and faults.
+void FaultWithTheCurrentExceptionCaughtAgain(const ForbiddenPage& page)
+{
+    try
+    {
+        throw;
+    }
+    catch (const Counted&)
+    {
+        page.GetChars()[0] = 1;
+    }
+}
+
+TEST(StructuredExceptionScopeTests, FaultWithAnExceptionCaughtTwice_EndsBothCatches)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+            FaultWithTheCurrentExceptionCaughtAgain(page);
+        }
+    });
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInsideACatchBlock_AnExceptionCaughtOutside_StaysCaught)
+{
+    const ForbiddenPage page;
+    try
+    {
+        throw Counted();
+    }
+    catch (const Counted&)
+    {
+        const std::exception_ptr current = std::current_exception();
+        Survive([&] { FaultWithTheCurrentExceptionCaughtAgain(page); });
+        EXPECT_EQ(std::current_exception(), current);
+        Survive([&] {
+            try
+            {
+                throw std::runtime_error("inner");
+            }
+            catch (const std::runtime_error&)
+            {
+                page.GetChars()[0] = 1;
+            }
+        });
+        EXPECT_EQ(std::current_exception(), current);
+        EXPECT_EQ(Counted::s_count, 1);
+    }
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInsideACatchBlock_AnExceptionThatIsStillReferred_StaysAlive)
+{
+    const ForbiddenPage page;
+    std::exception_ptr kept;
+    Survive([&] {
+        try
+        {
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+            kept = std::current_exception();
+            page.GetChars()[0] = 1;
+        }
+    });
+    EXPECT_EQ(std::current_exception(), nullptr);
+    EXPECT_EQ(Counted::s_count, 1);
+    EXPECT_THROW(std::rethrow_exception(kept), Counted);
+    kept = nullptr;
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInsideACatchBlock_OfAnExceptionThrownFromAPointer_EndsTheCatch)
+{
+    const ForbiddenPage page;
+    std::exception_ptr thrown = std::make_exception_ptr(Counted());
+    Survive([&] {
+        try
+        {
+            std::rethrow_exception(thrown);
+        }
+        catch (const Counted&)
+        {
+            page.GetChars()[0] = 1;
+        }
+    });
+    EXPECT_EQ(Counted::s_count, 1);
+    thrown = nullptr;
+    ExpectNoException();
+}
+
+#if !defined(_MSC_VER) // whose translated fault may not leave a destructor
+
+struct FaultAtEnd
+{
+    explicit FaultAtEnd(const ForbiddenPage& page) noexcept : m_page(page) {}
+    ~FaultAtEnd() { m_page.GetChars()[0] = 1; }
+    FaultAtEnd(const FaultAtEnd&) = delete;
+    FaultAtEnd& operator=(const FaultAtEnd&) = delete;
+    const ForbiddenPage& m_page;
+};
+
+TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_EndsTheExceptionThatWasLeaving)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        const FaultAtEnd faulting(page);
+        throw Counted();
+    });
+    ExpectNoException();
+    std::exception_ptr thrown = std::make_exception_ptr(Counted());
+    Survive([&] {
+        const FaultAtEnd faulting(page);
+        std::rethrow_exception(thrown);
+    });
+    thrown = nullptr;
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_OfAFault_EndsIt)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        const FaultAtEnd faulting(page);
+        CStructuredExceptionScope().Run([&] { page.GetChars()[1] = 1; });
+    });
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_OfAnExceptionThrownAgain_EndsItOnce)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+            const FaultAtEnd faulting(page);
+            throw;
+        }
+    });
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_OfAnExceptionCaughtOutside_LeavesItCaught)
+{
+    const ForbiddenPage page;
+    try
+    {
+        throw Counted();
+    }
+    catch (const Counted&)
+    {
+        const std::exception_ptr current = std::current_exception();
+        Survive([&] {
+            const FaultAtEnd faulting(page);
+            throw;
+        });
+        EXPECT_EQ(std::current_exception(), current);
+        EXPECT_EQ(std::uncaught_exceptions(), 0);
+        EXPECT_EQ(Counted::s_count, 1);
+    }
+    ExpectNoException();
+}
+
+TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_HandlerInside_LosesTheExceptionOnly)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            const FaultAtEnd faulting(page);
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+        }
+    });
+    EXPECT_EQ(std::current_exception(), nullptr);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+    EXPECT_EQ(Counted::s_count, 1); // the price that the header names
+}
+
+struct SurviveAtEnd
+{
+    explicit SurviveAtEnd(const ForbiddenPage& page) noexcept : m_page(page) {}
+    ~SurviveAtEnd()
+    {
+        Survive([&] {
+            const FaultAtEnd faulting(m_page);
+            throw std::runtime_error("inner");
+        });
+        EXPECT_EQ(std::uncaught_exceptions(), 1);
+    }
+    SurviveAtEnd(const SurviveAtEnd&) = delete;
+    SurviveAtEnd& operator=(const SurviveAtEnd&) = delete;
+    const ForbiddenPage& m_page;
+};
+
+TEST(StructuredExceptionScopeTests, FaultDuringAnotherExceptionsUnwinding_LeavesThatExceptionInFlight)
+{
+    const ForbiddenPage page;
+    EXPECT_THROW(
+        {
+            const SurviveAtEnd surviving(page);
+            throw Counted();
+        },
+        Counted);
+    ExpectNoException();
+}
+
+// An exception whose last object faults when it is destroyed.
+struct FaultingException
+{
+    explicit FaultingException(const ForbiddenPage& page) : m_fault(std::make_shared<FaultAtEnd>(page)) {}
+    std::shared_ptr<FaultAtEnd> m_fault;
+};
+
+TEST(StructuredExceptionScopeTests, FaultInTheDestructorOfAnAbandonedException_IsSurvivedToo)
+{
+    const ForbiddenPage page;
+    Survive([&] {
+        try
+        {
+            throw Counted();
+        }
+        catch (const Counted&)
+        {
+            try
+            {
+                throw FaultingException(page);
+            }
+            catch (const FaultingException&)
+            {
+                page.GetChars()[1] = 1;
+            }
+        }
+    });
+    ExpectNoException();
+}
+
+#endif
+
+using Procedure = void (*)();
+
+TEST(StructuredExceptionScopeTests, CallOfANullPointer_IsTranslated)
+{
+    const Procedure volatile nothing = nullptr;
+    const auto fault = CatchFrom<CAccessViolation>([&] { nothing(); });
+    EXPECT_EQ(fault.GetExceptionAddress(), nullptr);
+    EXPECT_EQ(fault.GetInaccessibleAddress(), nullptr);
+    EXPECT_FALSE(fault.IsWriteAccess());
+}
+
+TEST(StructuredExceptionScopeTests, ExecutionOfData_IsTranslated)
+{
+    void* const page = ::VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+    ASSERT_NE(page, nullptr);
+    *static_cast<unsigned char*>(page) = 0xC3; // a return
+    const Procedure volatile data = reinterpret_cast<Procedure>(page);
+    const auto fault = CatchFrom<CAccessViolation>([&] { data(); });
+    EXPECT_EQ(fault.GetInaccessibleAddress(), page);
+    EXPECT_FALSE(fault.IsWriteAccess());
+    ::VirtualFree(page, 0, MEM_RELEASE);
+}
+
+TEST(StructuredExceptionScopeTests, NonContinuableException_IsTranslated)
+{
+    const auto raised =
+        CatchFrom<CWin32Exception>([] { ::RaiseException(0xE0001234, EXCEPTION_NONCONTINUABLE, 0, nullptr); });
+    EXPECT_EQ(raised.GetExceptionCode(), 0xE0001234u);
+}
+
+const ForbiddenPage* s_pageOfCallback = nullptr;
+
+BOOL CALLBACK FaultForLocale(LPWSTR)
+{
+    s_pageOfCallback->GetChars()[3] = 1;
+    return FALSE;
+}
+
+int FaultForComparison(const void*, const void*)
+{
+    s_pageOfCallback->GetChars()[4] = 1;
+    return 0;
+}
+
+TEST(StructuredExceptionScopeTests, FaultInACallbackOfTheSystemOrTheRuntime_IsTranslated)
+{
+    const ForbiddenPage page;
+    s_pageOfCallback = &page;
+    auto fault = CatchFrom<CAccessViolation>([] { ::EnumSystemLocalesW(&FaultForLocale, LCID_INSTALLED); });
+    EXPECT_EQ(fault.GetInaccessibleAddress(), page.GetChars() + 3);
+    int numbers[] = {2, 1};
+    fault = CatchFrom<CAccessViolation>([&] { std::qsort(numbers, 2, sizeof(int), &FaultForComparison); });
+    EXPECT_EQ(fault.GetInaccessibleAddress(), page.GetChars() + 4);
+}
+
+TEST(StructuredExceptionScopeTests, Body_RunsOnAnAlignedStack)
+{
+    std::uintptr_t place = 1;
+    CStructuredExceptionScope().Run([&] {
+        alignas(16) char aligned[16] = {};
+        place = reinterpret_cast<std::uintptr_t>(Opaque(aligned));
+    });
+    EXPECT_EQ(place % 16, 0u);
+}
+
+TEST(StructuredExceptionScopeTests, TranslateStructuredException_ThrowsByTheCodeThatItIsGiven)
+{
+    EXCEPTION_RECORD record{};
+    record.ExceptionCode = EXCEPTION_ACCESS_VIOLATION;
+    record.ExceptionAddress = reinterpret_cast<void*>(0x1234);
+    record.NumberParameters = 2;
+    record.ExceptionInformation[0] = 1;
+    record.ExceptionInformation[1] = 0xABCD;
+    CONTEXT context{};
+    EXCEPTION_POINTERS pointers{&record, &context};
+    try
+    {
+        KVUtils::TranslateStructuredException(EXCEPTION_ACCESS_VIOLATION, &pointers);
+    }
+    catch (const CAccessViolation& violation)
+    {
+        EXPECT_STREQ(violation.GetMessageText(), L"Access violation");
+        EXPECT_EQ(violation.GetExceptionAddress(), reinterpret_cast<void*>(0x1234));
+        EXPECT_TRUE(violation.IsWriteAccess());
+        EXPECT_EQ(violation.GetInaccessibleAddress(), reinterpret_cast<void*>(0xABCD));
+    }
+    try
+    {
+        KVUtils::TranslateStructuredException(EXCEPTION_INT_DIVIDE_BY_ZERO, &pointers);
+    }
+    catch (const CWin32Exception& fault)
+    {
+        EXPECT_EQ(dynamic_cast<const CAccessViolation*>(&fault), nullptr);
+        EXPECT_EQ(fault.GetExceptionCode(), 0xC0000005u); // the record's
+    }
+}
+
+#if !defined(_MSC_VER) // which has no assembly in functions
+
+// Gives each register that a function has to keep a value of its own, calls the function and returns the number of
+// registers that have another value afterwards.
+extern "C" int KvCountChangedRegisters(void (*function)());
+
+__asm__(R"(
+    .macro KvCompare register, value
+    cmpq $\value, \register
+    setne %cl
+    movzbl %cl, %ecx
+    addl %ecx, %eax
+    .endm
+    .macro KvCompareVector register, value
+    movq \register, %rdx
+    KvCompare %rdx, \value
+    .endm
+    .text
+    .p2align 4
+    .globl KvCountChangedRegisters
+    .def KvCountChangedRegisters; .scl 2; .type 32; .endef
+    .seh_proc KvCountChangedRegisters
+KvCountChangedRegisters:
+    pushq %rbx
+    .seh_pushreg %rbx
+    pushq %rsi
+    .seh_pushreg %rsi
+    pushq %rdi
+    .seh_pushreg %rdi
+    pushq %rbp
+    .seh_pushreg %rbp
+    pushq %r12
+    .seh_pushreg %r12
+    pushq %r13
+    .seh_pushreg %r13
+    pushq %r14
+    .seh_pushreg %r14
+    pushq %r15
+    .seh_pushreg %r15
+    subq $200, %rsp
+    .seh_stackalloc 200
+    movaps %xmm6, 32(%rsp)
+    .seh_savexmm %xmm6, 32
+    movaps %xmm7, 48(%rsp)
+    .seh_savexmm %xmm7, 48
+    movaps %xmm8, 64(%rsp)
+    .seh_savexmm %xmm8, 64
+    movaps %xmm9, 80(%rsp)
+    .seh_savexmm %xmm9, 80
+    movaps %xmm10, 96(%rsp)
+    .seh_savexmm %xmm10, 96
+    movaps %xmm11, 112(%rsp)
+    .seh_savexmm %xmm11, 112
+    movaps %xmm12, 128(%rsp)
+    .seh_savexmm %xmm12, 128
+    movaps %xmm13, 144(%rsp)
+    .seh_savexmm %xmm13, 144
+    movaps %xmm14, 160(%rsp)
+    .seh_savexmm %xmm14, 160
+    movaps %xmm15, 176(%rsp)
+    .seh_savexmm %xmm15, 176
+    .seh_endprologue
+    movq $1, %rbx
+    movq $2, %rsi
+    movq $3, %rdi
+    movq $4, %rbp
+    movq $5, %r12
+    movq $6, %r13
+    movq $7, %r14
+    movq $8, %r15
+    movq %rbx, %xmm6
+    movq %rsi, %xmm7
+    movq %rdi, %xmm8
+    movq %rbp, %xmm9
+    movq %r12, %xmm10
+    movq %r13, %xmm11
+    movq %r14, %xmm12
+    movq %r15, %xmm13
+    movq %rbx, %xmm14
+    movq %rsi, %xmm15
+    call *%rcx
+    xorl %eax, %eax
+    KvCompare %rbx, 1
+    KvCompare %rsi, 2
+    KvCompare %rdi, 3
+    KvCompare %rbp, 4
+    KvCompare %r12, 5
+    KvCompare %r13, 6
+    KvCompare %r14, 7
+    KvCompare %r15, 8
+    KvCompareVector %xmm6, 1
+    KvCompareVector %xmm7, 2
+    KvCompareVector %xmm8, 3
+    KvCompareVector %xmm9, 4
+    KvCompareVector %xmm10, 5
+    KvCompareVector %xmm11, 6
+    KvCompareVector %xmm12, 7
+    KvCompareVector %xmm13, 8
+    KvCompareVector %xmm14, 1
+    KvCompareVector %xmm15, 2
+    movaps 32(%rsp), %xmm6
+    movaps 48(%rsp), %xmm7
+    movaps 64(%rsp), %xmm8
+    movaps 80(%rsp), %xmm9
+    movaps 96(%rsp), %xmm10
+    movaps 112(%rsp), %xmm11
+    movaps 128(%rsp), %xmm12
+    movaps 144(%rsp), %xmm13
+    movaps 160(%rsp), %xmm14
+    movaps 176(%rsp), %xmm15
+    addq $200, %rsp
+    popq %r15
+    popq %r14
+    popq %r13
+    popq %r12
+    popq %rbp
+    popq %rdi
+    popq %rsi
+    popq %rbx
+    ret
+    .seh_endproc
+)");
+
+void OverwriteRegistersAndFault()
+{
+    volatile char* const place = s_pageOfCallback->GetChars();
+    __asm__ volatile("movq $-1, %%rbx\n movq $-1, %%rsi\n movq $-1, %%rdi\n movq $-1, %%r12\n movq $-1, %%r13\n"
+                     "movq $-1, %%r14\n movq $-1, %%r15\n pcmpeqd %%xmm6, %%xmm6\n pcmpeqd %%xmm7, %%xmm7\n"
+                     "pcmpeqd %%xmm8, %%xmm8\n pcmpeqd %%xmm9, %%xmm9\n pcmpeqd %%xmm10, %%xmm10\n"
+                     "pcmpeqd %%xmm11, %%xmm11\n pcmpeqd %%xmm12, %%xmm12\n pcmpeqd %%xmm13, %%xmm13\n"
+                     "pcmpeqd %%xmm14, %%xmm14\n pcmpeqd %%xmm15, %%xmm15\n movb $1, (%0)"
+                     :
+                     : "a"(place)
+                     : "rbx", "rsi", "rdi", "r12", "r13", "r14", "r15", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10",
+                       "xmm11", "xmm12", "xmm13", "xmm14", "xmm15", "memory");
+}
+
+void SurviveOverwrittenRegisters()
+{
+    Survive(&OverwriteRegistersAndFault);
+}
+
+TEST(StructuredExceptionScopeTests, Fault_LeavesTheRegistersThatAFunctionHasToKeep)
+{
+    const ForbiddenPage page;
+    s_pageOfCallback = &page;
+    EXPECT_EQ(KvCountChangedRegisters([] {}), 0);
+    EXPECT_EQ(KvCountChangedRegisters(&SurviveOverwrittenRegisters), 0);
+}
+
+#endif
 
 TEST(StructuredExceptionScopeTests, BodyWithoutFault_RunsOnceAndReturns)
 {

@@ -13,6 +13,7 @@
 #include "tests/utils/InstalledProbe.h"
 #include "winapi/KernelApi.h"
 #include "winapi/ShellApi.h"
+#include "winapi/WinApi.h"
 
 namespace
 {
@@ -196,6 +197,21 @@ TEST_F(SxSConfigTests, GetDataFolder_ConfiguredEmpty_IsTheDefault)
     EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product");
 }
 
+TEST_F(SxSConfigTests, GetDataFolder_ReadWithSuccessButEmpty_IsTheDefault)
+{
+    class EmptyTextOfSomeLength : public KVWinApi::CWinApi
+    {
+    public:
+        DWORD GetPrivateProfileStringW(LPCWSTR, LPCWSTR, LPCWSTR, LPWSTR buffer, DWORD, LPCWSTR) override
+        {
+            buffer[0] = L'\0';
+            return 1;
+        }
+    } profile;
+    const KVTest::ScopedSubstitute swap(KVWinApi::g_winApi, profile);
+    EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product");
+}
+
 TEST_F(SxSConfigTests, GetDataFolder_Default_IsKept)
 {
     const std::wstring& first = CSxSConfig::GetDataFolder();
@@ -244,18 +260,37 @@ TEST(InstalledProgramTests, InstalledProgram_FindsItsProductAndItsSettings)
     EXPECT_EQ(probe.Told(L"data folder"), L"C:\\data");
 }
 
-TEST_F(SxSConfigTests, SampleFile_GivesTheValuesThatItSays)
+// Somebody who unpacks the sample and does not edit it must not report to anybody's property, nor name a model.
+TEST_F(SxSConfigTests, SampleFile_SetsNothing)
 {
-    const std::wstring sample = KVTest::PathBesideTest(L"sample_config.ini");
-    ASSERT_TRUE(::CopyFileW(sample.c_str(), (m_productFolder + L"\\config.ini").c_str(), TRUE));
+    WriteIni(KVTest::ReadFileBytes(KVTest::PathBesideTest(L"sample_config.ini")));
+    std::wstring prefix;
+    EXPECT_FALSE(CSxSConfig::_GetIniFile().ReadString(L"Analytics", L"PropertyIDPrefix", prefix));
+    bool useSsl = false;
+    EXPECT_FALSE(CSxSConfig::_GetIniFile().GetBool(L"Analytics", L"UseSSL", useSsl));
+    EXPECT_EQ(CSxSConfig::GetModelName(), L"");
+    EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product"); // the default
+}
+
+// And somebody who removes the semicolons gets what the sample says.
+TEST_F(SxSConfigTests, SampleFile_WithoutItsSemicolons_SetsWhatItSays)
+{
+    std::string sample = KVTest::ReadFileBytes(KVTest::PathBesideTest(L"sample_config.ini"));
+    for (const char* const key : {"PropertyIDPrefix", "UseSSL", "ModelName", "DataFolder"})
+    {
+        const std::size_t semicolon = sample.find(std::string(";") + key + "=");
+        ASSERT_NE(semicolon, std::string::npos) << key;
+        sample.erase(semicolon, 1);
+    }
+    WriteIni(sample);
     std::wstring prefix;
     EXPECT_TRUE(CSxSConfig::_GetIniFile().ReadString(L"Analytics", L"PropertyIDPrefix", prefix));
     EXPECT_EQ(prefix, L"NV-1000-");
     bool useSsl = false;
     EXPECT_TRUE(CSxSConfig::_GetIniFile().GetBool(L"Analytics", L"UseSSL", useSsl));
     EXPECT_TRUE(useSsl);
-    EXPECT_EQ(CSxSConfig::GetModelName(), L"Norvik Device Centre");
-    EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product"); // the default: it is commented out
+    EXPECT_EQ(CSxSConfig::GetModelName(), L"Norvik 3000");
+    EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product");
 }
 
 TEST(InstalledProgramTests, InstalledProgram_WithoutSettings_HasItsDataBelowTheCommonApplicationData)

@@ -17,7 +17,8 @@
 #include "tests/support/VirtualSlots.h"
 
 // Proof that the operations of a facade class reach the system function of the same name with the same arguments in the
-// same order and return its result, by a stand-in for that function. An interface's test lists its operations:
+// same order and return its result, by a stand-in for that function, and that they have its types. An interface's test
+// lists its operations:
 //
 //     SAME(operation)                forwards to the imported function of its name: the stand-in stands in its place in
 //                                    the program's import table while the operation is called
@@ -110,6 +111,11 @@ template <typename Result, typename... Parameters, typename Call> void ExpectArr
     EXPECT_EQ(Function::s_calls, 1);
     EXPECT_TRUE(Function::s_received == arguments);
 }
+
+/// Whether an operation has exactly the parameters and the result of a function of the system.
+template <typename Operation, typename Function> constexpr bool kHasSameTypes = false;
+template <typename Interface, typename Result, typename... Parameters>
+constexpr bool kHasSameTypes<Result (Interface::*)(Parameters...), Result(WINAPI*)(Parameters...)> = true;
 
 /// An operation that forwards to the imported function whose place in the import table is given.
 template <typename Interface, typename Result, typename... Parameters>
@@ -214,9 +220,15 @@ void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...)
     EXPECT_EQ(KVTest::SlotOf(&KV_INTERFACE::operation), expectedSlot++) << #operation;
 #define KV_EXPECT_NEXT_SLOT_LATE(dll, operation, failure) KV_EXPECT_NEXT_SLOT(operation)
 
+// A narrower type would let every value pass that is made up here.
+#define KV_EXPECT_SAME_TYPES(operation)                                                                                \
+    EXPECT_TRUE((KVTest::kHasSameTypes<decltype(&KV_INTERFACE::operation), decltype(&::operation)>)) << #operation;
+
 #define KV_EXPECT_FORWARDS(operation)                                                                                  \
+    KV_EXPECT_SAME_TYPES(operation)                                                                                    \
     KVTest::ExpectForwards(*api, &KV_INTERFACE::operation, __imp_##operation, #operation);
 #define KV_EXPECT_FORWARDS_LATE(dll, operation, failure)                                                               \
+    KV_EXPECT_SAME_TYPES(operation)                                                                                    \
     KVTest::ExpectForwardsLate(*api, &KV_INTERFACE::operation, dll, __imp_##operation, #operation);
 
 #define KV_EXPECT_FAILURE(dll, operation, failure)                                                                     \

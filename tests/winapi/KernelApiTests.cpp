@@ -247,6 +247,9 @@ public:
     std::vector<HMODULE> modules;
 };
 
+TEST(KernelApiTests, RunTimeResolvedOperations_HaveTheTypesOfTheSystem){
+    KV_EXPECT_SAME_TYPES(GetProcessId) KV_EXPECT_SAME_TYPES(GetProductInfo) KV_EXPECT_SAME_TYPES(GetUserGeoID)}
+
 TEST(KernelApiTests, RunTimeResolvedOperations_AreLookedUpInKernel32ThroughTheSubstituteOnceEach)
 {
     LookupKernelApi substitute;
@@ -302,6 +305,28 @@ TEST(KernelApiTests, RunTimeResolvedOperations_MissingFunction_Give0AndError120A
     substitute.isMissing = false;
     EXPECT_EQ(substitute.GetProcessId(::GetCurrentProcess()), ::GetCurrentProcessId());
     EXPECT_EQ(substitute.names.size(), 7u);
+}
+
+// Its look-up fails, but only after that of another thread has succeeded.
+class LateLosingKernelApi : public KVWinApi::CKernelApi
+{
+public:
+    FARPROC GetProcAddress(HMODULE, LPCSTR) override
+    {
+        KVWinApi::CKernelApi other;
+        EXPECT_EQ(other.GetProcessId(::GetCurrentProcess()), ::GetCurrentProcessId());
+        return nullptr;
+    }
+};
+
+TEST(KernelApiTests, RunTimeResolvedOperations_FailedLookUp_LeavesWhatAnotherThreadHasFound)
+{
+    LateLosingKernelApi losing;
+    ExpectNotImplemented([&] { return losing.GetProcessId(::GetCurrentProcess()); });
+    LookupKernelApi substitute;
+    substitute.isMissing = true;
+    EXPECT_EQ(substitute.GetProcessId(::GetCurrentProcess()), ::GetCurrentProcessId());
+    EXPECT_TRUE(substitute.names.empty());
 }
 
 TEST(KernelApiTests, RunTimeResolvedOperations_WithoutModuleHandle_Give0AndError120WithoutALookup)

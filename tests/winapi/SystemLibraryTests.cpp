@@ -13,10 +13,13 @@
 #include <vector>
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/utils/AllocationHook.h"
 #include "winapi/SystemLibraries.h"
+
+KV_DECLARE_IMPORT(GetProcAddress)
 
 // winmm.dll stands for all: nothing else in this program needs it, so that a test finds it not yet loaded.
 
@@ -26,6 +29,8 @@ using namespace KVWinApi;
 
 constinit CSystemLibrary s_winMm(L"winmm.dll");
 constinit CSystemLibrary s_noLibrary(L"kv_no_such.dll");
+constinit CSystemFunction<decltype(&::timeGetTime)> s_contested(s_winMm, "timeGetTime");
+bool s_isContested = false;
 
 using ErrorCodeFunction = CSystemFunction<DWORD(WINAPI*)(int)>;
 using HresultFunction = CSystemFunction<HRESULT(WINAPI*)(int)>;
@@ -129,6 +134,37 @@ TEST(SystemLibraryTests, MissingLibrary_ThatComesBack_IsFoundByTheNextCall)
         EXPECT_EQ(time.Find(), nullptr);
     }
     EXPECT_NE(time.Find(), nullptr);
+}
+
+DWORD WINAPI AnswerZero()
+{
+    return 0;
+}
+
+// Fails, but only after the look-up of another thread has succeeded.
+FARPROC WINAPI LoseToAnotherThread(HMODULE, LPCSTR)
+{
+    if (s_isContested)
+    {
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&AnswerZero)); // the other thread's
+    }
+    s_isContested = true;
+    EXPECT_NE(s_contested.Find(), nullptr);
+    ::SetLastError(ERROR_PROC_NOT_FOUND);
+    return nullptr;
+}
+
+TEST(SystemLibraryTests, FailedLookUp_LeavesWhatAnotherThreadHasFound)
+{
+    {
+        const KVTest::ImportPatch patch(__imp_GetProcAddress, reinterpret_cast<void*>(&LoseToAnotherThread));
+        EXPECT_EQ(s_contested.Find(), nullptr);
+    }
+    ASSERT_TRUE(s_isContested);
+    KVTest::LoaderPatch loader;
+    loader.LackFunctions();
+    EXPECT_NE(s_contested.Find(), nullptr);
+    EXPECT_TRUE(loader.GetLookUps().empty());
 }
 
 DWORD WINAPI LeaveTheLastError(int number)

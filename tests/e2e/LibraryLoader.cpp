@@ -1,0 +1,81 @@
+// kv_library_loader protected|unprotected
+//
+// Makes the system load what it loads for the product's sake: an encrypted request, the query for the battery, the list
+// of printers. With "protected" the process is set up before as the program's is. Prints
+//
+//   start PATH    a module that was loaded before
+//   end PATH      a module that is loaded at the end
+//   sent 0|1      whether the request was delivered
+//   battery TEXT  what the query answered
+//   printers N    how many printers there are; -1: the spooler does not say
+
+#include <winsock2.h>
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+#include <winspool.h>
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "analytics_reporting/BatteryQuery.h"
+#include "ga_client/http/HttpPostRequest.h"
+#include "proxy/ProcessSetup.h"
+#include "winapi/ComApi.h"
+#include "winapi/SpoolerApi.h"
+
+namespace
+{
+void PrintModules(const char* when)
+{
+    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, ::GetCurrentProcessId());
+    MODULEENTRY32W module{};
+    module.dwSize = sizeof(module);
+    for (BOOL found = ::Module32FirstW(snapshot, &module); found != FALSE; found = ::Module32NextW(snapshot, &module))
+    {
+        std::printf("%s %ls\n", when, module.szExePath);
+    }
+    ::CloseHandle(snapshot);
+}
+
+std::wstring AskForBattery()
+{
+    if (FAILED(KVWinApi::g_comApi->CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+    {
+        return L"without COM";
+    }
+    std::wstring answer = KVAnalyticsReporting::CBatteryQuery().Run();
+    KVWinApi::g_comApi->CoUninitialize();
+    return answer;
+}
+
+int CountPrinters()
+{
+    constexpr DWORD kFlags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
+    DWORD needed = 0;
+    DWORD count = 0;
+    KVWinApi::g_spoolerApi->EnumPrintersW(kFlags, nullptr, 2, nullptr, 0, &needed, &count);
+    std::vector<BYTE> printers(needed);
+    const BOOL listed =
+        KVWinApi::g_spoolerApi->EnumPrintersW(kFlags, nullptr, 2, printers.data(), needed, &needed, &count);
+    return listed != FALSE ? static_cast<int>(count) : -1;
+}
+} // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    std::optional<KVAnalyticsProxy::CProcessSetup> setup;
+    if (argc > 1 && argv[1] == std::wstring(L"protected"))
+    {
+        setup.emplace();
+    }
+    PrintModules("start");
+    std::printf("sent %d\n", Http::CHttpPostRequest().Send(L"/collect?v=1", true) ? 1 : 0);
+    std::printf("battery %ls\n", AskForBattery().c_str());
+    std::printf("printers %d\n", CountPrinters());
+    PrintModules("end");
+    return 0;
+}

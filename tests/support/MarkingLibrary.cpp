@@ -1,0 +1,16 @@
+#include <windows.h>
+
+#include <cwchar>
+
+// A library that shows that its code has been run: it makes an empty file beside itself, of its own name and ".run".
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID)
+{
+    constexpr wchar_t kEnding[] = L".run";
+    wchar_t path[MAX_PATH + 8] = {};
+    if (reason == DLL_PROCESS_ATTACH && ::GetModuleFileNameW(module, path, MAX_PATH) != 0)
+    {
+        std::wcscat(path, kEnding);
+        ::CloseHandle(::CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+    return TRUE;
+}
