@@ -5,8 +5,8 @@
 namespace KVAnalyticsReporting
 {
 /// Facts of a printer driver, from what the spooler keeps of it in the registry (`RegQueryValueExW`). "Unknown" when
-/// the driver is not found there, the value is not of its type, or the processor is neither x86, x64, IA64 nor ARM.
-/// The drivers of the machine's own architecture are looked at, first those of version 3, then those of version 4.
+/// the driver is not found there, the value is not of its type or size, or the processor is neither x86, x64, IA64 nor
+/// ARM. The drivers of the machine's own architecture are looked at, first those of version 3, then those of version 4.
 ///
 /// driverName: exactly as the spooler calls the driver. On any thread.
 
