@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+namespace KVFaults
+{
+/// Objects of the system that take names before the program does, until the object is destroyed.
+class CSquatter
+{
+public:
+    /// Does nothing yet.
+    CSquatter() noexcept = default;
+    ~CSquatter();
+    CSquatter(const CSquatter&) = delete;
+    CSquatter& operator=(const CSquatter&) = delete;
+
+    /// how: "held" (a mutex that this thread owns), "event", and as mappings "image", "reserved", "read-only", "small",
+    /// "garbage". False when there is no such way or the name is taken already.
+    bool Take(const std::wstring& name, const std::string& how);
+
+private:
+    HANDLE Make(const std::wstring& name, const std::string& how);
+
+    std::vector<HANDLE> m_objects;
+};
+} // namespace KVFaults

@@ -1,0 +1,171 @@
+"""A Wine prefix with an installed product, in which the program with faults runs again and again."""
+
+import os
+import shutil
+import socket
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests" / "e2e"))
+import fault_model
+from fault_server import FaultServer
+from wine_prefix import to_windows
+
+HOST = r"C:\windows\syswow64\mshta.exe"
+PROGRAM = r"C:\Product\bin\KVAnalyticsProxy.exe"
+DATA_FOLDER, DEFAULT_DATA_FOLDER = r"C:\Data", r"C:\ProgramData\Norvik\Product"
+VERSION = "1.0.0.0"
+INTERNET_KEY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings"
+LOGGING_KEY = r"HKCU\Software\Norvik\KV\Logging"
+JOURNAL_BYTES = 1 << 19
+
+# Where a run takes place: whether the server listens, how much faster time passes, whether config.ini names a data
+# folder, and which data folder has the mark of who has opted out. Off line a run waits for most of its twelve seconds; on
+# line time must leave the exchanges enough of them.
+PLACES = {
+    "online": (True, 20, True, None),
+    "offline": (False, 50, True, None),
+    "optedout": (True, 20, True, DATA_FOLDER),
+    "optedout-default": (True, 20, False, DEFAULT_DATA_FOLDER),
+}
+LIMIT_MS = 20000  # real time: a run that waits for everything it can wait for takes some seconds of it
+
+
+class LaneError(Exception):
+    """The lane itself does not work."""
+
+
+class Lane:
+    """One run at a time. To be closed."""
+
+    def __init__(self, folder, host, program):
+        self._folder = folder
+        self._prefix = folder / "wine-prefix"
+        self._journal = folder / "journal"
+        self._output = folder / "output"
+        self._has_log = None
+        self._folder.mkdir(parents=True, exist_ok=True)
+        self.server = FaultServer()
+        self._wine("start", "600")
+        self._place(host, HOST)
+        self._place(program, PROGRAM)
+        self._write(self._path(r"C:\Product\bin\NorvikCustPartic.exe"), b"")
+        self._client_folder = self._local_data() / "Norvik" / "Statlet" / "LumoLink" / VERSION
+        self._add(INTERNET_KEY, "ProxyEnable", "REG_DWORD", 1)
+        self._add(INTERNET_KEY, "ProxyServer", "REG_SZ", f"127.0.0.1:{self.server.port}")
+        self._start_host()
+
+    def close(self):
+        self._connection.close()
+        try:
+            self._host.wait(30)
+        except subprocess.TimeoutExpired:
+            self._host.kill()
+        self._wine("stop")
+
+    def run(self, place, plan="", squats=(), log=False, kill=None):
+        """The outcome of one run; kill is (turn, microseconds)."""
+        is_listening, time_scale, has_data_folder, opted_out_folder = PLACES[place]
+        self._set_log(log)
+        self._reset(has_data_folder, opted_out_folder)
+        self.server.listen(is_listening)
+        variables = {"KV_FAULT_PLAN": plan, "KV_FAULT_JOURNAL": to_windows(self._journal), "KV_FAULT_TIME": time_scale}
+        if kill is not None:
+            variables["KV_FAULT_KILL_TURN"], variables["KV_FAULT_KILL_MICROSECONDS"] = kill
+        fields = [f"{name}={value}" for name, value in variables.items() if value != ""]
+        fields += [f"squat={squat}" for squat in squats]
+        fields += [f"limit={LIMIT_MS}", f"output={to_windows(self._output)}",
+                   f'command="{PROGRAM}" /linkid {fault_model.LINK} /connection USB']
+        end = self._ask("\t".join(fields))
+        arrivals, connections = self.server.take()
+        journal = fault_model.Journal(self._journal.read_bytes().decode("ascii"))
+        if journal.unlisted:
+            raise LaneError(f"not in the list of faults/SystemCalls.cpp: {', '.join(sorted(journal.unlisted))}")
+        queue_file = self._client_folder / "Statlet_RequestQueue.txt"
+        return fault_model.Outcome(end, self._output.read_bytes(), journal, arrivals, connections,
+                                   queue_file.read_bytes() if queue_file.exists() else None)
+
+    def journal_text(self):
+        return self._journal.read_bytes().rstrip(b"\0").decode("ascii")
+
+    def _ask(self, job):
+        self._connection.sendall(job.encode("ascii") + b"\n")
+        answer = b""
+        while not answer.endswith(b"\n"):
+            received = self._connection.recv(4096)
+            if not received:
+                raise LaneError("the host has ended")
+            answer += received
+        text = answer.decode("ascii").strip()
+        if text.startswith("error"):
+            raise LaneError(text)
+        return fault_model.HANG if text == "hang" else int(text, 16)
+
+    def _start_host(self):
+        with socket.socket() as listener:
+            listener.bind(("127.0.0.1", 0))
+            listener.listen(1)
+            listener.settimeout(120)
+            self._host = self._start_wine("run", HOST, listener.getsockname()[1], limit=36000)
+            self._connection, _ = listener.accept()
+        self._connection.settimeout(LIMIT_MS / 1000 + 60)
+
+    def _reset(self, has_data_folder, opted_out_folder):
+        settings = "[Analytics]\r\nPropertyIDPrefix=FAULTS-\r\nUseSSL=false\r\n"
+        if has_data_folder:
+            settings += f"[Directories]\r\nDataFolder={DATA_FOLDER}\r\n"
+        self._write(self._path(r"C:\Product\config.ini"), settings.encode("ascii"))
+        for folder in (DATA_FOLDER, DEFAULT_DATA_FOLDER):
+            mark = self._path(folder + r"\NorvikCustPartic\OptedOut")
+            if folder == opted_out_folder:
+                self._write(mark, b"")
+            else:
+                mark.unlink(missing_ok=True)
+        shutil.rmtree(self._client_folder, ignore_errors=True)
+        self._write(self._client_folder / "LumoLink.ini", f"[Users]\r\nUUID={fault_model.CLIENT_ID}\r\n".encode("ascii"))
+        self._write(self._client_folder / "Statlet_RequestQueue.txt", fault_model.older_file())
+        with open(self._journal, "wb") as file:
+            file.truncate(JOURNAL_BYTES)
+
+    def _set_log(self, on):
+        if on == self._has_log:
+            return
+        self._has_log = on
+        self._add(LOGGING_KEY, "LogCategories", "REG_DWORD", 0xFFF0 if on else 0)
+        self._add(LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self._folder / "trace.log"))
+
+    def _add(self, key, name, kind, value):
+        self._wine("run", "reg", "add", key, "/v", name, "/t", kind, "/d", str(value), "/f")
+
+    def _local_data(self):
+        user, = (entry for entry in (self._prefix / "drive_c" / "users").iterdir() if entry.name != "Public")
+        return user / "AppData" / "Local"
+
+    def _path(self, windows_path):
+        return self._prefix / "drive_c" / windows_path[3:].replace("\\", "/")
+
+    def _place(self, file, windows_path):
+        path = self._path(windows_path)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.unlink(missing_ok=True)
+        shutil.copy(file, path)
+
+    @staticmethod
+    def _write(path, content):
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+
+    def _start_wine(self, action, *arguments, limit):
+        environment = {name: value for name, value in os.environ.items() if not name.lower().endswith("_proxy")}
+        environment["KV_WINE_TIMEOUT"] = str(limit)
+        return subprocess.Popen([ROOT / "scripts" / "wine", self._folder, action, *map(str, arguments)], env=environment,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+    def _wine(self, action, *arguments):
+        process = self._start_wine(action, *arguments, limit=300)
+        output, _ = process.communicate()
+        has_stumbled = process.returncode == 127 and "Inconsistency detected by ld.so" in output
+        if process.returncode != 0 and not has_stumbled:
+            raise LaneError(f"wine {action} ended with {process.returncode}: {output}")
