@@ -245,7 +245,6 @@ const Entry* FindFallible(const char* wanted) noexcept
         KV_FAILS(InternetGetConnectedState),
         KV_FAILS(InternetOpenW),
         KV_FAILS(InternetSetOptionW),
-        KV_FAILS(PathFindFileNameW),
         KV_FAILS(ReleaseDC),
         KV_FAILS_CODE(SHCreateDirectoryExW),
         KV_FAILS_HRESULT(SHGetFolderPathW),
@@ -275,6 +274,8 @@ bool IsInfallible(const char* wanted) noexcept
         "GetNativeSystemInfo", "GetUserDefaultLCID", "GetUserDefaultLangID", "GetUserDefaultUILanguage",
         "IsDBCSLeadByteEx", "IsDebuggerPresent", "QueryPerformanceCounter", "QueryPerformanceFrequency", "SetErrorMode",
         "SetLastError", "TlsGetValue", "VerSetConditionMask",
+        // They look at a text that they are given.
+        "PathFindFileNameW", "PathIsFileSpecW", "PathIsRelativeW", "PathRemoveFileSpecW",
         // They wait, guard or give back, and have no failure that a caller could see.
         "DeleteCriticalSection", "EnterCriticalSection", "GlobalFree", "GlobalUnlock", "InitializeCriticalSection",
         "LeaveCriticalSection", "LocalFree", "OutputDebugStringA", "OutputDebugStringW", "Sleep",

@@ -11,7 +11,6 @@ import re
 CLIENT_ID = "3f2504e0-4f89-11d3-9a0c-0305e82c3301"
 PROPERTY = "FAULTS-3"
 LINK = "L1"
-OLDER_HITS = 25
 
 DONE, NOT_OPTED_IN, INIT_FAILED, START_FAILED, NOT_CALLED = 0x03E8C0FB, 0x03E8C0FF, 0x83E8C0FC, 0x83E8C0FD, 0x83E8C0FE
 NO_OBJECT = 0  # without memory for the one object of the run, the program ends with this
@@ -32,10 +31,11 @@ Finding = collections.namedtuple("Finding", "kind text")
 
 
 class Outcome:
-    """What a run has left: its end (exit code or HANG), what it printed, the journal, paths that arrived, the number of
+    """How many older hits a run began with, and what it has left: its end (exit code or HANG), what it printed, the journal, paths that arrived, the number of
     connections, and the bytes of the queue file (None: there is none)."""
 
-    def __init__(self, end, printed, journal, arrivals, connections, file):
+    def __init__(self, older, end, printed, journal, arrivals, connections, file):
+        self.older = older
         self.end = end
         self.printed = printed
         self.journal = journal
@@ -75,7 +75,7 @@ def older_hit(number):
             f"&cd3=USB#1416096000")
 
 
-def older_file(count=OLDER_HITS):
+def older_file(count):
     return "".join(older_hit(number) + "\n" for number in range(count)).encode("ascii")
 
 
@@ -105,8 +105,11 @@ def key_of(hit):
     return next((key for key, tail in _TAILS.items() if tail.fullmatch(common[1])), None)
 
 
-OLDER_KEYS = [f"older-{number:02}" for number in range(OLDER_HITS)]
 OWN_KEYS = list(_TAILS)
+
+
+def older_keys(outcome):
+    return [f"older-{number:02}" for number in range(outcome.older)]
 
 
 def judge(outcome, opted_out=False, is_killed=False):
@@ -115,16 +118,16 @@ def judge(outcome, opted_out=False, is_killed=False):
     lines, broken = _read_file(outcome.file or b"")
     findings += [Finding(TORN, f"in the queue file: {line!r}") for line in broken]
     if opted_out:
-        if outcome.connections or outcome.file != older_file():
+        if outcome.connections or outcome.file != older_file(outcome.older):
             findings.append(Finding(REPORTED, f"{outcome.connections} connections, {len(outcome.arrivals)} hits"))
         return findings, 0
     findings += [Finding(INVENTED, f"arrived: {path}") for path in outcome.arrivals if key_of(path) is None]
     arrived = collections.Counter(filter(None, map(key_of, outcome.arrivals)))
     stored = collections.Counter(lines)
     if not is_killed:
-        lost = [key for key in OLDER_KEYS if not arrived[key] and not stored[key]]
+        lost = [key for key in older_keys(outcome) if not arrived[key] and not stored[key]]
         if lost:
-            findings.append(Finding(LOST, f"{len(lost)} of {OLDER_HITS}"))
+            findings.append(Finding(LOST, f"{len(lost)} of {outcome.older}"))
     excused = 0
     reads_no_answer = any(name in ANSWER_FUNCTIONS for _, _, _, name in outcome.journal.failed)
     for key in sorted(arrived | stored):
@@ -162,4 +165,4 @@ def lost_hits(outcome):
     """How many of the older hits, and of the run's own, are nowhere."""
     lines, _ = _read_file(outcome.file or b"")
     there = {*lines, *map(key_of, outcome.arrivals)}
-    return sum(key not in there for key in OLDER_KEYS), sum(key not in there for key in OWN_KEYS)
+    return sum(key not in there for key in older_keys(outcome)), sum(key not in there for key in OWN_KEYS)

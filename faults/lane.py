@@ -1,5 +1,6 @@
 """A Wine prefix with an installed product, in which the program with faults runs again and again."""
 
+import collections
 import os
 import shutil
 import socket
@@ -21,14 +22,14 @@ INTERNET_KEY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Setting
 LOGGING_KEY = r"HKCU\Software\Norvik\KV\Logging"
 JOURNAL_BYTES = 1 << 19
 
-# Where a run takes place: whether the server listens, how much faster time passes, whether config.ini names a data
-# folder, and which data folder has the mark of who has opted out. Off line a run waits for most of its twelve seconds; on
-# line time must leave the exchanges enough of them.
+Place = collections.namedtuple("Place", "is_listening time_scale older_hits has_data_folder opted_out_folder")
+# How many times faster time passes leaves the exchanges on line enough of the run's twelve seconds; off line it waits for
+# most of them. Of who has opted out the mark is in the data folder that config.ini names, or in the default one.
 PLACES = {
-    "online": (True, 20, True, None),
-    "offline": (False, 50, True, None),
-    "optedout": (True, 20, True, DATA_FOLDER),
-    "optedout-default": (True, 20, False, DEFAULT_DATA_FOLDER),
+    "online": Place(True, 10, 5, True, None),
+    "offline": Place(False, 50, 25, True, None),
+    "optedout": Place(True, 10, 5, True, DATA_FOLDER),
+    "optedout-default": Place(True, 10, 5, False, DEFAULT_DATA_FOLDER),
 }
 LIMIT_MS = 20000  # real time: a run that waits for everything it can wait for takes some seconds of it
 
@@ -67,11 +68,12 @@ class Lane:
 
     def run(self, place, plan="", squats=(), log=False, kill=None):
         """The outcome of one run; kill is (turn, microseconds)."""
-        is_listening, time_scale, has_data_folder, opted_out_folder = PLACES[place]
+        place = PLACES[place]
         self._set_log(log)
-        self._reset(has_data_folder, opted_out_folder)
-        self.server.listen(is_listening)
-        variables = {"KV_FAULT_PLAN": plan, "KV_FAULT_JOURNAL": to_windows(self._journal), "KV_FAULT_TIME": time_scale}
+        self._reset(place)
+        self.server.listen(place.is_listening)
+        variables = {"KV_FAULT_PLAN": plan, "KV_FAULT_JOURNAL": to_windows(self._journal),
+                     "KV_FAULT_TIME": place.time_scale}
         if kill is not None:
             variables["KV_FAULT_KILL_TURN"], variables["KV_FAULT_KILL_MICROSECONDS"] = kill
         fields = [f"{name}={value}" for name, value in variables.items() if value != ""]
@@ -84,7 +86,7 @@ class Lane:
         if journal.unlisted:
             raise LaneError(f"not in the list of faults/SystemCalls.cpp: {', '.join(sorted(journal.unlisted))}")
         queue_file = self._client_folder / "Statlet_RequestQueue.txt"
-        return fault_model.Outcome(end, self._output.read_bytes(), journal, arrivals, connections,
+        return fault_model.Outcome(place.older_hits, end, self._output.read_bytes(), journal, arrivals, connections,
                                    queue_file.read_bytes() if queue_file.exists() else None)
 
     def journal_text(self):
@@ -112,20 +114,20 @@ class Lane:
             self._connection, _ = listener.accept()
         self._connection.settimeout(LIMIT_MS / 1000 + 60)
 
-    def _reset(self, has_data_folder, opted_out_folder):
+    def _reset(self, place):
         settings = "[Analytics]\r\nPropertyIDPrefix=FAULTS-\r\nUseSSL=false\r\n"
-        if has_data_folder:
+        if place.has_data_folder:
             settings += f"[Directories]\r\nDataFolder={DATA_FOLDER}\r\n"
         self._write(self._path(r"C:\Product\config.ini"), settings.encode("ascii"))
         for folder in (DATA_FOLDER, DEFAULT_DATA_FOLDER):
             mark = self._path(folder + r"\NorvikCustPartic\OptedOut")
-            if folder == opted_out_folder:
+            if folder == place.opted_out_folder:
                 self._write(mark, b"")
             else:
                 mark.unlink(missing_ok=True)
         shutil.rmtree(self._client_folder, ignore_errors=True)
         self._write(self._client_folder / "LumoLink.ini", f"[Users]\r\nUUID={fault_model.CLIENT_ID}\r\n".encode("ascii"))
-        self._write(self._client_folder / "Statlet_RequestQueue.txt", fault_model.older_file())
+        self._write(self._client_folder / "Statlet_RequestQueue.txt", fault_model.older_file(place.older_hits))
         with open(self._journal, "wb") as file:
             file.truncate(JOURNAL_BYTES)
 
@@ -133,8 +135,12 @@ class Lane:
         if on == self._has_log:
             return
         self._has_log = on
-        self._add(LOGGING_KEY, "LogCategories", "REG_DWORD", 0xFFF0 if on else 0)
-        self._add(LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self._folder / "trace.log"))
+        if on:
+            self._add(LOGGING_KEY, "LogCategories", "REG_DWORD", 0xFFF0)
+            self._add(LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self._folder / "trace.log"))
+        else:
+            self._add(LOGGING_KEY, "LogCategories", "REG_DWORD", 0)  # there is a key to delete
+            self._wine("run", "reg", "delete", LOGGING_KEY, "/f")
 
     def _add(self, key, name, kind, value):
         self._wine("run", "reg", "add", key, "/v", name, "/t", kind, "/d", str(value), "/f")
