@@ -1,6 +1,10 @@
 #include "faults/Squatters.h"
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace KVFaults
 {
@@ -13,14 +17,28 @@ HANDLE MakeMapping(const std::wstring& name, DWORD protection, DWORD byteCount)
     return ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, protection, 0, byteCount, name.c_str());
 }
 
-HANDLE MakeImageMapping(const std::wstring& name)
+std::vector<char> ReadOwnImage()
 {
     wchar_t path[MAX_PATH] = {};
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const HANDLE file =
-        ::CreateFileW(path, GENERIC_READ | GENERIC_EXECUTE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// An image whose first page says that no block is there yet: who believes it writes to memory that cannot be written.
+HANDLE MakeImageMapping(const std::wstring& name)
+{
+    constexpr std::size_t kPointerOffset = 8; // of the mapping's pointer to its block; the loader ignores the place
+    std::vector<char> image = ReadOwnImage();
+    std::fill_n(image.begin() + kPointerOffset, sizeof(void*), '\0');
+    const std::filesystem::path path = std::filesystem::temp_directory_path() / L"kv_fault_image.exe";
+    std::ofstream(path, std::ios::binary).write(image.data(), static_cast<std::streamsize>(image.size()));
+    const HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_EXECUTE, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
     const HANDLE mapping = ::CreateFileMappingW(file, nullptr, PAGE_READONLY | SEC_IMAGE, 0, 0, name.c_str());
+    const DWORD error = ::GetLastError();
     ::CloseHandle(file);
+    ::SetLastError(error);
     return mapping;
 }
 
@@ -28,12 +46,14 @@ HANDLE MakeGarbageMapping(const std::wstring& name)
 {
     constexpr int kGarbage = 0xCC;
     const HANDLE mapping = MakeMapping(name, PAGE_READWRITE, kPageBytes);
+    const DWORD error = ::GetLastError();
     void* const view = mapping != nullptr ? ::MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 0) : nullptr;
     if (view != nullptr)
     {
         std::memset(view, kGarbage, kPageBytes);
         ::UnmapViewOfFile(view);
     }
+    ::SetLastError(error);
     return mapping;
 }
 } // namespace

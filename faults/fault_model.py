@@ -84,11 +84,13 @@ _ID = "[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}"
 _COMMON = re.compile("/collect\\?v=1&z=[0-9]{10}(?:&ul=[A-Za-z-]*)?&de=UTF-8&je=0(?:&sd=[0-9]+-bits?)?"
                      "(?:&sr=[0-9]+x[0-9]+&vp=[0-9]+x[0-9]+)?&tid=[A-Z0-9-]*3&an=LumoLink(?:&av=[0-9.]+)?&aip=1"
                      f"&cid={_ID}&(.*)")
+_FACTS = "(?:&?&cd1=[A-Za-z0-9]+)?(?:&?&cd3=[A-Za-z]+)?"
 _TAILS = {
     "begin": re.compile("sc=start&t=appview&cd=Start"),
     "launch": re.compile("t=event&ec=ApplicationLifeCycle&ea=Start&el=Launch&cd=Start"),
-    "link": re.compile(f"t=event&ec=Link&ea=Click&(?:el={LINK}&)?(?:&cd1=[A-Za-z0-9]+)?(?:&?&cd3=[A-Za-z]+)?MARK"),
-    "stop": re.compile("sc=end&t=event&ec=ApplicationLifeCycle&ea=Stop&el=Launch&cd=Start"),
+    "link": re.compile(f"t=event&ec=Link&ea=Click&el={LINK}{_FACTS}MARK"),
+    # The facts of a link for whose hit there was no memory still wait, and the end of the session has them too.
+    "stop": re.compile(f"sc=end&t=event&ec=ApplicationLifeCycle&ea=Stop&el=Launch&cd=Start{_FACTS}"),
 }
 _MARKS = re.compile("(?:#[0-9]{10}|&qt=[0-9][0-9.e+]*)$")
 

@@ -5,6 +5,7 @@ import threading
 import time
 
 ANSWER = b"HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 0\r\n\r\n"
+NO_TUNNEL = b"HTTP/1.1 502 Bad Gateway\r\nConnection: close\r\nContent-Length: 0\r\n\r\n"
 SETTLE_SECONDS = 5
 
 
@@ -74,6 +75,9 @@ class FaultServer:
                     if not received:
                         return
                     data += received
+                if data.startswith(b"CONNECT "):  # a program that cannot read its settings encrypts
+                    connection.sendall(NO_TUNNEL)
+                    return
                 with self._lock:
                     self._arrivals.append(path_of(data))
                 connection.sendall(ANSWER)
