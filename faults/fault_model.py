@@ -79,11 +79,11 @@ def older_file(count):
     return "".join(older_hit(number) + "\n" for number in range(count)).encode("ascii")
 
 
-# A fact that could not be found out is left out of a hit.
+# A fact that could not be found out is left out of a hit, or unknown.
 _ID = "[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}"
 _COMMON = re.compile("/collect\\?v=1&z=[0-9]{10}(?:&ul=[A-Za-z-]*)?&de=UTF-8&je=0(?:&sd=[0-9]+-bits?)?"
-                     "(?:&sr=[0-9]+x[0-9]+&vp=[0-9]+x[0-9]+)?&tid=[A-Z0-9-]*3&an=LumoLink(?:&av=[0-9.]+)?&aip=1"
-                     f"&cid={_ID}&(.*)")
+                     "(?:&sr=[0-9]+x[0-9]+&vp=[0-9]+x[0-9]+)?&tid=[A-Z0-9-]*3&an=LumoLink(?:&av=(?:[0-9.]+|Unknown))?&aip=1"
+                     f"(?:&cid={_ID})?&(.*)")
 _FACTS = "(?:&?&cd1=[A-Za-z0-9]+)?(?:&?&cd3=[A-Za-z]+)?"
 _TAILS = {
     "begin": re.compile("sc=start&t=appview&cd=Start"),

@@ -125,7 +125,7 @@ class Lane:
                 self._write(mark, b"")
             else:
                 mark.unlink(missing_ok=True)
-        shutil.rmtree(self._client_folder, ignore_errors=True)
+        shutil.rmtree(self._client_folder.parents[1], ignore_errors=True)  # of every version
         self._write(self._client_folder / "LumoLink.ini", f"[Users]\r\nUUID={fault_model.CLIENT_ID}\r\n".encode("ascii"))
         self._write(self._client_folder / "Statlet_RequestQueue.txt", fault_model.older_file(place.older_hits))
         with open(self._journal, "wb") as file:

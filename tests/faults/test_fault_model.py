@@ -50,6 +50,7 @@ class KeyTests(unittest.TestCase):
 
     def test_facts_that_could_not_be_found_out_are_left_out(self):
         bare = BEGIN.replace("&ul=en-US", "").replace("&sd=32-bit", "").replace("&sr=1024x768&vp=1024x768", "")
+        bare = bare.replace("av=1.0.0.0", "av=Unknown").replace(f"&cid={fault_model.CLIENT_ID}", "")
         self.assertEqual(fault_model.key_of(bare), "begin")
 
     def test_facts_of_a_link_without_a_hit_are_in_the_end(self):
