@@ -1,6 +1,7 @@
 #include "faults/Adapters.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
@@ -101,10 +102,15 @@ BOOL WINAPI ReleaseMutexAndEndTurn(HANDLE mutex)
     return s_releaseMutex(mutex);
 }
 
-// The runtime's abort, which writes or shows a message first.
+// The runtime's abort, which writes or shows a message unless the program has a handler of its own.
 void Abort()
 {
     Note("abort");
+    const auto handler = std::signal(SIGABRT, SIG_GET);
+    if (handler != SIG_DFL && handler != SIG_IGN && handler != SIG_ERR)
+    {
+        handler(SIGABRT);
+    }
     ::TerminateProcess(::GetCurrentProcess(), kAborted);
 }
 
