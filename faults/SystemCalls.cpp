@@ -151,6 +151,7 @@ const Entry* FindFallible(const char* wanted) noexcept
         KV_FAILS(GetFileAttributesExW),
         KV_FAILS_INVALID(GetFileAttributesW),
         KV_FAILS(GetFileInformationByHandle),
+        KV_FAILS(GetFileInformationByHandleEx),
         KV_FAILS(GetFileSizeEx),
         KV_FAILS(GetFileTime),
         KV_FAILS(GetFullPathNameW),
@@ -198,6 +199,7 @@ const Entry* FindFallible(const char* wanted) noexcept
         KV_ENTRY(ResumeThread, kInvalidHandle, ERROR_NOT_ENOUGH_MEMORY),
         KV_FAILS(SearchPathW),
         KV_FAILS(SetCurrentDirectoryW),
+        KV_FAILS(SetDefaultDllDirectories),
         KV_FAILS(SetEndOfFile),
         KV_FAILS(SetEvent),
         KV_FAILS(SetFileAttributesW),
@@ -281,7 +283,7 @@ bool IsInfallible(const char* wanted) noexcept
         "LeaveCriticalSection", "LocalFree", "OutputDebugStringA", "OutputDebugStringW", "Sleep",
         "TryEnterCriticalSection",
         // They end the process, or are how exceptions travel.
-        "ExitProcess", "RaiseException", "RemoveVectoredExceptionHandler", "RtlCaptureContext",
+        "ExitProcess", "ExitThread", "RaiseException", "RemoveVectoredExceptionHandler", "RtlCaptureContext",
         "RtlLookupFunctionEntry", "RtlUnwindEx", "RtlVirtualUnwind", "SetUnhandledExceptionFilter", "TerminateProcess",
         "__C_specific_handler",
         // Of the injector itself.
