@@ -273,7 +273,7 @@ bool IsInfallible(const char* wanted) noexcept
         "GetCommandLineW", "GetCurrentProcess", "GetCurrentProcessId", "GetCurrentThread", "GetCurrentThreadId",
         "GetDesktopWindow", "GetLastError", "GetLocalTime", "GetStartupInfoW", "GetSystemDefaultLCID",
         "GetSystemDefaultUILanguage", "GetSystemTime", "GetSystemTimeAsFileTime", "GetTickCount", "GetTickCount64",
-        "GetNativeSystemInfo", "GetUserDefaultLCID", "GetUserDefaultLangID", "GetUserDefaultUILanguage",
+        "GetNativeSystemInfo", "GetErrorMode", "GetUserDefaultLCID", "GetUserDefaultLangID", "GetUserDefaultUILanguage",
         "IsDBCSLeadByteEx", "IsDebuggerPresent", "QueryPerformanceCounter", "QueryPerformanceFrequency", "SetErrorMode",
         "SetLastError", "TlsGetValue", "VerSetConditionMask",
         // They look at a text that they are given.

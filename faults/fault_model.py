@@ -92,7 +92,8 @@ _TAILS = {
     # The facts of a link for whose hit there was no memory still wait, and the end of the session has them too.
     "stop": re.compile(f"sc=end&t=event&ec=ApplicationLifeCycle&ea=Stop&el=Launch&cd=Start{_FACTS}"),
 }
-_MARKS = re.compile("(?:#[0-9]{10}|&qt=[0-9][0-9.e+]*)$")
+# A clock that cannot be read says 1601.
+_MARKS = re.compile("(?:#[0-9]{10}|#-11644473600|&qt=[0-9][0-9.e+]*)$")
 
 
 def key_of(hit):

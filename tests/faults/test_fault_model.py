@@ -53,6 +53,9 @@ class KeyTests(unittest.TestCase):
         bare = bare.replace("av=1.0.0.0", "av=Unknown").replace(f"&cid={fault_model.CLIENT_ID}", "")
         self.assertEqual(fault_model.key_of(bare), "begin")
 
+    def test_a_clock_that_cannot_be_read(self):
+        self.assertEqual(fault_model.key_of(LINK.partition("#")[0] + "#-11644473600"), "link")
+
     def test_facts_of_a_link_without_a_hit_are_in_the_end(self):
         self.assertEqual(fault_model.key_of(STOP + "&cd1=Unknown&cd3=USB"), "stop")
         self.assertIsNone(fault_model.key_of(LAUNCH + "&cd1=Unknown&cd3=USB"))
