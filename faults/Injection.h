@@ -6,8 +6,8 @@ namespace KVFaults
 enum class Kind : char
 {
     kNew = 'n',     ///< an `operator new`
-    kRuntime = 'm', ///< malloc, calloc, realloc called by the compiler's runtime in the program
-    kCall = 'c',    ///< a call of a system function that the program imports or has looked up
+    kRuntime = 'm', ///< malloc, calloc, realloc, or a call of the system, that only the compiler's runtime makes
+    kCall = 'c',    ///< any other call of a system function that the program imports or has looked up
 };
 
 /// Reads what is to fail from the environment and opens the journal. To be called before anything is hooked.
