@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 
@@ -30,6 +31,11 @@ constinit std::atomic<DWORD> s_orderlyThread{0};
     std::_Exit(kQuietEnd);
 }
 
+void EndAfterAbort(int)
+{
+    EndQuietly();
+}
+
 // Missing on Windows Vista and 7 without update KB2533623, where the search stays as it is.
 void SearchSystemFolderOnly() noexcept
 {
@@ -49,10 +55,9 @@ CProcessSetup::CProcessSetup() noexcept
     ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     s_orderlyThread = KVWinApi::g_kernelApi->GetCurrentThreadId();
     std::set_terminate(&EndQuietly);
-#if defined(_MSC_VER)
-    // The handler is the main thread's own there; other threads get to abort, which ends with 3 too.
-    ::_set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
-#endif
+    // Compilers' runtimes abort where they lack memory for themselves; with Visual C++, whose terminate handlers are a
+    // thread's own, exceptions of other threads end there too.
+    std::signal(SIGABRT, &EndAfterAbort);
 }
 
 CProcessSetup::~CProcessSetup()

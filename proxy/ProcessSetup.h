@@ -12,10 +12,11 @@ namespace KVAnalyticsProxy
 ///
 /// All of this belongs to a whole process, so the libraries leave it to the program that links them.
 ///
-/// An exception that nobody catches, such as a failed allocation in Run, ends the process quietly: with 3 and without a
-/// word. On the main thread, while the object lives, static objects are destroyed on the way, and with them the client,
-/// which saves its queue: the worker may have taken hits of earlier runs out of the queue file by then, and one failed
-/// allocation must not lose them. On other threads, and when anything fails on that way, the process ends at once.
+/// An exception that nobody catches, such as a failed allocation in Run, and an abort end the process quietly: with 3
+/// and without a word. On the main thread, while the object lives, static objects are destroyed on the way, and with
+/// them the client, which saves its queue: the worker may have taken hits of earlier runs out of the queue file by
+/// then, and one failed allocation must not lose them. On other threads, and when anything fails on that way, the
+/// process ends at once.
 class CProcessSetup
 {
 public:

@@ -26,12 +26,19 @@ class QuietEndTests(ReportingTest):
         self.assertEqual(run.output, "")
         self.assertLess(run.elapsed_ms, LONGEST_RUN_MS)
 
-    def test_failed_allocation_loses_no_hit(self):
-        self.assertQuietEnd("allocation")
+    def assertNoHitIsLost(self):
         own = self.product.expected_hits().link_run("L1")[:2]
         queued = self.product.queued_hits()
         self.assertEqual([hit for hit in queued if hit in EARLIER], EARLIER)
         self.assertEqual([hits.stored(hit) for hit in queued if hit not in EARLIER], own)
+
+    def test_failed_allocation_loses_no_hit(self):
+        self.assertQuietEnd("allocation")
+        self.assertNoHitIsLost()
+
+    def test_abort_loses_no_hit(self):
+        self.assertQuietEnd("abort")
+        self.assertNoHitIsLost()
 
     def test_failure_on_the_way_out_ends_at_once(self):
         self.assertQuietEnd("again")

@@ -3,6 +3,7 @@
 //
 //   allocation   the next allocation of the main thread fails
 //   again        the same, and on the way out a static object ends the process once more
+//   abort        the main thread aborts, as the runtime does when it lacks memory for itself
 //   thread       another thread lets an exception out
 
 #include <windows.h>
@@ -72,6 +73,10 @@ public:
         if (IsFailure(L"thread"))
         {
             FailThread();
+        }
+        if (IsFailure(L"abort"))
+        {
+            std::abort();
         }
         if (IsFailure(L"allocation") || IsFailure(L"again"))
         {
