@@ -24,7 +24,7 @@ HANG = "hang"
 # What is found. LOST_OWN is none: a hit that this run tracks needs memory and a file of its own.
 CRASH, HANGS, PRINTS, LOST, DOUBLED, TORN, INVENTED, REPORTED, LOST_OWN = (
     "crash", "hang", "printed", "lost", "doubled", "torn", "invented", "reported", "own hits lost")
-# When one of these fails the server has the hit and the client cannot know: it sends it again.
+# When one of these fails, or the look-up of the second, the server has the hit and the client cannot know: it sends it again.
 ANSWER_FUNCTIONS = {"HttpSendRequestW", "HttpQueryInfoW"}
 
 Finding = collections.namedtuple("Finding", "kind text")
@@ -50,16 +50,21 @@ class Journal:
     def __init__(self, text):
         self.counts = collections.Counter()  # (kind, thread): events
         self.failed = []  # (kind, thread, ordinal, name)
+        self.has_unread_answer = False
         self.turns = []  # microseconds
         self.unlisted = set()
         lines = [line for line in text.replace("\0", "").split("\n") if line]
         previous = ""
+        calls = {}  # the last one of each thread
         for line in lines:
             event = re.fullmatch("([0-9]+) ([nmc]) ([^ ]+)( failed)?", line)
             if event is not None:
                 key = (event[2], int(event[1]))
                 if event[4]:
                     self.failed.append((*key, self.counts[key], event[3]))
+                    self.has_unread_answer |= event[3] in ANSWER_FUNCTIONS or (
+                        event[3] == "GetProcAddress" and calls.get(key) == "HttpSendRequestW")
+                calls[key] = event[3]
                 self.counts[key] += 1
             elif line.startswith("turn "):
                 self.turns.append(int(line.split()[1]))
@@ -132,11 +137,10 @@ def judge(outcome, opted_out=False, is_killed=False):
         if lost:
             findings.append(Finding(LOST, f"{len(lost)} of {outcome.older}"))
     excused = 0
-    reads_no_answer = any(name in ANSWER_FUNCTIONS for _, _, _, name in outcome.journal.failed)
     for key in sorted(arrived | stored):
         if stored[key] > 1 or arrived[key] + stored[key] > 1 and not is_killed:
             # The one whose answer was lost is sent again, or is in the file; never more than that in the file.
-            if reads_no_answer and stored[key] <= 1:
+            if outcome.journal.has_unread_answer and stored[key] <= 1:
                 excused += 1
             else:
                 findings.append(Finding(DOUBLED, f"{key} arrived {arrived[key]} times, is in the file {stored[key]} times"))

@@ -90,7 +90,10 @@ class JudgeTests(unittest.TestCase):
         journal = "1 c HttpQueryInfoW failed\n"
         findings, excused = fault_model.judge(outcome([sent(0), sent(0)], lines(older_hit(1), older_hit(2)), journal=journal))
         self.assertEqual((findings, excused), ([], 1))
+        journal = "1 c HttpSendRequestW\n0 c CloseHandle\n1 c GetProcAddress failed\n"
+        self.assertEqual(kinds([sent(0)], journal=journal), [])
         self.assertEqual(kinds([], ALL + lines(older_hit(1)), journal=journal), [DOUBLED])
+        self.assertEqual(kinds([sent(0)], journal="1 c CloseHandle\n1 c GetProcAddress failed\n"), [DOUBLED])
         self.assertEqual(kinds([sent(0)], journal="1 c CloseHandle failed\n"), [DOUBLED])
 
     def test_torn(self):
