@@ -1,6 +1,6 @@
 #pragma once
 
-#include <deque>
+#include <list>
 #include <string>
 
 namespace KVLogging
@@ -20,6 +20,7 @@ public:
     void WriteTo(CLogFile& file);
 
 private:
-    std::deque<std::wstring> m_lines;
+    // Not a deque: that allocates as soon as it is made, and a module must come to life without memory.
+    std::list<std::wstring> m_lines;
 };
 } // namespace KVLogging

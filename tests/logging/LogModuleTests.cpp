@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <new>
 #include <stdexcept>
 #include <thread>
 #include <type_traits>
@@ -15,6 +17,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/VirtualSlots.h"
+#include "tests/utils/AllocationHook.h"
 #include "tests/utils/Faults.h"
 #include "utils/Win32Exception.h"
 
@@ -815,5 +818,43 @@ TEST_F(LogModuleTests, LockOfTheFileNotObtainedInTime_TheLineIsDropped)
 TEST(LogStaticTests, ScopesBeforeConstructionAndAfterDestructionOfTheModule_AreHarmless)
 {
     EXPECT_EQ(KVTest::RunBesideTest(L"kv_log_static_user.exe", L""), 0u);
+}
+
+std::size_t s_allocationsLeft = 0; // before one fails
+bool s_allocationHasFailed = false;
+
+void FailOneAllocation(std::size_t)
+{
+    if (s_allocationHasFailed)
+    {
+        return;
+    }
+    if (s_allocationsLeft == 0)
+    {
+        s_allocationHasFailed = true;
+        throw std::bad_alloc();
+    }
+    --s_allocationsLeft;
+}
+
+// True when there was an allocation of that number to fail.
+bool MakeModuleWithoutMemory(std::size_t allocation)
+{
+    s_allocationsLeft = allocation;
+    s_allocationHasFailed = false;
+    const KVTest::AllocationHook hook(&FailOneAllocation);
+    CLogModule module("Poor", "04:48:18");
+    module.LogString(nullptr, kLogInfo, L"line", true);
+    return s_allocationHasFailed;
+}
+
+TEST_F(LogModuleTests, Construction_WithoutMemory_IsSurvived)
+{
+    std::size_t allocation = 0;
+    while (MakeModuleWithoutMemory(allocation))
+    {
+        ++allocation;
+    }
+    EXPECT_GT(allocation, 4U); // its names, its settings and the shared blocks
 }
 } // namespace
