@@ -15,6 +15,7 @@ namespace KVLogging
 class CIndentation
 {
 public:
+    /// All blanks.
     const std::wstring& GetText() const noexcept { return m_text; }
 
     /// A scope of this thread begins. Returns how many the thread had open before.

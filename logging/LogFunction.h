@@ -63,13 +63,13 @@ public:
     std::int64_t GetStartTime() const noexcept { return m_startTime; }
     /// Collects the line under construction.
     std::wstring& GetPendingText() noexcept { return m_pendingText; }
-    /// The file that the entry line has indented, null for none, and how many scopes of this thread had it indented
-    /// before.
+    /// What the entry line has indented.
     struct EntryIndentation
     {
-        LogFileRecord* File = nullptr;
-        std::uint32_t OpenBefore = 0;
+        LogFileRecord* File = nullptr; ///< null for none
+        std::uint32_t OpenBefore = 0;  ///< scopes of this thread that had indented the file before
     };
+    /// Kept by the module logger from the entry line to the exit line.
     EntryIndentation& GetEntryIndentation() noexcept { return m_entryIndentation; }
     /// "Class::Method" without template arguments, or the full name when it has no such part. Split on first need.
     const std::wstring& GetShortName();

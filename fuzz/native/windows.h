@@ -17,6 +17,31 @@ using LPCWSTR = const wchar_t*;
 
 constexpr DWORD MAX_PATH = 260;
 
+constexpr DWORD ERROR_SUCCESS = 0;
+constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+constexpr DWORD ERROR_OUTOFMEMORY = 14;
+constexpr DWORD ERROR_COMMITMENT_LIMIT = 1455;
+constexpr DWORD ERROR_NO_SYSTEM_RESOURCES = 1450;
+constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
+
+using HRESULT = std::int32_t;
+constexpr int FACILITY_WIN32 = 7;
+
+constexpr bool FAILED(HRESULT result)
+{
+    return result < 0;
+}
+
+constexpr int HRESULT_FACILITY(HRESULT result)
+{
+    return (result >> 16) & 0x1FFF;
+}
+
+constexpr int HRESULT_CODE(HRESULT result)
+{
+    return result & 0xFFFF;
+}
+
 struct SYSTEMTIME
 {
     std::int64_t seconds; // since 1970; all that is asked of it here

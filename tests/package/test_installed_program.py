@@ -17,8 +17,8 @@ class InstalledProgramTests(EncryptedTest):
         self.prefix.run("regedit", "/S", f"{FOLDER}\\docs\\logging-on.reg")
         run = product.start("/linkid L1 /connection USB")
         self.assertEnds(run, "PROXY_S_DONE")
-        # The property and the model of the sample.
-        self.assertArrived(product.expected_hits("NV-1000-3").link_run("L1", "Norvik%20Device%20Centre", "USB"))
+        # The sample sets neither a property nor a model.
+        self.assertArrived(product.expected_hits("3").link_run("L1", "Unknown", "USB"))
         log, = self.prefix.drive_c.rglob("kvtrace.log")
         self.assertRegex(log.read_text(encoding="utf-16-le"), r" \(->\) +CAnalyticsProxy::Run\n")
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <list>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -137,7 +138,7 @@ public:
         }
         FARPROC GetProcAddress(HMODULE module, LPCSTR name) override
         {
-            if (std::string(name) != "GetNativeSystemInfo")
+            if (std::string_view(name) != "GetNativeSystemInfo")
             {
                 return CKernelApi::GetProcAddress(module, name);
             }
