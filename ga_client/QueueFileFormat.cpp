@@ -37,7 +37,7 @@ std::size_t GetSizeOfQueueLine(std::wstring_view request) noexcept
     return request.size() + 1;
 }
 
-std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests) noexcept
+std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests)
 {
     std::size_t size = 0;
     for (const std::wstring& request : requests)

@@ -16,7 +16,7 @@ constexpr char kQueueLineEnd = '\n';
 std::string NarrowToBytes(std::wstring_view text);
 
 /// The bytes that the lines of the hits take.
-std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests) noexcept;
+std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests);
 std::size_t GetSizeOfQueueLine(std::wstring_view request) noexcept;
 
 /// Appends the lines of the hits, in their order. Allocates nothing when bytes has room for them.

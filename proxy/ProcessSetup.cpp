@@ -19,16 +19,36 @@ constexpr int kQuietEnd = 3; // what abort ends with
 // The thread that may end the process by way of its static objects; 0: none.
 constinit std::atomic<DWORD> s_orderlyThread{0};
 
-// Calls the system directly: the facade may be gone, or be what failed.
+// What follows calls the system directly: the facade may be gone, or be what failed.
+
+[[noreturn]] void EndAtOnce() noexcept
+{
+    ::TerminateProcess(::GetCurrentProcess(), kQuietEnd);
+    std::_Exit(kQuietEnd);
+}
+
+DWORD WINAPI EndLater(void*)
+{
+    constexpr DWORD kLongestEndMs = 75000; // the client's is 70 seconds
+    ::Sleep(kLongestEndMs);
+    EndAtOnce();
+}
+
+// What failed may hold a lock for ever, even one of the runtime that a static object's end needs.
+bool BoundTheEnd() noexcept
+{
+    return ::CreateThread(nullptr, 0, &EndLater, nullptr, 0, nullptr) != nullptr;
+}
+
 [[noreturn]] void EndQuietly() noexcept
 {
     DWORD thread = ::GetCurrentThreadId();
-    if (s_orderlyThread.compare_exchange_strong(thread, 0)) // once: what fails on this way arrives here again
+    // Once: what fails on this way arrives here again.
+    if (s_orderlyThread.compare_exchange_strong(thread, 0) && BoundTheEnd())
     {
         std::exit(kQuietEnd);
     }
-    ::TerminateProcess(::GetCurrentProcess(), kQuietEnd);
-    std::_Exit(kQuietEnd);
+    EndAtOnce();
 }
 
 void EndAfterAbort(int)

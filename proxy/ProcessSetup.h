@@ -15,8 +15,8 @@ namespace KVAnalyticsProxy
 /// An exception that nobody catches, such as a failed allocation in Run, and an abort end the process quietly: with 3
 /// and without a word. On the main thread, while the object lives, static objects are destroyed on the way, and with
 /// them the client, which saves its queue: the worker may have taken hits of earlier runs out of the queue file by
-/// then, and one failed allocation must not lose them. On other threads, and when anything fails on that way, the
-/// process ends at once.
+/// then, and one failed allocation must not lose them. That takes 75 seconds at most. On other threads, and when
+/// anything fails on that way, the process ends at once.
 class CProcessSetup
 {
 public:
