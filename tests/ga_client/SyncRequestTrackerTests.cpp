@@ -413,15 +413,25 @@ TEST_F(SyncRequestTrackerTests, Lock_IsHeldWhileAHitIsQueuedAndWhileOneIsSent)
     EXPECT_EQ(kernelApi.depth, 0);
 }
 
-TEST_F(SyncRequestTrackerTests, FaultInMemoryOfTheCaller_LeavesTheLockFree)
+TEST_F(SyncRequestTrackerTests, FaultInAListOfTheCaller_LeavesTheLockFree)
 {
+#if defined(_GLIBCXX_DEBUG)
+    GTEST_SKIP() << "a checked list holds a lock of the standard library while it is written";
+#endif
     const auto tracker = std::make_shared<GAClient::CSyncRequestTracker>(m_name, KVTest::kSampleVersion, false);
     EXPECT_TRUE(tracker->TrackRequest(L"a"));
     const KVTest::ForbiddenPage page;
     const KVUtils::CStructuredExceptionScope scope;
     auto& badList = *static_cast<Requests*>(page.GetAddress());
     EXPECT_THROW(scope.Run([&] { tracker->GetQueuedRequests(badList); }), KVUtils::CWin32Exception);
-    ASSERT_TRUE(IsLockFree(tracker));
+    EXPECT_TRUE(IsLockFree(tracker));
+}
+
+TEST_F(SyncRequestTrackerTests, FaultInATextOfTheCaller_LeavesTheLockFree)
+{
+    const auto tracker = std::make_shared<GAClient::CSyncRequestTracker>(m_name, KVTest::kSampleVersion, false);
+    const KVTest::ForbiddenPage page;
+    const KVUtils::CStructuredExceptionScope scope;
     const auto& badText = *static_cast<const std::wstring*>(page.GetAddress());
     EXPECT_THROW(scope.Run([&] { tracker->TrackRequest(badText); }), KVUtils::CWin32Exception);
     ASSERT_TRUE(IsLockFree(tracker));
