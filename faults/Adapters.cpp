@@ -13,7 +13,6 @@ namespace KVFaults
 {
 namespace
 {
-constexpr UINT kKilled = 0xFA017002;
 constexpr UINT kAborted = 0xFA017003;
 
 constinit LookUp s_lookUp = nullptr;
@@ -21,10 +20,9 @@ constinit DWORD s_timeScale = 1;
 constinit DWORD s_startTicks = 0;
 
 constinit DWORD s_killTurn = 0; // 0: none
-constinit unsigned long s_killMicroseconds = 0;
 constinit std::atomic<DWORD> s_turn{0};
 constinit std::atomic<std::uint64_t> s_turnStart{0}; // in counts
-constinit HANDLE s_killEvent = nullptr;
+constinit HANDLE s_killEvent = nullptr;              // the host's
 
 constinit decltype(&::Sleep) s_sleep = nullptr;
 constinit decltype(&::GetTickCount) s_getTickCount = nullptr;
@@ -49,17 +47,6 @@ std::uint64_t MicrosecondsSince(std::uint64_t start) noexcept
     LARGE_INTEGER frequency{};
     ::QueryPerformanceFrequency(&frequency);
     return (GetCounts() - start) * 1000000 / static_cast<std::uint64_t>(frequency.QuadPart);
-}
-
-// Waits outside the hooks, since it is no part of the program.
-DWORD WINAPI KillInTurn(LPVOID)
-{
-    s_waitForSingleObject(s_killEvent, INFINITE);
-    while (MicrosecondsSince(s_turnStart) < s_killMicroseconds)
-    {
-    }
-    ::TerminateProcess(::GetCurrentProcess(), kKilled);
-    return 0;
 }
 
 void WINAPI ScaledSleep(DWORD milliseconds)
@@ -137,11 +124,9 @@ void StartAdapters() noexcept
     s_startTicks = ::GetTickCount();
     s_waitForSingleObject = &::WaitForSingleObject;
     s_killTurn = ReadNumber("KV_FAULT_KILL_TURN");
-    s_killMicroseconds = ReadNumber("KV_FAULT_KILL_MICROSECONDS");
     if (s_killTurn != 0)
     {
-        s_killEvent = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        ::CreateThread(nullptr, 0, &KillInTurn, nullptr, 0, nullptr);
+        s_killEvent = ::OpenEventW(EVENT_MODIFY_STATE, FALSE, L"KvFaultKill");
     }
 }
 

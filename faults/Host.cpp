@@ -6,6 +6,7 @@
 // closed:
 //   VARIABLE=VALUE  with a name in capitals: the program's environment has it
 //   squat=HOW NAME  makes an object of that name before the program runs (Squatters.h); PID in it is the process id
+//   kill=US         ends the program so many microseconds after it has set the event KvFaultKill
 //   limit=MS        the longest time that the program may take (10000)
 //   output=FILE     receives what the program prints
 //   command=TEXT    the program's command line, last
@@ -39,6 +40,8 @@ struct Job
     std::string output;
     std::wstring commandLine;
     DWORD limitMs = 10000;
+    bool isKilled = false;
+    unsigned long killMicroseconds = 0;
 };
 
 Job ParseJob(const std::string& line)
@@ -54,6 +57,11 @@ Job ParseJob(const std::string& line)
         if (field.rfind("squat=", 0) == 0)
         {
             job.squats.push_back(value);
+        }
+        else if (field.rfind("kill=", 0) == 0)
+        {
+            job.isKilled = true;
+            job.killMicroseconds = std::strtoul(value.c_str(), nullptr, 10);
         }
         else if (field.rfind("limit=", 0) == 0)
         {
@@ -117,6 +125,32 @@ bool TakeNames(KVFaults::CSquatter& squatter, const std::vector<std::string>& sq
     });
 }
 
+// Does not sleep, which would be too coarse.
+void PauseMicroseconds(unsigned long microseconds)
+{
+    LARGE_INTEGER frequency{};
+    LARGE_INTEGER start{};
+    LARGE_INTEGER now{};
+    ::QueryPerformanceFrequency(&frequency);
+    ::QueryPerformanceCounter(&start);
+    do
+    {
+        ::QueryPerformanceCounter(&now);
+    } while ((now.QuadPart - start.QuadPart) * 1000000 / frequency.QuadPart < static_cast<LONGLONG>(microseconds));
+}
+
+// From outside, as by a task manager: a process that ends itself can wait for locks of the threads that it has ended.
+void KillInTurn(HANDLE process, HANDLE turnBegins, const Job& job)
+{
+    constexpr UINT kKilled = 0xFA017002;
+    const HANDLE either[] = {turnBegins, process};
+    if (::WaitForMultipleObjects(2, either, FALSE, job.limitMs) == WAIT_OBJECT_0)
+    {
+        PauseMicroseconds(job.killMicroseconds);
+        ::TerminateProcess(process, kKilled);
+    }
+}
+
 std::string WaitForEnd(HANDLE process, DWORD limitMs)
 {
     constexpr DWORD kEndMs = 10000;
@@ -144,6 +178,7 @@ std::string Run(Job job)
 {
     const CEnvironment environment(job.variables);
     const HANDLE output = OpenOutput(job.output);
+    const HANDLE turnBegins = ::CreateEventW(nullptr, FALSE, FALSE, L"KvFaultKill");
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -155,6 +190,7 @@ std::string Run(Job job)
     ::CloseHandle(output);
     if (started == FALSE)
     {
+        ::CloseHandle(turnBegins);
         return "error: the program cannot be started";
     }
     KVFaults::CSquatter squatter;
@@ -162,6 +198,10 @@ std::string Run(Job job)
     if (TakeNames(squatter, job.squats, process.dwProcessId))
     {
         ::ResumeThread(process.hThread);
+        if (job.isKilled)
+        {
+            KillInTurn(process.hProcess, turnBegins, job);
+        }
         result = WaitForEnd(process.hProcess, job.limitMs);
     }
     else
@@ -169,6 +209,7 @@ std::string Run(Job job)
         ::TerminateProcess(process.hProcess, 1);
         result = "error: a name cannot be taken";
     }
+    ::CloseHandle(turnBegins);
     ::CloseHandle(process.hThread);
     ::CloseHandle(process.hProcess);
     return result;

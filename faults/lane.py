@@ -75,8 +75,9 @@ class Lane:
         variables = {"KV_FAULT_PLAN": plan, "KV_FAULT_JOURNAL": to_windows(self._journal),
                      "KV_FAULT_TIME": place.time_scale}
         if kill is not None:
-            variables["KV_FAULT_KILL_TURN"], variables["KV_FAULT_KILL_MICROSECONDS"] = kill
+            variables["KV_FAULT_KILL_TURN"] = kill[0]
         fields = [f"{name}={value}" for name, value in variables.items() if value != ""]
+        fields += [f"kill={kill[1]}"] if kill is not None else []
         fields += [f"squat={squat}" for squat in squats]
         fields += [f"limit={LIMIT_MS}", f"output={to_windows(self._output)}",
                    f'command="{PROGRAM}" /linkid {fault_model.LINK} /connection USB']

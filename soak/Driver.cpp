@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <iterator>
 #include <utility>
 
 #include "analytics_reporting/AnalyticsEngine.h"

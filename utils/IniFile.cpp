@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cwchar>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <string_view>
