@@ -135,6 +135,12 @@ class KillTests(unittest.TestCase):
         self.assertEqual(kinds([], ALL + ALL[:20], end=KILLED, is_killed=True), [TORN])
         self.assertEqual(kinds([], ALL + ALL, end=KILLED, is_killed=True), [DOUBLED] * OLDER)
 
+    def test_cut_between_two_pages(self):
+        file = lines(*(older_hit(number) for number in range(40)))
+        self.assertEqual(kinds([], file[:fault_model.PAGE], end=KILLED, is_killed=True), [])
+        self.assertEqual(kinds([], file[:fault_model.PAGE - 1], end=KILLED, is_killed=True), [TORN])
+        self.assertEqual(kinds([], file[:fault_model.PAGE]), [TORN])
+
 
 class JournalTests(unittest.TestCase):
     def test_events_are_counted_by_kind_and_thread(self):
