@@ -3,9 +3,9 @@
 #include <windows.h>
 
 #include <atomic>
-#include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <signal.h>
 
 #include "winapi/KernelApi.h"
 #include "winapi/WinApi.h"
@@ -77,7 +77,7 @@ CProcessSetup::CProcessSetup() noexcept
     std::set_terminate(&EndQuietly);
     // Compilers' runtimes abort where they lack memory for themselves; with Visual C++, whose terminate handlers are a
     // thread's own, exceptions of other threads end there too.
-    std::signal(SIGABRT, &EndAfterAbort);
+    ::signal(SIGABRT, &EndAfterAbort);
 }
 
 CProcessSetup::~CProcessSetup()

@@ -261,8 +261,8 @@ TEST(SharedBlockTests, Attach_MappingCommittedInPartOnly_StaysUnattached)
     ASSERT_NE(::VirtualAlloc(view.get(), 4096, MEM_COMMIT, PAGE_READWRITE), nullptr);
     CSharedBlock<TwoPageBlock> block;
     EXPECT_FALSE(block.Attach(kExecutable));
-    CSharedBlock<TestBlock> small; // which the committed page holds
-    EXPECT_TRUE(small.Attach(kExecutable));
+    CSharedBlock<TestBlock> onePage; // which the committed page holds
+    EXPECT_TRUE(onePage.Attach(kExecutable));
 }
 
 // A mapping of the block's name that somebody made before the process did, with a pointer of his own in it.
