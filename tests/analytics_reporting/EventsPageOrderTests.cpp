@@ -1,4 +1,4 @@
-// The operations' rows in docs/events.md, with a client that records in which order it is told what.
+// The operations' rows in docs/events.md, compared with the calls that a client records in their order.
 
 #include <windows.h>
 
