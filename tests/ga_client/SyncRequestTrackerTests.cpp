@@ -56,12 +56,21 @@ bool IsLockFree(const std::shared_ptr<GAClient::CSyncRequestTracker>& tracker)
 {
     constexpr DWORD kBoundMs = 5000;
     const auto answered = std::shared_ptr<void>(::CreateEventW(nullptr, TRUE, FALSE, nullptr), &::CloseHandle);
-    std::thread([tracker, answered] {
+    std::thread other([tracker, answered] {
         Requests queue;
         tracker->GetQueuedRequests(queue);
         ::SetEvent(answered.get());
-    }).detach();
-    return ::WaitForSingleObject(answered.get(), kBoundMs) == WAIT_OBJECT_0;
+    });
+    const bool isFree = ::WaitForSingleObject(answered.get(), kBoundMs) == WAIT_OBJECT_0;
+    if (isFree)
+    {
+        other.join(); // with winpthreads, a thread that starts while a detached one ends is now and then never run
+    }
+    else
+    {
+        other.detach();
+    }
+    return isFree;
 }
 
 template <typename Result, typename... Arguments>
