@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "analytics_reporting/AnalyticsEngine.h"
+#include "winapi/base/SystemLibraries.h"
 #include "winapi/ComApi.h"
 #include "winapi/KernelHandles.h"
-#include "winapi/SystemLibraries.h"
 
 namespace KVAnalyticsReporting
 {

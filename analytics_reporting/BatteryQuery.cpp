@@ -2,7 +2,7 @@
 
 #include "analytics_reporting/Dimensions.h"
 #include "utils/StructuredExceptionScope.h"
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 namespace KVAnalyticsReporting
 {

@@ -48,7 +48,7 @@ else()
         -Wl,--gc-sections
         $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:KV_SEPARATE_SYMBOLS>>>>:-s>
     )
-    # winapi/StackGuard.cpp, for programs only: a library leaves the choice to the program that links it.
+    # winapi/base/StackGuard.cpp, for programs only: a library leaves the choice to the program that links it.
     target_sources(kv_build_options INTERFACE
         $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:kv_stack_guard>>)
 endif()

@@ -6,7 +6,7 @@
 #include <rpc.h>
 
 #include "ga_client/DataFolder.h"
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient

@@ -4,7 +4,7 @@
 
 #include <shlobj.h>
 
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient

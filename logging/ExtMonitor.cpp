@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "utils/StructuredExceptionScope.h"
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
 {

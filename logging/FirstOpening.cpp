@@ -7,7 +7,7 @@
 
 #include "logging/LogFile.h"
 #include "logging/LogFlags.h"
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
 {

@@ -11,7 +11,7 @@
 #include "logging/SystemHandle.h"
 #include "logging/TextFormat.h"
 #include "utils/FileVersionInfo.h"
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
 {

@@ -7,9 +7,9 @@
 #include <stdexcept>
 
 #include "utils/AsciiCase.h"
+#include "winapi/base/SystemLibraries.h"
+#include "winapi/base/UniqueHandle.h"
 #include "winapi/KernelApi.h"
-#include "winapi/SystemLibraries.h"
-#include "winapi/UniqueHandle.h"
 
 namespace KVUtils
 {

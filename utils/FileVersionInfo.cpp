@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <new>
 
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 namespace KVUtils
 {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "winapi/base/UniqueHandle.h"
 #include "winapi/ComApi.h"
-#include "winapi/UniqueHandle.h"
 
 namespace KVWinApi
 {

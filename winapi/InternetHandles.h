@@ -1,6 +1,6 @@
 #pragma once
 
-#include "winapi/UniqueHandle.h"
+#include "winapi/base/UniqueHandle.h"
 #include "winapi/WinApi.h"
 
 namespace KVWinApi

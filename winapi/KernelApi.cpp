@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "winapi/base/SystemLibraries.h"
 #include "winapi/FacadeInstance.h"
-#include "winapi/SystemLibraries.h"
 
 namespace KVWinApi
 {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "winapi/base/UniqueHandle.h"
 #include "winapi/SpoolerApi.h"
-#include "winapi/UniqueHandle.h"
 
 namespace KVWinApi
 {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "winapi/base/UniqueHandle.h"
 #include "winapi/RegistryApi.h"
-#include "winapi/UniqueHandle.h"
 
 namespace KVWinApi
 {

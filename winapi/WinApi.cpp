@@ -1,7 +1,7 @@
 #include "winapi/WinApi.h"
 
+#include "winapi/base/SystemLibraries.h"
 #include "winapi/FacadeInstance.h"
-#include "winapi/SystemLibraries.h"
 
 namespace KVWinApi
 {

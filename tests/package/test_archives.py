@@ -22,7 +22,7 @@ HEADERS = """
     utils/OSVersion.h utils/PathUtils.h utils/StringUtils.h utils/StructuredExceptionScope.h utils/SxSConfig.h
     utils/Win32Exception.h
     winapi/ComApi.h winapi/IPHelperApi.h winapi/KernelApi.h winapi/RegistryApi.h winapi/SetupApi.h winapi/ShellApi.h
-    winapi/SpoolerApi.h winapi/SystemLibraries.h winapi/SystemLibrary.h winapi/ToolHlpApi.h winapi/UserApi.h
+    winapi/SpoolerApi.h winapi/base/SystemLibraries.h winapi/base/SystemLibrary.h winapi/ToolHlpApi.h winapi/UserApi.h
     winapi/WinApi.h winapi/WinSockApi.h
     """.split()
 LIBRARIES = ["analytics_reporting", "device_manager", "ga_client", "logging", "utils", "utils_base", "winapi", "winapi_base"]

@@ -1,4 +1,4 @@
-#include "winapi/SystemLibrary.h"
+#include "winapi/base/SystemLibrary.h"
 
 #include <cwchar>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "winapi/SystemLibrary.h"
+#include "winapi/base/SystemLibrary.h"
 
 namespace KVWinApi
 {

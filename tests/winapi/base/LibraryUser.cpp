@@ -5,8 +5,8 @@
 #include <cwchar>
 #include <string>
 
+#include "winapi/base/SystemLibraries.h"
 #include "winapi/KernelApi.h"
-#include "winapi/SystemLibraries.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 namespace KVWinApi
 {

@@ -1,4 +1,4 @@
-#include "winapi/UniqueHandle.h"
+#include "winapi/base/UniqueHandle.h"
 
 #include <gtest/gtest.h>
 

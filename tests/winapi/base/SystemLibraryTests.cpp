@@ -1,4 +1,4 @@
-#include "winapi/SystemLibrary.h"
+#include "winapi/base/SystemLibrary.h"
 
 #include <windows.h>
 
@@ -17,7 +17,7 @@
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/utils/AllocationHook.h"
-#include "winapi/SystemLibraries.h"
+#include "winapi/base/SystemLibraries.h"
 
 KV_DECLARE_IMPORT(GetProcAddress)
 
