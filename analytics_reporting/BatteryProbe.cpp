@@ -7,7 +7,7 @@
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "winapi/base/SystemLibraries.h"
 #include "winapi/ComApi.h"
-#include "winapi/KernelHandles.h"
+#include "winapi/handles/KernelHandles.h"
 
 namespace KVAnalyticsReporting
 {

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "winapi/ComPointer.h"
+#include "winapi/handles/ComPointer.h"
 
 namespace KVAnalyticsReporting
 {

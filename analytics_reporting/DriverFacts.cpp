@@ -9,7 +9,7 @@
 #include "analytics_reporting/ProgramLogModule.h"
 #include "logging/Trace.h"
 #include "utils/OSVersion.h"
-#include "winapi/RegistryHandles.h"
+#include "winapi/handles/RegistryHandles.h"
 
 namespace KVAnalyticsReporting
 {

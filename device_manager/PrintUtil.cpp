@@ -11,7 +11,7 @@
 
 #include "device_manager/DeviceManagerLogModules.h"
 #include "logging/Trace.h"
-#include "winapi/PrinterHandles.h"
+#include "winapi/handles/PrinterHandles.h"
 
 namespace KVDeviceManager
 {

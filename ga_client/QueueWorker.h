@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "ga_client/RequestOutbox.h"
-#include "winapi/KernelHandles.h"
+#include "winapi/handles/KernelHandles.h"
 
 namespace GAClient
 {

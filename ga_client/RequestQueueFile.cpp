@@ -7,7 +7,7 @@
 
 #include "ga_client/DataFolder.h"
 #include "ga_client/QueueFileFormat.h"
-#include "winapi/KernelHandles.h"
+#include "winapi/handles/KernelHandles.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient

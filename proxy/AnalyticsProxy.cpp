@@ -18,7 +18,7 @@
 #include "utils/OSVersion.h"
 #include "utils/PathUtils.h"
 #include "utils/SxSConfig.h"
-#include "winapi/KernelHandles.h"
+#include "winapi/handles/KernelHandles.h"
 #include "winapi/ShellApi.h"
 #include "winapi/ToolHlpApi.h"
 

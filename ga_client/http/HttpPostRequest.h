@@ -5,7 +5,7 @@
 #include <string>
 
 #include "ga_client/http/CollectionHost.h"
-#include "winapi/InternetHandles.h"
+#include "winapi/handles/InternetHandles.h"
 
 namespace Http
 {

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "tests/support/ScopedSubstitute.h"
-#include "winapi/InternetHandles.h"
-#include "winapi/KernelHandles.h"
-#include "winapi/PrinterHandles.h"
-#include "winapi/RegistryHandles.h"
+#include "winapi/handles/InternetHandles.h"
+#include "winapi/handles/KernelHandles.h"
+#include "winapi/handles/PrinterHandles.h"
+#include "winapi/handles/RegistryHandles.h"
 
 namespace
 {
