@@ -10,7 +10,7 @@
 #include "analytics_reporting/SystemFacts.h"
 #include "ga_client/GAClient.h"
 #include "logging/Trace.h"
-#include "utils/StructuredExceptionScope.h"
+#include "utils/base/StructuredExceptionScope.h"
 
 namespace KVAnalyticsReporting
 {

@@ -1,7 +1,7 @@
 #include "analytics_reporting/BatteryQuery.h"
 
 #include "analytics_reporting/Dimensions.h"
-#include "utils/StructuredExceptionScope.h"
+#include "utils/base/StructuredExceptionScope.h"
 #include "winapi/base/SystemLibraries.h"
 
 namespace KVAnalyticsReporting

@@ -4,7 +4,7 @@
 
 #include "analytics_reporting/Dimensions.h"
 #include "analytics_reporting/DimensionValues.h"
-#include "utils/FileVersionInfo.h"
+#include "utils/base/FileVersionInfo.h"
 #include "utils/OSVersion.h"
 #include "winapi/KernelApi.h"
 

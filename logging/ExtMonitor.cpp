@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "utils/StructuredExceptionScope.h"
+#include "utils/base/StructuredExceptionScope.h"
 #include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging

@@ -10,7 +10,7 @@
 #include "logging/ModulePath.h"
 #include "logging/SystemHandle.h"
 #include "logging/TextFormat.h"
-#include "utils/FileVersionInfo.h"
+#include "utils/base/FileVersionInfo.h"
 #include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging

@@ -4,7 +4,7 @@
 #include "logging/LastErrorRestore.h"
 #include "logging/LogFlags.h"
 #include "logging/PerformanceClock.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/Win32Exception.h"
 
 namespace KVLogging
 {

@@ -16,8 +16,8 @@
 #include "logging/PerformanceClock.h"
 #include "logging/SettingsReader.h"
 #include "logging/TextFormat.h"
-#include "utils/StructuredExceptionScope.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/StructuredExceptionScope.h"
+#include "utils/base/Win32Exception.h"
 
 namespace KVLogging
 {

@@ -6,7 +6,7 @@
 
 #include <stdexcept>
 
-#include "utils/AsciiCase.h"
+#include "utils/base/AsciiCase.h"
 #include "winapi/base/SystemLibraries.h"
 #include "winapi/base/UniqueHandle.h"
 #include "winapi/KernelApi.h"

@@ -10,7 +10,7 @@
 #include <new>
 #include <string_view>
 
-#include "utils/AsciiCase.h"
+#include "utils/base/AsciiCase.h"
 #include "utils/MemoryShortage.h"
 #include "winapi/WinApi.h"
 

@@ -1,5 +1,5 @@
 #include "fuzz/Input.h"
-#include "utils/AsciiCase.h"
+#include "utils/base/AsciiCase.h"
 #include "utils/StringUtils.h"
 
 using KVFuzz::Require;

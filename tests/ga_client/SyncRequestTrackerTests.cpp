@@ -13,8 +13,8 @@
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 #include "tests/utils/Faults.h"
-#include "utils/StructuredExceptionScope.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/StructuredExceptionScope.h"
+#include "utils/base/Win32Exception.h"
 
 using Paths = std::vector<std::wstring>;
 using Requests = std::list<std::wstring>;

@@ -13,8 +13,8 @@
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
 #include "tests/utils/Faults.h"
-#include "utils/StructuredExceptionScope.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/StructuredExceptionScope.h"
+#include "utils/base/Win32Exception.h"
 
 namespace
 {

@@ -19,7 +19,7 @@
 #include "tests/support/VirtualSlots.h"
 #include "tests/utils/AllocationHook.h"
 #include "tests/utils/Faults.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/Win32Exception.h"
 
 namespace
 {

@@ -18,9 +18,9 @@ HEADERS = """
     logging/LineSink.h logging/LogFileRecord.h logging/LogFlags.h logging/LogFunction.h logging/LogModule.h
     logging/LogModuleSettings.h logging/LogSourceFile.h logging/ScratchBuffer.h logging/SettingsAccess.h logging/SettingsBlock.h
     logging/SharedBlock.h logging/SystemHandle.h logging/Trace.h
-    utils/AccessViolation.h utils/CommandLine.h utils/FileUtils.h utils/FileVersionInfo.h utils/IniFile.h
-    utils/OSVersion.h utils/PathUtils.h utils/StringUtils.h utils/StructuredExceptionScope.h utils/SxSConfig.h
-    utils/Win32Exception.h
+    utils/base/AccessViolation.h utils/CommandLine.h utils/FileUtils.h utils/base/FileVersionInfo.h utils/IniFile.h
+    utils/OSVersion.h utils/PathUtils.h utils/StringUtils.h utils/base/StructuredExceptionScope.h utils/SxSConfig.h
+    utils/base/Win32Exception.h
     winapi/ComApi.h winapi/IPHelperApi.h winapi/KernelApi.h winapi/RegistryApi.h winapi/SetupApi.h winapi/ShellApi.h
     winapi/SpoolerApi.h winapi/base/SystemLibraries.h winapi/base/SystemLibrary.h winapi/ToolHlpApi.h winapi/UserApi.h
     winapi/WinApi.h winapi/WinSockApi.h

@@ -6,7 +6,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/LoadedModules.h"
 #include "tests/support/TemporaryFolder.h"
-#include "utils/FileVersionInfo.h"
+#include "utils/base/FileVersionInfo.h"
 
 namespace
 {

@@ -1,4 +1,4 @@
-#include "utils/FileVersionInfo.h"
+#include "utils/base/FileVersionInfo.h"
 
 #include <algorithm>
 #include <cstdint>

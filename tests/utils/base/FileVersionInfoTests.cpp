@@ -1,4 +1,4 @@
-#include "utils/FileVersionInfo.h"
+#include "utils/base/FileVersionInfo.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "utils/StructuredExceptionScope.h"
+#include "utils/base/StructuredExceptionScope.h"
 
-#include "utils/AccessViolation.h"
+#include "utils/base/AccessViolation.h"
 
 namespace KVUtils
 {

@@ -1,4 +1,4 @@
-#include "utils/Win32Exception.h"
+#include "utils/base/Win32Exception.h"
 
 #include <atomic>
 

@@ -4,8 +4,8 @@
 #include <thread>
 
 #include "tests/utils/Faults.h"
-#include "utils/StructuredExceptionScope.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/StructuredExceptionScope.h"
+#include "utils/base/Win32Exception.h"
 
 namespace
 {

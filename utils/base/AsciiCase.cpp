@@ -1,4 +1,4 @@
-#include "utils/AsciiCase.h"
+#include "utils/base/AsciiCase.h"
 
 #include <algorithm>
 #include <cstddef>

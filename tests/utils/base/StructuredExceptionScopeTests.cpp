@@ -1,4 +1,4 @@
-#include "utils/StructuredExceptionScope.h"
+#include "utils/base/StructuredExceptionScope.h"
 
 #include <gmock/gmock.h>
 
@@ -17,7 +17,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/utils/Faults.h"
-#include "utils/AccessViolation.h"
+#include "utils/base/AccessViolation.h"
 
 #if !defined(_MSC_VER) // which has no assembly in source files
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/Win32Exception.h"
+#include "utils/base/Win32Exception.h"
 
 namespace KVUtils
 {

@@ -1,5 +1,5 @@
-#include "utils/AccessViolation.h"
-#include "utils/Win32Exception.h"
+#include "utils/base/AccessViolation.h"
+#include "utils/base/Win32Exception.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "utils/AsciiCase.h"
+#include "utils/base/AsciiCase.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 namespace KVUtils
 {
 /// A structured exception of the operating system (a fault such as an access violation) as an ordinary exception.
-/// Thrown by the translator of utils/StructuredExceptionScope.h.
+/// Thrown by the translator of utils/base/StructuredExceptionScope.h.
 ///
 /// The class counts its live objects: while one exists, a structured exception is in flight somewhere in the process,
 /// which the trace log notes on the exit lines of the functions that are being left.

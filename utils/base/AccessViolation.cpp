@@ -1,4 +1,4 @@
-#include "utils/AccessViolation.h"
+#include "utils/base/AccessViolation.h"
 
 namespace KVUtils
 {
