@@ -1,9 +1,9 @@
 #include "logging/LogFunction.h"
 
-#include "logging/FunctionName.h"
 #include "logging/LastErrorRestore.h"
+#include "logging/line/FunctionName.h"
 #include "logging/LogFlags.h"
-#include "logging/PerformanceClock.h"
+#include "logging/system/PerformanceClock.h"
 #include "utils/base/Win32Exception.h"
 
 namespace KVLogging

@@ -8,13 +8,13 @@
 #include <optional>
 #include <string>
 
-#include "logging/CriticalSection.h"
-#include "logging/ExtMonitor.h"
-#include "logging/LineQueue.h"
+#include "logging/file/LineQueue.h"
+#include "logging/line/ScratchBuffer.h"
 #include "logging/LineSink.h"
 #include "logging/LogModuleSettings.h"
-#include "logging/ScratchBuffer.h"
-#include "logging/SettingsAccess.h"
+#include "logging/settings/SettingsAccess.h"
+#include "logging/shared/ExtMonitor.h"
+#include "logging/system/CriticalSection.h"
 
 namespace KVLogging
 {

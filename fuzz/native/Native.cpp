@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "logging/PerformanceClock.h"
+#include "logging/system/PerformanceClock.h"
 #include "winapi/KernelApi.h"
 #include "windows.h"
 

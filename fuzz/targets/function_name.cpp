@@ -1,7 +1,7 @@
 #include <vector>
 
 #include "fuzz/Input.h"
-#include "logging/FunctionName.h"
+#include "logging/line/FunctionName.h"
 
 using KVFuzz::Require;
 

@@ -1,5 +1,5 @@
 #include "fuzz/Input.h"
-#include "logging/LineFormat.h"
+#include "logging/line/LineFormat.h"
 #include "logging/LogFlags.h"
 
 using namespace KVLogging;

@@ -11,7 +11,7 @@
 #include <thread>
 #include <type_traits>
 
-#include "logging/PerformanceClock.h"
+#include "logging/system/PerformanceClock.h"
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
 #include "tests/support/ChildProcess.h"

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <vector>
 
-#include "logging/SystemHandle.h"
+#include "logging/system/SystemHandle.h"
 #include "tests/logging/LogTest.h"
 #include "tests/support/ChildProcess.h"
 

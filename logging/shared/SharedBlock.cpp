@@ -1,0 +1,105 @@
+#include "logging/shared/SharedBlock.h"
+
+namespace KVLogging
+{
+namespace
+{
+std::wstring ObjectName(const std::wstring& executableName, const wchar_t* kind, const wchar_t* suffix)
+{
+    return executableName.substr(0, executableName.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) +
+           L"]" + kind + suffix;
+}
+
+// What the standard library decides about the memory of a block besides its size: whose library it is, the version of
+// its binary interface, its checks, and the C runtime whose heap holds the block.
+constexpr std::uint64_t GetLibraryLayout() noexcept
+{
+#if defined(_MSC_VER)
+    constexpr std::uint64_t kMicrosoft = 1;
+#if defined(_DEBUG)
+    constexpr std::uint64_t kHasDebugHeap = 1;
+#else
+    constexpr std::uint64_t kHasDebugHeap = 0;
+#endif
+    return CombineLayout({kMicrosoft, _MSC_VER / 100, _ITERATOR_DEBUG_LEVEL, kHasDebugHeap});
+#else
+#if defined(_UCRT)
+    constexpr std::uint64_t kRuntime = 1;
+#else
+    constexpr std::uint64_t kRuntime = 0;
+#endif
+#if defined(_LIBCPP_VERSION)
+    constexpr std::uint64_t kLlvm = 2;
+    return CombineLayout({kLlvm, _LIBCPP_ABI_VERSION, kRuntime});
+#else
+    constexpr std::uint64_t kGnu = 3;
+#if defined(_GLIBCXX_DEBUG)
+    constexpr std::uint64_t kIsChecked = 1;
+#else
+    constexpr std::uint64_t kIsChecked = 0;
+#endif
+    return CombineLayout({kGnu, _GLIBCXX_USE_CXX11_ABI, kIsChecked, kRuntime});
+#endif
+#endif
+}
+} // namespace
+
+std::uint64_t CSharedMapping::MarkOf(const void* place, std::uint64_t layout) noexcept
+{
+    constexpr std::uint64_t kMark = 0x4B564C6F67426C6B;
+    return kMark ^ reinterpret_cast<std::uintptr_t>(place) ^ CombineLayout({layout, GetLibraryLayout()});
+}
+
+bool CSharedMapping::IsPlainMemory(const void* place, DWORD type, std::size_t byteCount) noexcept
+{
+    MEMORY_BASIC_INFORMATION memory{};
+    if (::VirtualQuery(place, &memory, sizeof(memory)) != sizeof(memory))
+    {
+        return false;
+    }
+    const std::size_t offset =
+        reinterpret_cast<std::uintptr_t>(place) - reinterpret_cast<std::uintptr_t>(memory.BaseAddress);
+    return memory.State == MEM_COMMIT && memory.Type == type && memory.Protect == PAGE_READWRITE &&
+           memory.RegionSize - offset >= byteCount;
+}
+
+bool CSharedMapping::IsBlock(const void* place, std::size_t byteCount, std::uint64_t layout) noexcept
+{
+    // Private, hence not written by another process; the mapping itself is not.
+    return reinterpret_cast<std::uintptr_t>(place) % alignof(BlockHead) == 0 &&
+           IsPlainMemory(place, MEM_PRIVATE, byteCount) &&
+           static_cast<const BlockHead*>(place)->mark == MarkOf(place, layout);
+}
+
+bool CSharedMapping::OpenMutex(const std::wstring& executableName, const wchar_t* kind)
+{
+    if (m_mutex == nullptr)
+    {
+        m_mutex.reset(::CreateMutexW(nullptr, FALSE, ObjectName(executableName, kind, L"Lock").c_str()));
+    }
+    return m_mutex != nullptr;
+}
+
+bool CSharedMapping::OpenMapping(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount)
+{
+    m_mapping.reset(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, byteCount,
+                                         ObjectName(executableName, kind, L"MappedFile").c_str()));
+    if (m_mapping != nullptr)
+    {
+        m_view.reset(::MapViewOfFile(m_mapping.get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, byteCount));
+    }
+    // Somebody else may have made the mapping: of a program file, of reserved pages.
+    if (m_view == nullptr || !IsPlainMemory(m_view.get(), MEM_MAPPED, byteCount))
+    {
+        CloseMapping();
+        return false;
+    }
+    return true;
+}
+
+void CSharedMapping::CloseMapping() noexcept
+{
+    m_view.reset();
+    m_mapping.reset();
+}
+} // namespace KVLogging
