@@ -9,7 +9,7 @@
 #include "ga_client/activities/AppViewActivity.h"
 #include "ga_client/activities/EventActivity.h"
 #include "ga_client/activities/ExceptionActivity.h"
-#include "tests/utils/AllocationHook.h"
+#include "tests/support/AllocationHook.h"
 
 namespace
 {

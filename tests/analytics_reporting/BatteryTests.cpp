@@ -11,9 +11,9 @@
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "analytics_reporting/BatteryProbe.h"
 #include "tests/analytics_reporting/FakeWmi.h"
-#include "tests/logging/TraceCapture.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
+#include "tests/support/TraceCapture.h"
 #include "winapi/KernelApi.h"
 
 namespace

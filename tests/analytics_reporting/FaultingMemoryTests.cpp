@@ -10,8 +10,8 @@
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/Faults.h"
 #include "tests/support/ScopedSubstitute.h"
-#include "tests/utils/Faults.h"
 
 namespace
 {

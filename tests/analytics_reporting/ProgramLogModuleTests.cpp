@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/logging/LogHeader.h"
+#include "tests/support/LogHeader.h"
 
 namespace
 {

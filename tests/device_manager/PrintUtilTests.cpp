@@ -15,10 +15,10 @@
 #include <vector>
 
 #include "tests/device_manager/ScriptedSpooler.h"
+#include "tests/support/AllocationHook.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/utils/AllocationHook.h"
 
 namespace
 {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <new>
 
-#include "tests/utils/AllocationHook.h"
+#include "tests/support/AllocationHook.h"
 
 namespace KVTest
 {

@@ -10,9 +10,9 @@
 #include "ga_client/RequestOutbox.h"
 #include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/FailingAllocations.h"
+#include "tests/support/Faults.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
-#include "tests/utils/Faults.h"
 #include "utils/base/StructuredExceptionScope.h"
 #include "utils/base/Win32Exception.h"
 

@@ -12,7 +12,7 @@
 #include "logging/Trace.h"
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
-#include "tests/utils/Faults.h"
+#include "tests/support/Faults.h"
 #include "utils/base/StructuredExceptionScope.h"
 #include "utils/base/Win32Exception.h"
 

@@ -14,11 +14,11 @@
 #include "logging/system/PerformanceClock.h"
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
+#include "tests/support/AllocationHook.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
+#include "tests/support/Faults.h"
 #include "tests/support/VirtualSlots.h"
-#include "tests/utils/AllocationHook.h"
-#include "tests/utils/Faults.h"
 #include "utils/base/Win32Exception.h"
 
 namespace

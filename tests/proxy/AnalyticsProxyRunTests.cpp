@@ -9,10 +9,10 @@
 
 #include "proxy/AnalyticsProxy.h"
 #include "proxy/ProxyResults.h"
-#include "tests/logging/TraceCapture.h"
 #include "tests/proxy/RecordingEngine.h"
 #include "tests/proxy/Surroundings.h"
-#include "tests/utils/AllocationHook.h"
+#include "tests/support/AllocationHook.h"
+#include "tests/support/TraceCapture.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int);
 

@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "proxy/AnalyticsProxy.h"
-#include "tests/logging/TraceCapture.h"
 #include "tests/proxy/Surroundings.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/TraceCapture.h"
 
 namespace
 {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "proxy/AnalyticsProxy.h"
-#include "tests/logging/TraceCapture.h"
+#include "tests/support/TraceCapture.h"
 
 namespace
 {

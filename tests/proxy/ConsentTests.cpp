@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "proxy/AnalyticsProxy.h"
-#include "tests/logging/TraceCapture.h"
 #include "tests/proxy/Surroundings.h"
+#include "tests/support/AllocationHook.h"
 #include "tests/support/ImportPatch.h"
-#include "tests/utils/AllocationHook.h"
+#include "tests/support/TraceCapture.h"
 #include "winapi/WinApi.h"
 
 namespace

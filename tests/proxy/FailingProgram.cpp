@@ -18,7 +18,7 @@
 #include <thread>
 
 #include "ga_client/GAClient.h"
-#include "tests/utils/AllocationHook.h"
+#include "tests/support/AllocationHook.h"
 #include "winapi/KernelApi.h"
 
 namespace

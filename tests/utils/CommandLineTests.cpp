@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/AllocationHook.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
-#include "tests/utils/AllocationHook.h"
 #include "tests/utils/RandomCases.h"
 #include "winapi/KernelApi.h"
 

@@ -13,11 +13,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/AllocationHook.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VirtualSlots.h"
-#include "tests/utils/AllocationHook.h"
 #include "winapi/WinApi.h"
 
 KV_DECLARE_IMPORT(GetPrivateProfileStringA)

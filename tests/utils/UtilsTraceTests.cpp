@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/logging/TraceCapture.h"
 #include "tests/support/ScopedSubstitute.h"
+#include "tests/support/TraceCapture.h"
 #include "utils/FileUtils.h"
 #include "utils/OSVersion.h"
 #include "utils/PathUtils.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/utils/Faults.h"
+#include "tests/support/Faults.h"
 #include "utils/base/StructuredExceptionScope.h"
 #include "utils/base/Win32Exception.h"
 

@@ -10,11 +10,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/AllocationHook.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VirtualSlots.h"
-#include "tests/utils/AllocationHook.h"
 
 namespace
 {

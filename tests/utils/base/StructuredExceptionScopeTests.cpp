@@ -16,7 +16,7 @@
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
-#include "tests/utils/Faults.h"
+#include "tests/support/Faults.h"
 #include "utils/base/AccessViolation.h"
 
 #if !defined(_MSC_VER) // which has no assembly in source files

@@ -12,11 +12,11 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/AllocationHook.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/utils/AllocationHook.h"
 #include "winapi/base/SystemLibraries.h"
 
 KV_DECLARE_IMPORT(GetProcAddress)

@@ -1,4 +1,4 @@
-#include "tests/utils/AllocationHook.h"
+#include "tests/support/AllocationHook.h"
 
 #include <atomic>
 #include <cstdlib>
