@@ -16,6 +16,7 @@ LINGER_SECONDS = 60
 PROGRAM_SECONDS = 45
 # A file of Wine's own of this size or more is shared by all prefixes and never written.
 SHARED_BYTES = 65536
+REGISTRY_FILE = re.compile(r".*\.reg|reg[0-9a-f]+\.tmp")
 
 
 def to_windows(path):
@@ -169,10 +170,11 @@ class WinePrefix:
                 path.unlink(missing_ok=True) # it may have gone with its folder
 
     def _list_files(self):
-        """What can be told without reading, of all but the registry files, which are written at any time."""
+        """What is known without reading, of all but the registry files: the server writes each at any time, to a temporary
+        file first."""
         facts = {}
         for folder, folders, files in os.walk(self.folder):
-            for name in folders + [file for file in files if not file.endswith(".reg")]:
+            for name in folders + [file for file in files if not REGISTRY_FILE.fullmatch(file)]:
                 path = os.path.join(folder, name)
                 status = os.lstat(path)
                 is_file = stat.S_ISREG(status.st_mode)
