@@ -17,13 +17,13 @@ struct BstrTraits
 {
     using Handle = BSTR;
     static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle text) noexcept { KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text); }
+    static void Close(Handle text) noexcept { Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString), text); }
 };
 using CUniqueBstr = KVWinApi::CUniqueHandle<BstrTraits>;
 
 CUniqueBstr MakeBstr(const wchar_t* text)
 {
-    return CUniqueBstr(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
+    return CUniqueBstr(Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString), text));
 }
 
 // The owner gives the object up before its release, which may fault or throw: no object is released twice, and no

@@ -29,8 +29,7 @@ CUniqueElements Split(const wchar_t* commandLine, int& count)
     {
         return CUniqueElements();
     }
-    return CUniqueElements(
-        KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, CommandLineToArgvW).Or(nullptr)(commandLine, &count));
+    return CUniqueElements(Call(KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, CommandLineToArgvW), commandLine, &count));
 }
 
 // The place is searched by text alone, so it may lie inside the program path. The whole line is the answer when
