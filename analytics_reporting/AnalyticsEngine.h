@@ -17,11 +17,9 @@ namespace KVAnalyticsReporting
 /// as it was when that happened. Called from one thread. The hits leave on a thread of the measurement client
 /// (ga_client/GAClient.h), which keeps those that cannot be sent for a later run.
 ///
-/// Facts that are not known are reported as "Unknown", truth values as "Yes" and "No". The result of something is an
-/// integer: 1 "Yes", 2 "No", 3 "Cancelled", any other number "Unknown". Connection kinds are 1 "USB", 2 "Network",
-/// 4 "Bluetooth" and 7 "All", any other number is "Unknown"; network kinds, which count for connection kind 2 only, are
-/// 1 "Network-Wired" and 2 "Network-Wireless". A value that the client refuses is logged and the event goes out without
-/// it.
+/// Facts that are not known are reported as "Unknown", truth values as "Yes" and "No". The numbers for connections,
+/// networks, results and wireless set-ups are listed in device_manager/DeviceKinds.h with the texts that hits carry for
+/// them. A value that the client refuses is logged and the event goes out without it.
 ///
 /// Declaration order is slot order and part of the interface.
 class IAnalyticsEngine
@@ -55,11 +53,11 @@ public:
     /// How many devices were discovered, and each one's model and connection. The devices stay the caller's. With a
     /// null one among them nothing is reported.
     virtual void TrackDiscoveredPrinters(const std::list<const KVDeviceManager::IDevice*>& devices) = 0;
-    /// A wireless set-up. kind: 1 "AlreadyOnNetwork", 2 "AWC", 3 "USBSOW", 4 "FPSOW", 5 "USBToWireless",
-    /// 6 "Reconfigure_USB", 7 "Reconfigure_FP", 8 "USBPlusWifi", 9 "WirelessDirect", any other number "Unknown".
-    /// Looks for a battery as TrackClientHardware does.
+    /// A wireless set-up ended. kind: a WirelessSetupKind; resultCode: a ResultKind. Looks for a battery as
+    /// TrackClientHardware does.
     virtual void TrackWirelessSetup(int kind, int resultCode, const std::wstring& modelName) = 0;
-    /// The user selected a printer; installedResult tells whether it was installed.
+    /// The user selected a printer. connectionKind: a ConnectionKind; networkKind: a NetworkKind; installedResult: the
+    /// ResultKind of its installation.
     virtual void TrackSelectedPrinter(const std::wstring& modelName, int connectionKind, int networkKind,
                                       int installedResult) = 0;
     /// The same for a device that the caller holds; it stays the caller's.
@@ -72,9 +70,10 @@ public:
     virtual void TrackInstalledPrinters() = 0;
     /// The user was asked about the feature Swiftpost.
     virtual void TrackSwiftpost(bool selected, bool installed, const std::wstring& modelName) = 0;
-    /// An installation ended.
+    /// An installation ended. resultCode: a ResultKind.
     virtual void TrackInstallResult(int resultCode, const std::wstring& modelName) = 0;
-    /// The user followed a link of the device centre while looking at a printer.
+    /// The user followed a link of the device centre while looking at a printer. connectionKind: a ConnectionKind;
+    /// networkKind: a NetworkKind.
     virtual void TrackLumoLink(const std::wstring& linkId, const std::wstring& modelName, int connectionKind,
                                int networkKind) = 0;
     /// Replaces requests by the hits that are still to be sent, oldest first. Works in any state. False when the

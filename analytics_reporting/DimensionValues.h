@@ -10,10 +10,10 @@ namespace KVAnalyticsReporting
 /// "Yes" or "No".
 std::wstring GetYesNoText(bool value);
 
-/// The result of something: 1 "Yes", 2 "No", 3 "Cancelled", any other number "Unknown".
+/// The text that hits carry for a KVDeviceManager::ResultKind.
 std::wstring GetResultText(int resultCode);
 
-/// How a wireless set-up was done; the numbers and texts are listed at IAnalyticsEngine::TrackWirelessSetup.
+/// The text that hits carry for a KVDeviceManager::WirelessSetupKind.
 std::wstring GetWirelessSetupText(int kind);
 
 /// The text, or "Unknown" for an empty one.

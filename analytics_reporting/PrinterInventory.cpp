@@ -20,9 +20,6 @@ KV_TRACE_SOURCE(g_logModule, L"PrinterInventory.cpp");
 
 constexpr wchar_t kPnPKey[] = L"PnPData";
 
-constexpr int kNetworkConnection = 2; // of IDevice::GetConnectionKind
-constexpr int kNetworkNotTold = 0;    // of INetworkDevice::GetNetworkKind
-
 // What driver names end with that is not of the model, in the order in which it is looked for.
 constexpr const wchar_t* kDriverSuffixes[] = {L" PCL Class", L" PS Class", L" Class Driver", L" Class", L" Driver"};
 
@@ -65,13 +62,16 @@ std::wstring GetInstalledConnectionType(const std::wstring& deviceInstanceId)
 std::wstring GetDeviceConnectionType(const KVDeviceManager::IDevice& device)
 {
     const int connectionKind = device.GetConnectionKind();
-    if (connectionKind != kNetworkConnection)
+    if (connectionKind != KVDeviceManager::kConnectionNetwork)
     {
-        return GetConnectionTypeText(connectionKind, kNetworkNotTold);
+        return GetConnectionTypeText(connectionKind, KVDeviceManager::kNetworkUnknown);
     }
     const auto* const networkDevice = dynamic_cast<const KVDeviceManager::INetworkDevice*>(&device);
-    return GetConnectionTypeText(connectionKind,
-                                 networkDevice != nullptr ? networkDevice->GetNetworkKind() : kNetworkNotTold);
+    if (networkDevice == nullptr)
+    {
+        return GetConnectionTypeText(connectionKind, KVDeviceManager::kNetworkUnknown);
+    }
+    return GetConnectionTypeText(connectionKind, networkDevice->GetNetworkKind());
 }
 } // namespace
 

@@ -13,16 +13,10 @@
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "device_manager/Device.h"
+#include "device_manager/DeviceKinds.h"
 
 namespace
 {
-constexpr int kUsb = 1; // connection kinds
-constexpr int kNetwork = 2;
-constexpr int kWireless = 2; // a network kind
-constexpr int kYes = 1;      // results
-constexpr int kCancelled = 3;
-constexpr int kWirelessDirect = 9; // a kind of wireless set-up
-
 constexpr std::uint32_t kFlushBudgetMs = 12000;
 
 // A program that finds devices tells the engine of them through classes of its own.
@@ -32,7 +26,7 @@ public:
     explicit CUsbPrinter(std::wstring modelName) : m_modelName(std::move(modelName)) {}
 
     std::wstring GetModelName() const override { return m_modelName; }
-    int GetConnectionKind() const override { return kUsb; }
+    int GetConnectionKind() const override { return KVDeviceManager::kConnectionUsb; }
 
 private:
     std::wstring m_modelName;
@@ -45,8 +39,8 @@ public:
     explicit CWirelessPrinter(std::wstring modelName) : m_modelName(std::move(modelName)) {}
 
     std::wstring GetModelName() const override { return m_modelName; }
-    int GetConnectionKind() const override { return kNetwork; }
-    int GetNetworkKind() const override { return kWireless; }
+    int GetConnectionKind() const override { return KVDeviceManager::kConnectionNetwork; }
+    int GetNetworkKind() const override { return KVDeviceManager::kNetworkWireless; }
 
 private:
     std::wstring m_modelName;
@@ -61,15 +55,16 @@ void TrackEverything(KVAnalyticsReporting::IAnalyticsEngine& engine)
     engine.TrackScreenView(L"Welcome"); // events belong to the screen that was viewed last
     engine.TrackClientHardware();       // looks for a battery: may take seconds
     engine.TrackDiscoveredPrinters({&onTheDesk, &inTheCorridor});
-    engine.TrackWirelessSetup(kWirelessDirect, kYes, L"Norvik 7000 W");
-    engine.TrackSelectedPrinter(L"Norvik 5000", kNetwork, kWireless, kYes);
-    engine.TrackSelectedPrinter(onTheDesk, kCancelled);
+    engine.TrackWirelessSetup(KVDeviceManager::kSetupWirelessDirect, KVDeviceManager::kResultYes, L"Norvik 7000 W");
+    engine.TrackSelectedPrinter(L"Norvik 5000", KVDeviceManager::kConnectionNetwork, KVDeviceManager::kNetworkWireless,
+                                KVDeviceManager::kResultYes);
+    engine.TrackSelectedPrinter(onTheDesk, KVDeviceManager::kResultCancelled);
     engine.TrackWebServices(true, false, inTheCorridor);
     engine.TrackDeviceSharing(true);
     engine.TrackInstalledPrinters(); // asks the spooler
     engine.TrackSwiftpost(false, true, L"Norvik 3000");
-    engine.TrackInstallResult(kYes, L"Norvik 5000");
-    engine.TrackLumoLink(L"support", L"Norvik 3000", kUsb, 0);
+    engine.TrackInstallResult(KVDeviceManager::kResultYes, L"Norvik 5000");
+    engine.TrackLumoLink(L"support", L"Norvik 3000", KVDeviceManager::kConnectionUsb, KVDeviceManager::kNetworkUnknown);
 }
 } // namespace
 
