@@ -92,16 +92,16 @@ void Report(KVLogging::CLogFunction& kvTraceScope, const wchar_t* operation, boo
 }
 
 // A value that is refused never stops the event.
-void SetDimension(KVLogging::CLogFunction& kvTraceScope, std::uint32_t dimension, const std::wstring& value)
+void SetDimension(KVLogging::CLogFunction& kvTraceScope, const Dimension& dimension, const std::wstring& value)
 {
-    if (!GetGAClient().SetCustomDimension(dimension, value))
+    if (!GetGAClient().SetCustomDimension(dimension.number, value))
     {
-        KV_LOGF(kLogWarning, L"Unable to set the %s custom dimension", Dimensions::GetName(dimension));
+        KV_LOGF(kLogWarning, L"Unable to set the %s custom dimension", dimension.name);
     }
 }
 
 void SetPrinterDimension(KVLogging::CLogFunction& kvTraceScope, const PrinterProperties& record,
-                         std::uint32_t dimension)
+                         const Dimension& dimension)
 {
     SetDimension(kvTraceScope, dimension, GetPropertyOrUnknown(record, dimension));
 }
@@ -125,13 +125,13 @@ void SendEvent(KVLogging::CLogFunction& kvTraceScope, const std::wstring& catego
 
 // How many printers there are, then one event for each; perPrinter names its dimensions in their order.
 void SendPrinters(KVLogging::CLogFunction& kvTraceScope, const std::list<PrinterProperties>& records,
-                  std::initializer_list<std::uint32_t> perPrinter, const std::wstring& label)
+                  std::initializer_list<Dimension> perPrinter, const std::wstring& label)
 {
     SetDimension(kvTraceScope, Dimensions::kCount, std::to_wstring(records.size()));
     SendEvent(kvTraceScope, L"Printers", L"Count", label);
     for (const PrinterProperties& record : records)
     {
-        for (const std::uint32_t dimension : perPrinter)
+        for (const Dimension& dimension : perPrinter)
         {
             SetPrinterDimension(kvTraceScope, record, dimension);
         }

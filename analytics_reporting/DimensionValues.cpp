@@ -1,6 +1,5 @@
 #include "analytics_reporting/DimensionValues.h"
 
-#include "analytics_reporting/Dimensions.h"
 #include "device_manager/DeviceKinds.h"
 
 namespace KVAnalyticsReporting
@@ -57,9 +56,9 @@ std::wstring GetTextOrUnknown(const std::wstring& text)
     return text.empty() ? kUnknown : text;
 }
 
-std::wstring GetPropertyOrUnknown(const PrinterProperties& record, std::uint32_t dimension)
+std::wstring GetPropertyOrUnknown(const PrinterProperties& record, const Dimension& dimension)
 {
-    const auto found = record.find(dimension);
+    const auto found = record.find(dimension.number);
     return found == record.end() ? kUnknown : GetTextOrUnknown(found->second);
 }
 } // namespace KVAnalyticsReporting

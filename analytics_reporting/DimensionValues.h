@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "analytics_reporting/Dimensions.h"
 #include "analytics_reporting/PrinterProperties.h"
 
 namespace KVAnalyticsReporting
@@ -20,5 +20,5 @@ std::wstring GetWirelessSetupText(int kind);
 std::wstring GetTextOrUnknown(const std::wstring& text);
 
 /// What the record says, or "Unknown" when it does not say or says nothing.
-std::wstring GetPropertyOrUnknown(const PrinterProperties& record, std::uint32_t dimension);
+std::wstring GetPropertyOrUnknown(const PrinterProperties& record, const Dimension& dimension);
 } // namespace KVAnalyticsReporting

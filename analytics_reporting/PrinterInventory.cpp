@@ -85,11 +85,13 @@ PrinterProperties BuildInstalledPrinterRecord(const std::wstring& printerName)
         return record;
     }
     const std::wstring driverName = GetDriverName(printerName);
-    record[Dimensions::kModelName] = GetTextOrUnknown(GetModelName(driverName));
-    record[Dimensions::kManufacturer] = GetTextOrUnknown(GetPnPText(printerName, L"Manufacturer"));
-    record[Dimensions::kConnectionType] = GetInstalledConnectionType(deviceInstanceId);
-    record[Dimensions::kDriverType] = driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverType(driverName));
-    record[Dimensions::kDriverVersion] = driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverVersion(driverName));
+    record[Dimensions::kModelName.number] = GetTextOrUnknown(GetModelName(driverName));
+    record[Dimensions::kManufacturer.number] = GetTextOrUnknown(GetPnPText(printerName, L"Manufacturer"));
+    record[Dimensions::kConnectionType.number] = GetInstalledConnectionType(deviceInstanceId);
+    record[Dimensions::kDriverType.number] =
+        driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverType(driverName));
+    record[Dimensions::kDriverVersion.number] =
+        driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverVersion(driverName));
     return record;
 }
 
@@ -116,8 +118,8 @@ PrinterProperties BuildDevicePrinterRecord(const KVDeviceManager::IDevice& devic
 {
     KV_TRACE(L"KVAnalyticsReporting::BuildDevicePrinterRecord");
     PrinterProperties record;
-    record[Dimensions::kModelName] = GetTextOrUnknown(device.GetModelName());
-    record[Dimensions::kConnectionType] = GetDeviceConnectionType(device);
+    record[Dimensions::kModelName.number] = GetTextOrUnknown(device.GetModelName());
+    record[Dimensions::kConnectionType.number] = GetDeviceConnectionType(device);
     return record;
 }
 

@@ -188,13 +188,9 @@ TEST(EventsPageTablesTests, LifecycleRows_AreThoseOfTheirWholeHits)
 TEST(EventsPageTablesTests, Dimensions_AreThoseOfTheEngine)
 {
     std::vector<EventsPage::Row> expected;
-    for (std::uint32_t number = 0; number < 1000; ++number)
+    for (const KVAnalyticsReporting::Dimension& dimension : KVAnalyticsReporting::Dimensions::kAll)
     {
-        const std::wstring name = KVAnalyticsReporting::Dimensions::GetName(number);
-        if (name != KVAnalyticsReporting::kUnknown)
-        {
-            expected.push_back({std::to_wstring(number), name});
-        }
+        expected.push_back({std::to_wstring(dimension.number), dimension.name});
     }
     std::vector<EventsPage::Row> shown = EventsPage().GetTable(L"## Dimensions");
     for (EventsPage::Row& row : shown)
