@@ -7,6 +7,7 @@
 #include <functional>
 #include <list>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -914,6 +915,31 @@ TEST_P(AnalyticsEngineTests, WithOneCallThatFaultsUnderALockOfTheClient_EndsTher
 
 INSTANTIATE_TEST_SUITE_P(Each, AnalyticsEngineTests, testing::ValuesIn(Operations()),
                          [](const auto& entry) { return std::string(entry.param.name); });
+
+// Of lines with the prefixes of KVLogging::kOptionCounterAndLine: "0123456789 0123: ".
+std::vector<int> LineNumbersOf(const std::wstring& text)
+{
+    std::vector<int> numbers;
+    std::wistringstream lines(text);
+    for (std::wstring line; std::getline(lines, line);)
+    {
+        numbers.push_back(std::stoi(line.substr(11, 4)));
+    }
+    return numbers;
+}
+
+TEST_F(AnalyticsEngineTests, LineNumbers_AreThoseOfTheOperationsStatements)
+{
+    Start();
+    m_client.answer = [](const std::wstring&) { return false; };
+    m_trace.GetRegistry().SetDword(L"Software\\Norvik\\KV\\Logging", L"LogOptions", KVLogging::kOptionCounterAndLine);
+    m_trace.Enable(KVLogging::kLogWarning);
+    GetAnalyticsEngine().TrackSwiftpost(false, true, L"M 1"); // four dimensions and an event, a line of source each
+    const std::vector<int> numbers = LineNumbersOf(m_trace.GetText());
+    ASSERT_EQ(numbers.size(), 5u);
+    const int first = numbers.front();
+    EXPECT_EQ(numbers, (std::vector<int>{first, first + 1, first + 2, first + 3, first + 4}));
+}
 
 // What the client has been told when the search for a battery begins.
 class ProbeWatch : public KVWinApi::CKernelApi
