@@ -2,29 +2,13 @@
 
 #include "analytics_reporting/Dimensions.h"
 #include "utils/base/StructuredExceptionScope.h"
-#include "winapi/base/SystemLibraries.h"
+#include "winapi/base/Bstr.h"
 
 namespace KVAnalyticsReporting
 {
 namespace
 {
-using KVWinApi::g_oleAut32Dll;
-
 constexpr long kAnswerTimeoutMs = 10000;
-
-// Texts as COM wants them. No interface of the facade offers their functions.
-struct BstrTraits
-{
-    using Handle = BSTR;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle text) noexcept { KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text); }
-};
-using CUniqueBstr = KVWinApi::CUniqueHandle<BstrTraits>;
-
-CUniqueBstr MakeBstr(const wchar_t* text)
-{
-    return CUniqueBstr(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
-}
 
 // The owner gives the object up before its release, which may fault or throw: no object is released twice, and no
 // owner's function that must not throw is left by an exception.
@@ -74,7 +58,7 @@ bool CBatteryQuery::CreateLocator()
 
 bool CBatteryQuery::ConnectToServer()
 {
-    const CUniqueBstr path = MakeBstr(L"\\\\.\\ROOT\\CIMV2");
+    const KVWinApi::CUniqueBstr path = KVWinApi::MakeBstr(L"\\\\.\\ROOT\\CIMV2");
     if (!path.IsValid())
     {
         return false;
@@ -88,8 +72,8 @@ bool CBatteryQuery::ConnectToServer()
 
 bool CBatteryQuery::ExecuteQuery()
 {
-    const CUniqueBstr language = MakeBstr(L"WQL");
-    const CUniqueBstr query = MakeBstr(L"SELECT * FROM Win32_Battery");
+    const KVWinApi::CUniqueBstr language = KVWinApi::MakeBstr(L"WQL");
+    const KVWinApi::CUniqueBstr query = KVWinApi::MakeBstr(L"SELECT * FROM Win32_Battery");
     if (!language.IsValid() || !query.IsValid())
     {
         return false;
