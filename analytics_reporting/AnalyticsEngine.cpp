@@ -21,7 +21,7 @@ KV_TRACE_SOURCE(g_logModule, L"AnalyticsEngine.cpp");
 
 using GAClient::GetGAClient;
 
-// Deliberate: two wordings, each operation has its own. Those who read the logs know them that way.
+// Deliberate: two wordings, of which each operation has its own. Readers of the logs search for them.
 constexpr Refusals kSingleCall = {L"User is opted out of analytics, not making call into GA Client.",
                                   L"The analytics engine is not started, not making call into GA Client."};
 constexpr Refusals kSeveralCalls = {L"User is opted out of analytics, not making calls into GA Client.",
@@ -44,7 +44,7 @@ bool CAnalyticsEngine::Initialize(bool optedIn, const std::wstring& propertyId, 
 {
     KV_OPERATION(operation, L"Initialize");
     return operation.Run([&] {
-        // Before anything else: a user who says no now is refused from now on, whatever was initialised before.
+        // First, so that every later call of a user who withdraws consent is refused, whatever was initialised before.
         m_optedIn = optedIn;
         if (!operation.Check(m_optedIn, kSingleCall.optedOut) ||
             !operation.Check(!m_initialized, L"Analytics engine was already initialized, not initializing again."))
@@ -90,7 +90,7 @@ bool CAnalyticsEngine::Uninitialize(bool flushOnExit, std::uint32_t flushBudgetM
 {
     KV_OPERATION(operation, L"Uninitialize");
     return operation.Run([&] {
-        // Deliberate: the two blanks. Those who read the logs know it that way.
+        // Deliberate: the two blanks. Readers of the logs search for the text.
         if (!operation.Check(m_optedIn, kSingleCall.optedOut) ||
             !operation.Check(m_initialized, L"Analytics engine was not  initialized, cannot uninitialize."))
         {
@@ -168,7 +168,7 @@ void CAnalyticsEngine::TrackWebServices(bool selected, bool enabled, const KVDev
 {
     KV_OPERATION(operation, L"TrackWebServices");
     operation.Report(kSingleCall, [&] {
-        // First, so that a device that fails leaves no half-set dimensions for the next hit.
+        // First, so that a device that throws leaves no dimension set for the next hit.
         const PrinterProperties record = BuildDevicePrinterRecord(device);
         operation.Set(Dimensions::kSelected, GetYesNoText(selected));
         operation.Set(Dimensions::kEnabled, GetYesNoText(enabled));
@@ -231,7 +231,7 @@ void CAnalyticsEngine::TrackLumoLink(const std::wstring& linkId, const std::wstr
     operation.Report(kSingleCall, [&] {
         operation.Set(Dimensions::kModelName, GetTextOrUnknown(modelName));
         operation.Set(Dimensions::kConnectionType, GetConnectionTypeText(connectionKind, networkKind));
-        // The log names every link the same, whatever its id.
+        // The log has one name for all links.
         operation.Send(L"Link", L"Click", linkId, L"LumoLinkID");
     });
 }
@@ -248,7 +248,7 @@ std::wstring CAnalyticsEngine::GetBatteryForAnalyticsReporting() const
     std::wstring battery;
     try
     {
-        CBatteryQuery query; // out here, where a fault inside does not keep it from giving its objects back
+        CBatteryQuery query; // outside Run, since a fault inside would skip its destructor, which releases its objects
         const KVUtils::CStructuredExceptionScope translator;
         translator.Run([&] { battery = query.Run(); });
     }

@@ -10,8 +10,8 @@ namespace
 {
 constexpr long kAnswerTimeoutMs = 10000;
 
-// The owner gives the object up before its release, which may fault or throw: no object is released twice, and no
-// owner's function that must not throw is left by an exception.
+// The owner gives up the object before the release, which may fault or throw. So no object is released twice, and no
+// exception leaves a noexcept function of the owner.
 template <typename Interface> void ReleaseObject(KVWinApi::CUniqueComPointer<Interface>& object)
 {
     if (object.IsValid())
@@ -23,14 +23,14 @@ template <typename Interface> void ReleaseObject(KVWinApi::CUniqueComPointer<Int
 
 CBatteryQuery::~CBatteryQuery()
 {
-    while (HoldsObjects()) // each round gives back one object at least
+    while (HoldsObjects()) // each round releases at least one object
     {
         try
         {
             const KVUtils::CStructuredExceptionScope translator;
             translator.Run([this] { Release(); });
         }
-        catch (...) // the answer is known by now
+        catch (...) // without consequence: the answer is already known
         {
         }
     }
@@ -95,7 +95,7 @@ std::wstring CBatteryQuery::GetAnswer()
     {
         return kUnknown;
     }
-    // Every other result counts, also the ones that say that there is none or that the time was over.
+    // Any other result is a success, including WBEM_S_FALSE (no battery) and WBEM_S_TIMEDOUT.
     return count == 0 ? L"No" : L"Yes";
 }
 

@@ -19,6 +19,6 @@ std::wstring GetWirelessSetupText(int kind);
 /// The text, or "Unknown" for an empty one.
 std::wstring GetTextOrUnknown(const std::wstring& text);
 
-/// What the record says, or "Unknown" when it does not say or says nothing.
+/// The record's value for the dimension, or "Unknown" if the record has none or an empty one.
 std::wstring GetPropertyOrUnknown(const PrinterProperties& record, const Dimension& dimension);
 } // namespace KVAnalyticsReporting

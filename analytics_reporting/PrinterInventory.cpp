@@ -20,10 +20,10 @@ KV_TRACE_SOURCE(g_logModule, L"PrinterInventory.cpp");
 
 constexpr wchar_t kPnPKey[] = L"PnPData";
 
-// What driver names end with that is not of the model, in the order in which it is looked for.
+// Endings of driver names that are not part of the model, in the order of the search.
 constexpr const wchar_t* kDriverSuffixes[] = {L" PCL Class", L" PS Class", L" Class Driver", L" Class", L" Driver"};
 
-// Empty when the printer has no such text.
+// Empty if the printer has no such text.
 std::wstring GetPnPText(const std::wstring& printerName, const wchar_t* valueName)
 {
     std::wstring text;
@@ -32,7 +32,7 @@ std::wstring GetPnPText(const std::wstring& printerName, const wchar_t* valueNam
     return SUCCEEDED(result) ? text : std::wstring();
 }
 
-// Empty when the spooler does not tell.
+// Empty if the spooler does not report it.
 std::wstring GetDriverName(const std::wstring& printerName)
 {
     std::wstring driverName;
@@ -47,7 +47,7 @@ std::wstring GetModelName(const std::wstring& driverName)
     {
         if (KVUtils::EndsWith(name, suffix))
         {
-            // Deliberate: not at the end only, wherever the name has it.
+            // Deliberate: removed wherever it occurs, not only at the end, so that models keep their known names.
             return KVUtils::ReplaceAll(name, suffix, L"");
         }
     }

@@ -32,7 +32,7 @@ bool IsMissing(const wchar_t* text)
 bool OpenByName(const wchar_t* printerName, KVWinApi::CUniquePrinter& printer)
 {
     HANDLE opened = nullptr;
-    // The spooler takes the name as writable text and does not write to it.
+    // The spooler declares the name as writable text and does not write to it.
     if (KVWinApi::g_spoolerApi->OpenPrinterW(const_cast<wchar_t*>(printerName), &opened, nullptr) == FALSE)
     {
         return false;
@@ -65,8 +65,8 @@ template <typename Ask, typename Take> HRESULT AskTwice(std::size_t smallest, co
     }
 }
 
-// The text that a record of the buffer points to: in that buffer, its terminating zero included. Nothing for any other
-// pointer, null included: what a damaged answer points to may be anything, or no memory at all.
+// The text of the buffer that a record in the same buffer points to, if its terminating zero is in the buffer too.
+// Nothing for any other pointer, even null: that of a damaged answer may point anywhere.
 std::optional<std::wstring_view> FindText(const std::vector<BYTE>& buffer, const wchar_t* text)
 {
     const auto begin = reinterpret_cast<std::uintptr_t>(buffer.data());
@@ -99,7 +99,7 @@ bool Allocate(std::wstring& text, DWORD byteCount)
 {
     try
     {
-        text.resize((std::size_t{byteCount} + 1) / sizeof(wchar_t)); // a last byte without its other half has room too
+        text.resize((std::size_t{byteCount} + 1) / sizeof(wchar_t)); // rounded up: half a character needs room too
         return true;
     }
     catch (const std::bad_alloc&)
@@ -224,7 +224,7 @@ HRESULT CPrintUtil::GetPrinterDataValue(const wchar_t* printerName, const wchar_
         return PRINT_E_INVALID_PARAMETER;
     }
     const HRESULT result = CPrinterValue(kvTraceScope, printer.Get(), keyName, valueName).Read(value);
-    // The owner would close without a word; it remains for the way out by an exception.
+    // Closed here rather than by the owner, which does not log a failure; the owner closes if an exception passes.
     if (KVWinApi::g_spoolerApi->ClosePrinter(printer.Release()) == FALSE)
     {
         KV_LOGF(kLogError, L"ClosePrinter failed with err = %d", static_cast<int>(::GetLastError()));
