@@ -50,7 +50,7 @@ std::wstring ReadVersion(int key)
     return L"RegQueryValueExW " + std::to_wstring(key) + L", DriverVersion, buffer of 520";
 }
 
-// A machine with a registry of the test's own; x64 unless a test says otherwise.
+// A machine with a registry of its own, x64 unless a test chooses otherwise.
 class DriverFactsTests : public testing::Test
 {
 protected:
@@ -225,7 +225,7 @@ TEST_F(DriverFactsTests, GetDriverType_MoreBytesToldThanANumberHas_GoesOnToTheNe
 TEST_F(DriverFactsTests, GetDriverType_ReadFails_GoesOnToTheNextFolder)
 {
     m_registry.keys[kVersion4][L"Version"] = Number(4);
-    RegistryValue denied = Number(3); // the bytes are there nevertheless
+    RegistryValue denied = Number(3); // although the bytes are delivered
     denied.error = ERROR_ACCESS_DENIED;
     EXPECT_EQ(TypeOf(denied), L"V4");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadType(1), Close(1), Open(kVersion4),
@@ -347,7 +347,7 @@ TEST_F(DriverFactsTests, GetDriverVersion_Number_IsUnknown)
 TEST_F(DriverFactsTests, GetDriverVersion_ReadFails_GoesOnToTheNextFolder)
 {
     m_registry.keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
-    RegistryValue denied = String(L"1.0"); // the bytes are there nevertheless
+    RegistryValue denied = String(L"1.0"); // although the bytes are delivered
     denied.error = ERROR_ACCESS_DENIED;
     EXPECT_EQ(VersionOf(denied), L"10.0.0.1");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadVersion(1), Close(1), Open(kVersion4),

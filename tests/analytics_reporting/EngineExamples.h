@@ -12,7 +12,7 @@
 
 namespace KVTest
 {
-/// An operation of the engine that reports, and a call of it. docs/events.md shows each.
+/// An operation of the engine that reports, with a call of it. docs/events.md shows each.
 struct EngineExample
 {
     const char* name; // of its test
@@ -85,7 +85,7 @@ inline std::vector<EngineExample> EngineExamples()
     };
 }
 
-/// The printers of docs/events.md: everything is known of the first; the driver of the second is not registered.
+/// The printers of docs/events.md: every fact about the first is known; the driver of the second is not registered.
 inline void InstallExamplePrinters(FakeSpooler& spooler, FakeRegistry& registry)
 {
     spooler.printers = {{L"Attic",

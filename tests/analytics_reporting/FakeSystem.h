@@ -23,7 +23,7 @@
 
 namespace KVTest
 {
-/// What the fakes below have been asked, in order.
+/// The calls of the fakes below, in order.
 using Calls = std::vector<std::wstring>;
 
 /// A value of the registry or of a printer's data: its type and exactly these bytes.
@@ -31,9 +31,9 @@ struct RegistryValue
 {
     DWORD type = REG_NONE;
     std::string bytes = {};
-    LONG error = ERROR_SUCCESS; // any other is the answer in place of the value
+    LONG error = ERROR_SUCCESS; // any other is returned instead of the value
     std::exception_ptr exception = nullptr;
-    DWORD extraBytesTold = 0; // beyond those that there are
+    DWORD extraBytesTold = 0; // more than bytes has
 };
 
 /// A string as it stands, without a terminating zero.
@@ -56,7 +56,7 @@ inline RegistryValue Number(std::uint32_t number)
     return {REG_DWORD, bytes};
 }
 
-/// A machine whose processor architecture is that of the list, one for each time it is asked, the last one for ever.
+/// A machine that reports the processor architectures of the list, one at each query, and the last one from then on.
 class FakeMachine : public KVWinApi::CKernelApi
 {
 public:
@@ -99,7 +99,7 @@ public:
     {
         m_calls.push_back(std::wstring(L"RegOpenKeyExW ") + (root == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"?\\") + path +
                           (access == KEY_QUERY_VALUE ? L", query value" : L", ?"));
-        *key = reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(99)); // nobody may close it after a failure
+        *key = reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(99)); // which must not be closed after a failure
         const auto found = keys.find(path);
         if (found == keys.end())
         {
@@ -128,7 +128,7 @@ public:
         *type = value.type;
         const DWORD room = *size;
         *size = static_cast<DWORD>(value.bytes.size()) + value.extraBytesTold;
-        // As the system does it: what is too long is not delivered in part. An error may still leave bytes behind.
+        // Like the system: a value that is too long is not delivered at all. An error may still leave bytes behind.
         if (value.bytes.size() > room)
         {
             return ERROR_MORE_DATA;
@@ -144,7 +144,7 @@ public:
     }
 
     std::map<std::wstring, std::map<std::wstring, RegistryValue>> keys; // by path, then by name
-    LONG openError = ERROR_FILE_NOT_FOUND;                              // of a key that is not there
+    LONG openError = ERROR_FILE_NOT_FOUND;                              // of a missing key
 
 private:
     static std::wstring TextOf(HKEY key) { return std::to_wstring(reinterpret_cast<ULONG_PTR>(key)); }
@@ -270,7 +270,7 @@ public:
     }
 
     std::deque<Printer> printers; // in the order of the spooler
-    bool canEnumerate = true;     // false: the sizes are told and nothing else
+    bool canEnumerate = true;     // false: only the sizes are reported
 
 private:
     static std::size_t SizeOf(const std::wstring& text) { return (text.size() + 1) * sizeof(wchar_t); }

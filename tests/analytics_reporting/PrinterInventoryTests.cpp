@@ -39,11 +39,11 @@ RegistryValue Error(LONG error)
     return value;
 }
 
-// A computer of the test's own with one printer of each kind that a test asks for.
+// A computer with the printers that a test chooses.
 class PrinterInventoryTests : public testing::Test
 {
 protected:
-    // A printer of which everything is known.
+    // A printer with every fact known.
     static KVTest::FakeSpooler::Printer KnownPrinter(const std::wstring& name = L"Office")
     {
         return {name,
@@ -55,7 +55,7 @@ protected:
         m_registry.keys[kDrivers + L"Version-3\\" + driverName] = {{L"Version", Number(3)},
                                                                    {L"DriverVersion", String(L"6.1.2")}};
     }
-    // The record of the printer as it has become by now, alone on its computer.
+    // The record of the printer in its present state, alone on its computer.
     PrinterProperties RecordOf(const KVTest::FakeSpooler::Printer& printer)
     {
         m_spooler.printers = {printer};

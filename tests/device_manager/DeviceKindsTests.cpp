@@ -9,7 +9,7 @@ namespace
 {
 using Numbers = std::vector<int>;
 
-// Programs that are already linked pass these numbers.
+// Linked programs pass these numbers.
 TEST(DeviceKindsTests, Connections_HaveTheirNumbers)
 {
     EXPECT_EQ((Numbers{KVDeviceManager::kConnectionUnknown, KVDeviceManager::kConnectionUsb,

@@ -30,7 +30,7 @@ using Calls = std::vector<std::wstring>;
 
 constexpr DWORD kEverything = 0xFF0;
 
-// What an out-parameter holds beforehand.
+// The value of an out-parameter before the call.
 constexpr wchar_t kBefore[] = L"before";
 
 std::exception_ptr Failure()
@@ -38,7 +38,7 @@ std::exception_ptr Failure()
     return std::make_exception_ptr(std::runtime_error("of the spooler"));
 }
 
-// Fails the allocations whose sizes lie between the two, and remembers the largest that it failed.
+// Fails allocations of sizes in that range, and remembers the largest that it failed.
 class FailingAllocations
 {
 public:
@@ -65,7 +65,7 @@ private:
     KVTest::AllocationHook m_hook{&Fail};
 };
 
-// Where a damaged answer says that a text is.
+// The place of a text according to a damaged answer.
 struct DamagedPlace
 {
     const char* name;
@@ -87,7 +87,7 @@ const std::vector<DamagedPlace>& DamagedPlaces()
     return s_places;
 }
 
-// A spooler that follows a script, and a log file with all that is said.
+// A spooler that follows a script, and a log file with every message.
 class PrintUtilTests : public testing::Test
 {
 protected:
@@ -110,7 +110,7 @@ private:
 class FindAllPrinterNamesTests : public PrintUtilTests
 {
 protected:
-    // The names that a system with these printers tells.
+    // The names that the system reports for these printers.
     void Script(const std::vector<const wchar_t*>& names)
     {
         const DWORD size = KVTest::ScriptedSpooler::SizeOfEntries(names);
@@ -206,7 +206,7 @@ TEST_F(FindAllPrinterNamesTests, PrinterRemovedInBetween_GivesThoseThatAreLeft)
 
 TEST_F(FindAllPrinterNamesTests, MoreEntriesThanTheBufferHolds_AreNotRead)
 {
-    // Two records and room for no third one, whatever the count says.
+    // Room for two records only, whatever the count says.
     Script({L"A", L"B"});
     m_spooler.enumAnswers.back().entryCount = 0xFFFFFFFF;
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
@@ -284,7 +284,7 @@ TEST_F(FindAllPrinterNamesTests, NameCannotBeAllocated_IsOutOfMemoryWithoutNames
     Script({L"A", name.c_str(), L"C"});
     for (KVTest::ScriptedSpooler::EnumAnswer& answer : m_spooler.enumAnswers)
     {
-        *answer.neededBytes += 10'000; // tells the buffer from the name
+        *answer.neededBytes += 10'000; // sets the buffer apart from the name
     }
     {
         const FailingAllocations fail(1'000'002, 1'001'000);
@@ -437,7 +437,7 @@ INSTANTIATE_TEST_SUITE_P(PrintUtilTests, FailedQueryTests,
 
 TEST_F(GetPrinterDataValueTests, AnyOtherType_IsNotAString)
 {
-    // No size is told: the type counts first.
+    // The size is not reported: the type is judged first.
     for (const DWORD type : {0u, 2u, 3u, 4u, 5u, 6u, 7u, 11u, 0x10001u})
     {
         m_spooler.dataAnswers = {{ERROR_MORE_DATA, type, type % 2 == 0 ? 10u : 0u}};
@@ -633,7 +633,7 @@ TEST_F(GetPrinterDataValueTests, ExceptionOfTheFirstCall_PassesOnAndClosesThePri
 TEST_F(GetPrinterDataValueTests, ExceptionOfTheSecondCall_PassesOnAndClosesThePrinter)
 {
     m_spooler.dataAnswers = {Needs(8), {.exception = Failure()}};
-    m_spooler.closeError = ERROR_INVALID_HANDLE; // nothing to say of it on this way out
+    m_spooler.closeError = ERROR_INVALID_HANDLE; // which is not logged when an exception passes
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_value, kBefore);
     EXPECT_EQ(m_spooler.calls, AfterRead(8));
@@ -825,7 +825,7 @@ TEST_F(GetPrinterDriverNameTests, BufferCannotBeAllocated_IsOutOfMemoryAndCloses
 TEST_F(GetPrinterDriverNameTests, NameCannotBeAllocated_IsOutOfMemoryAndClosesThePrinter)
 {
     const std::wstring name(500'000, L'n');
-    constexpr DWORD kNeeded = 1'010'000; // tells the buffer from the name
+    constexpr DWORD kNeeded = 1'010'000; // sets the buffer apart from the name
     m_spooler.driverAnswers = {{FALSE, kNeeded}, {TRUE, kNeeded, name.c_str()}};
     {
         const FailingAllocations fail(1'000'002, 1'001'000);

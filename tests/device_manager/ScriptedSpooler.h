@@ -19,7 +19,7 @@
 
 namespace KVTest
 {
-/// The bytes of a text as the registry keeps them, without a terminating zero.
+/// The bytes of a text as the registry stores them, without a terminating zero.
 inline std::string BytesOf(const std::wstring& text)
 {
     std::string bytes(text.size() * sizeof(wchar_t), '\0');
@@ -27,24 +27,24 @@ inline std::string BytesOf(const std::wstring& text)
     return bytes;
 }
 
-/// A spooler that answers by a script, call by call, and records each call with all its arguments. A call for which the
-/// script has no answer fails the test.
+/// A spooler that answers call by call from a script, and records each call with all its arguments. A call without an
+/// answer in the script fails the test.
 class ScriptedSpooler : public KVWinApi::CSpoolerApi
 {
 public:
-    /// Changes what has been written to the caller's buffer of that many bytes.
+    /// Changes the caller's buffer of that many bytes after the answer was written.
     using Damaging = std::function<void(BYTE* buffer, DWORD size)>;
 
-    /// What the spooler writes; what is not set is left alone. Bytes are written as far as there is room.
+    /// What the spooler writes. A member without a value leaves the argument unchanged; bytes are cut to the room.
     struct DataAnswer
     {
         DWORD status = ERROR_SUCCESS;
         std::optional<DWORD> type = {};
         std::optional<DWORD> neededBytes = {};
         std::string bytes = {};
-        std::exception_ptr exception = nullptr; // thrown in place of an answer
+        std::exception_ptr exception = nullptr; // thrown instead of an answer
     };
-    /// Records of names, null for an entry without one, then the names themselves, as far as there is room.
+    /// Records of names, null for an entry without one, then the names themselves, cut to the room.
     struct EnumAnswer
     {
         BOOL result = FALSE;
@@ -66,7 +66,7 @@ public:
     BOOL OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) override
     {
         calls.push_back(L"OpenPrinterW " + std::wstring(name) + (defaults == nullptr ? L", default access" : L", ?"));
-        *printer = printerHandle; // also when it fails: nobody may close it then
+        *printer = printerHandle; // even after a failure, when it must not be closed
         return canOpen;
     }
 
@@ -186,7 +186,7 @@ private:
             damage(buffer, size);
         }
     }
-    // Null for a text that is null or that the room up to the end does not hold.
+    // Null for a text that is null or does not fit before the end.
     static LPWSTR AppendText(BYTE*& place, const BYTE* end, const wchar_t* text)
     {
         const std::size_t size = text != nullptr ? (std::wcslen(text) + 1) * sizeof(wchar_t) : 0;
