@@ -10,6 +10,7 @@
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "analytics_reporting/ProgramLogModule.h"
+#include "device_manager/DeviceKinds.h"
 #include "logging/Trace.h"
 #include "proxy/ProcessSetup.h"
 #include "proxy/ProxyResults.h"
@@ -113,6 +114,15 @@ DWORD FindParentProcess(HANDLE snapshot)
         hasEntry = KVWinApi::g_toolHlpApi->Process32NextW(snapshot, &entry);
     }
     return parentId;
+}
+
+KVDeviceManager::NetworkKind GetNetworkKind(const std::wstring& network)
+{
+    if (network == L"Network_Ethernet")
+    {
+        return KVDeviceManager::kNetworkWired;
+    }
+    return network == L"Network_Wireless" ? KVDeviceManager::kNetworkWireless : KVDeviceManager::kNetworkUnknown;
 }
 } // namespace
 
@@ -252,24 +262,24 @@ void CAnalyticsProxy::TranslateConnectivityType(std::wstring connection, std::ws
                                                 int& networkKind)
 {
     KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::TranslateConnectivityType");
-    connectionKind = 0;
-    networkKind = 0;
+    connectionKind = KVDeviceManager::kConnectionUnknown;
+    networkKind = KVDeviceManager::kNetworkUnknown;
     if (connection == L"NW")
     {
-        connectionKind = 2;
-        networkKind = network == L"Network_Ethernet" ? 1 : network == L"Network_Wireless" ? 2 : 0;
+        connectionKind = KVDeviceManager::kConnectionNetwork;
+        networkKind = GetNetworkKind(network);
     }
     else if (connection == L"USB")
     {
-        connectionKind = 1;
+        connectionKind = KVDeviceManager::kConnectionUsb;
     }
     else if (connection == L"BT")
     {
-        connectionKind = 4;
+        connectionKind = KVDeviceManager::kConnectionBluetooth;
     }
     else if (connection == L"*")
     {
-        connectionKind = 7;
+        connectionKind = KVDeviceManager::kConnectionAll;
     }
 }
 } // namespace KVAnalyticsProxy

@@ -29,8 +29,8 @@ public:
     /// `GetModuleFileNameExW`). False also when the system does not tell.
     bool IsCalledByLumo();
 
-    /// The kinds of KVAnalyticsReporting::GetConnectionTypeText for the texts of the command line, which count exactly
-    /// as they are written: "NW" with "Network_Ethernet" or "Network_Wireless", "USB", "BT", "*". 0 is unknown.
+    /// Turns the texts of the command line into a KVDeviceManager::ConnectionKind and a NetworkKind. The texts are
+    /// compared case-sensitively: "NW" with "Network_Ethernet" or "Network_Wireless", "USB", "BT", "*".
     void TranslateConnectivityType(std::wstring connection, std::wstring network, int& connectionKind,
                                    int& networkKind);
 

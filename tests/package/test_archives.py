@@ -12,7 +12,7 @@ import place
 
 HEADERS = """
     analytics_reporting/AnalyticsEngine.h analytics_reporting/ProgramLogModule.h
-    device_manager/Device.h
+    device_manager/Device.h device_manager/DeviceKinds.h
     ga_client/ClientInfo.h ga_client/CustomFacts.h ga_client/EventFields.h ga_client/GAClient.h
     logging/system/CriticalSection.h logging/shared/ExtMonitor.h logging/file/Indentation.h logging/LastErrorRestore.h logging/file/LineQueue.h
     logging/LineSink.h logging/file/LogFileRecord.h logging/LogFlags.h logging/LogFunction.h logging/LogModule.h
