@@ -30,8 +30,8 @@ bool ReportsNtVersion(DWORD major, DWORD minor)
            version.dwMinorVersion == minor;
 }
 
-// Each test asks for 8.1 anew: from there on what GetVersionExW reports is for compatibility and no test may match.
-bool IsWindowsBefore8Point1(DWORD major, DWORD minor)
+// Matches no version from 8.1 on, where GetVersionExW reports a compatibility version. Asks for 8.1 each time.
+bool IsWindowsVersion(DWORD major, DWORD minor)
 {
     return !IsWindows8Point1OrGreater() && ReportsNtVersion(major, minor);
 }
@@ -42,15 +42,15 @@ std::wstring GetBareOSName()
     {
         return L"Microsoft Windows 8.1";
     }
-    if (IsWindowsBefore8Point1(6, 2))
+    if (IsWindowsVersion(6, 2))
     {
         return L"Microsoft Windows 8";
     }
-    if (IsWindowsBefore8Point1(6, 1))
+    if (IsWindowsVersion(6, 1))
     {
         return L"Microsoft Windows 7";
     }
-    if (IsWindowsBefore8Point1(6, 0))
+    if (IsWindowsVersion(6, 0))
     {
         return L"Microsoft Windows Vista";
     }
@@ -106,7 +106,7 @@ bool IsWindows8Point1()
 
 bool IsWindowsXP()
 {
-    return IsWindowsBefore8Point1(5, 1);
+    return IsWindowsVersion(5, 1);
 }
 
 std::wstring GetOSName()
