@@ -8,6 +8,7 @@
 
 #include "logging/Trace.h"
 #include "utils/MemoryShortage.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "utils/UtilsLogModule.h"
 #include "winapi/KernelApi.h"
 

@@ -22,10 +22,6 @@ public:
     static std::wstring GetPathOfExecutable();
 };
 
-/// While not empty, `CPathUtils::GetPathOfExecutable` returns this text as it is, without asking the system. For hosts
-/// that stand in for another program; set it before other threads run.
-extern std::wstring g_pathOfExecutableOverride;
-
 /// The two with one backslash between: at most one backslash each is taken away at the end of `head` and at the
 /// beginning of `tail`. When either is empty the result is the other, unchanged.
 std::wstring CombinePaths(const std::wstring& head, const std::wstring& tail);
