@@ -117,6 +117,21 @@ bool IsFileItself(HANDLE file)
            (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
+// Leaves an end that an earlier attempt has found. False if the size is unavailable.
+bool FindEnd(HANDLE file, std::optional<std::int64_t>& end)
+{
+    LARGE_INTEGER size{};
+    if (!end)
+    {
+        if (KVWinApi::g_kernelApi->GetFileSizeEx(file, &size) == FALSE)
+        {
+            return false;
+        }
+        end = size.QuadPart;
+    }
+    return true;
+}
+
 bool SetPosition(HANDLE file, std::int64_t position)
 {
     LARGE_INTEGER distance{};
@@ -289,18 +304,9 @@ bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
         // Somebody had removed the folder.
         file = OpenFile(m_path, OPEN_ALWAYS);
     }
-    if (!file.IsValid() || !IsFileItself(file.Get()))
+    if (!file.IsValid() || !IsFileItself(file.Get()) || !FindEnd(file.Get(), end))
     {
         return false;
-    }
-    if (!end)
-    {
-        LARGE_INTEGER size{};
-        if (KVWinApi::g_kernelApi->GetFileSizeEx(file.Get(), &size) == FALSE)
-        {
-            return false;
-        }
-        end = size.QuadPart;
     }
     if (*end >= kFullSize)
     {
