@@ -8,7 +8,7 @@ namespace KVUtils
 {
 namespace
 {
-std::wstring s_osName; // empty: not worked out yet
+std::wstring s_osName; // empty until determined
 
 OSVERSIONINFOEXW MakeVersionRecord()
 {
@@ -21,7 +21,7 @@ OSVERSIONINFOEXW MakeVersionRecord()
 bool ReportsNtVersion(DWORD major, DWORD minor)
 {
     OSVERSIONINFOEXW version = MakeVersionRecord();
-    // The operation takes the shorter record, tells the two apart by their size and fills either.
+    // The operation takes the shorter record by its type, and fills the longer one if the size says so.
     if (KVWinApi::g_kernelApi->GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&version)) == FALSE)
     {
         return false;
@@ -74,7 +74,7 @@ std::uint16_t GetNativeProcessorArchitecture()
         reinterpret_cast<GetNativeSystemInfoFunction>(reinterpret_cast<void*>(found))(&information);
         architecture = information.wProcessorArchitecture;
     }
-    // Deliberate: no handle owner, the handle is given back whether or not loading succeeded.
+    // Deliberate: no handle owner, since FreeLibrary is called even if loading failed.
     KVWinApi::g_kernelApi->FreeLibrary(kernel32);
     return architecture;
 }
@@ -85,7 +85,7 @@ bool IsWindows8Point1OrGreater()
     version.dwMajorVersion = 6;
     version.dwMinorVersion = 3;
     version.wServicePackMajor = 0;
-    version.dwPlatformId = VER_PLATFORM_WIN32_NT; // the mask below leaves it out of the comparison
+    version.dwPlatformId = VER_PLATFORM_WIN32_NT; // not compared: the mask below excludes it
     ULONGLONG conditions = ::VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL);
     conditions = ::VerSetConditionMask(conditions, VER_MINORVERSION, VER_GREATER_EQUAL);
     conditions = ::VerSetConditionMask(conditions, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);

@@ -14,7 +14,7 @@ struct MutexTraits
 };
 using CUniqueMutex = CUniqueHandle<MutexTraits>;
 
-/// Ownership of a mutex by this thread. Given up with `ReleaseMutex`, on the same thread; the mutex stays open.
+/// Ownership of a mutex by this thread. Released with `ReleaseMutex`, on the same thread; the mutex stays open.
 struct MutexOwnershipTraits
 {
     using Handle = HANDLE;
