@@ -4,6 +4,11 @@
 
 #include <string>
 
+namespace KVLogging
+{
+class CLogFunction;
+}
+
 namespace KVAnalyticsProxy
 {
 /// One run of the program: one link click or one screen view, reported for a user who opted in, when the device centre
@@ -35,6 +40,8 @@ public:
                                    int& networkKind);
 
 private:
+    // Makes the one tracking call that the command line asks for. kvTraceScope: Run's, which KV_LOGF writes to.
+    void ReportHit(KVLogging::CLogFunction& kvTraceScope);
     std::wstring GetMshtaPath();
 };
 

@@ -11,7 +11,7 @@ namespace
 {
 KV_FACADE_INSTANCE CKernelApi s_kernelApi;
 
-// One cache an operation, shared by all objects of the class; empty until a look-up succeeds.
+// One cache for each operation, shared by all objects of the class; null until a look-up succeeds.
 std::atomic<DWORD(WINAPI*)(HANDLE)> s_getProcessId;
 std::atomic<BOOL(WINAPI*)(DWORD, DWORD, DWORD, DWORD, PDWORD)> s_getProductInfo;
 std::atomic<GEOID(WINAPI*)(GEOCLASS)> s_getUserGeoId;

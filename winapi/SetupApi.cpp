@@ -9,7 +9,7 @@ namespace
 {
 KV_FACADE_INSTANCE CSetupApi s_setupApi;
 
-// What the library gives in place of a key.
+// The failure of the functions that open a key.
 HKEY NoKey() noexcept
 {
     return static_cast<HKEY>(INVALID_HANDLE_VALUE);

@@ -9,7 +9,7 @@ namespace
 {
 KV_FACADE_INSTANCE CShellApi s_shellApi;
 
-// ShellExecuteW's result is a handle in name only: up to 32 it is an error code.
+// The result of ShellExecuteW is a handle in type only: a value up to 32 is an error code.
 HINSTANCE DllNotFound() noexcept
 {
     return reinterpret_cast<HINSTANCE>(static_cast<INT_PTR>(SE_ERR_DLLNOTFOUND));

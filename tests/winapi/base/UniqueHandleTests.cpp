@@ -8,6 +8,7 @@
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/handles/InternetHandles.h"
 #include "winapi/handles/KernelHandles.h"
+#include "winapi/handles/MutexHandles.h"
 #include "winapi/handles/PrinterHandles.h"
 #include "winapi/handles/RegistryHandles.h"
 
@@ -200,6 +201,36 @@ TEST(InternetHandlesTests, Destruction_ClosesTheHandleThroughTheFacade)
         const CUniqueInternet handle(MakeHandle(1));
         EXPECT_TRUE(handle.IsValid());
     }
+    EXPECT_EQ(api.closed, MakeHandle(1));
+}
+
+TEST(MutexHandlesTests, Destruction_GivesUpTheOwnershipThenClosesTheMutexThroughTheFacade)
+{
+    struct Recording : CWinApi
+    {
+        BOOL ReleaseMutex(HANDLE hMutex) override
+        {
+            EXPECT_EQ(closed, nullptr);
+            released = hMutex;
+            return TRUE;
+        }
+        BOOL CloseHandle(HANDLE hObject) override
+        {
+            closed = hObject;
+            return TRUE;
+        }
+        HANDLE released = nullptr;
+        HANDLE closed = nullptr;
+    } api;
+    const KVTest::ScopedSubstitute swap(g_winApi, api);
+    {
+        const CUniqueMutex mutex(MakeHandle(1));
+        const CUniqueMutexOwnership ownership(mutex.Get());
+        EXPECT_TRUE(ownership.IsValid());
+        const CUniqueMutexOwnership none;
+        EXPECT_FALSE(none.IsValid());
+    }
+    EXPECT_EQ(api.released, MakeHandle(1));
     EXPECT_EQ(api.closed, MakeHandle(1));
 }
 
