@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "ga_client/DataFolder.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/FailingAllocations.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 
