@@ -14,13 +14,12 @@
 
 using GAClient::CGAClient;
 using GAClient::IGAClient;
+using KVTest::kMark;
 using KVTest::SamplePrefix;
 using Requests = std::list<std::wstring>;
 
 namespace
 {
-constexpr wchar_t kMark[] = L"#1416096000";
-
 // Fails to make the event of an asynchronous tracker, in the way that the tracker takes for a failure.
 class EventApi : public KVTest::FixedTimeApi
 {
