@@ -258,11 +258,11 @@ TEST_F(BatteryProbeTests, Probe_LoadsTheLibrariesOfComBeforeItsThreadStarts)
     m_kernel.onBegin = [&] {
         for (const KVTest::LoaderPatch::Load& load : loader.GetLoads())
         {
-            loaded.insert(load.Path.substr(load.Path.rfind(L'\\') + 1));
+            loaded.insert(load.path.substr(load.path.rfind(L'\\') + 1));
         }
         for (const KVTest::LoaderPatch::LookUp& lookUp : loader.GetLookUps())
         {
-            found.insert(lookUp.Name);
+            found.insert(lookUp.name);
         }
     };
     EXPECT_NE(ProbeBattery(Engine()), L"");

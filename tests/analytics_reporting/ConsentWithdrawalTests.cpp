@@ -9,7 +9,7 @@
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "ga_client/GAClient.h"
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -18,8 +18,8 @@
 #include "tests/analytics_reporting/FakeSystem.h"
 #include "tests/analytics_reporting/FakeWmi.h"
 #include "tests/analytics_reporting/KnownSystem.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "analytics_reporting/AnalyticsEngine.h"
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/Faults.h"
 #include "tests/support/ScopedSubstitute.h"
 

@@ -5,9 +5,9 @@ import itertools
 import re
 import statistics
 
-import hits
-from collection_server import CLOSE
-from program_test import LONGEST_WAIT_MS, ReportingTest
+from kvtest import hits
+from kvtest.collection_server import CLOSE
+from kvtest.program_test import LONGEST_WAIT_MS, ReportingTest
 
 LOG_FILE = "C:\\trace.log"
 NOTES_OF_PROGRESS = 0x10

@@ -1,14 +1,13 @@
 """What is installed and packed: all that somebody needs, no more, and nothing that tells where it was built."""
 
 import hashlib
-import pathlib
 import re
 import struct
-import sys
 import unittest
 import zlib
 
 import place
+from kvtest.product import RESULT_NAMES
 
 HEADERS = """
     analytics_reporting/AnalyticsEngine.h analytics_reporting/ProgramLogModule.h
@@ -157,8 +156,6 @@ class ArchiveTests(unittest.TestCase):
             self.assertNotIn(b"@", content, name)
 
     def test_readme_tells_version_host_and_exit_codes(self):
-        sys.path.insert(0, str(place.SOURCE / "tests" / "e2e"))
-        from product import RESULT_NAMES
         readme = (place.archive("program") / "readme.txt").read_text(encoding="ascii")
         self.assertIn(f"proxy {place.VERSION}\n", readme)
         self.assertIn(f"\\Statlet\\LumoLink\\{place.VERSION}:\n", readme)

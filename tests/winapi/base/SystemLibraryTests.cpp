@@ -50,14 +50,14 @@ TEST(SystemLibraryTests, Find_FirstCall_LoadsTheFileOfTheSystemFolderByItsFullPa
     const KVTest::LoaderPatch loader;
     void* const found = s_winMm.Find("timeGetTime");
     ASSERT_EQ(loader.GetLoads().size(), 1u);
-    EXPECT_EQ(loader.GetLoads()[0].Path, GetSystemFolder() + L"\\winmm.dll");
-    EXPECT_EQ(loader.GetLoads()[0].File, nullptr);
+    EXPECT_EQ(loader.GetLoads()[0].path, GetSystemFolder() + L"\\winmm.dll");
+    EXPECT_EQ(loader.GetLoads()[0].file, nullptr);
     // Its own imports come from its own folder first, not from the program's.
-    EXPECT_EQ(loader.GetLoads()[0].Flags, static_cast<DWORD>(LOAD_WITH_ALTERED_SEARCH_PATH));
+    EXPECT_EQ(loader.GetLoads()[0].flags, static_cast<DWORD>(LOAD_WITH_ALTERED_SEARCH_PATH));
     const HMODULE module = ::GetModuleHandleW(L"winmm.dll");
     ASSERT_NE(module, nullptr);
-    EXPECT_EQ(found, loader.GetLookUps()[0].Found);
-    EXPECT_EQ(loader.GetLookUps()[0].Module, module);
+    EXPECT_EQ(found, loader.GetLookUps()[0].found);
+    EXPECT_EQ(loader.GetLookUps()[0].module, module);
 }
 
 TEST(SystemLibraryTests, Find_LaterCalls_LoadNothing)

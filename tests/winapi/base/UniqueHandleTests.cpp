@@ -22,7 +22,7 @@ HANDLE MakeHandle(std::size_t number)
 }
 
 // Notes what is closed and spoils the last error, as a real close may.
-class RecordingKernelApi : public CKernelApi
+class ClosingKernelApi : public CKernelApi
 {
 public:
     BOOL CloseHandle(HANDLE hObject) override
@@ -49,7 +49,7 @@ public:
 class UniqueHandleTests : public testing::Test
 {
 protected:
-    RecordingKernelApi m_api;
+    ClosingKernelApi m_api;
     KVTest::ScopedSubstitute<IKernelApi> m_swap{g_kernelApi, m_api};
 };
 
@@ -156,7 +156,7 @@ TEST_F(UniqueHandleTests, FilesSearchesAndModules_AreClosedTheirWay)
 
 TEST_F(UniqueHandleTests, Close_GoesToTheFacadeOfThatMoment)
 {
-    RecordingKernelApi later;
+    ClosingKernelApi later;
     {
         const CUniqueKernelHandle handle(MakeHandle(1));
         g_kernelApi = &later;
