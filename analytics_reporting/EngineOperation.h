@@ -19,19 +19,19 @@ struct Refusals
 };
 
 /// One call of an operation of the engine: keeps exceptions and faults inside, logs refusals, and reports through the
-/// measurement client. On the stack of the operation, below its trace scope; it borrows what it is made with.
+/// measurement client. Lives on the stack of the operation and refers to its trace scope and to the engine's flags.
 ///
-/// Each line is logged through that trace scope, whose log takes lineNumber for a line of the operation's file.
-/// lineNumber is therefore that of the calling statement.
+/// Every line is logged through that trace scope, whose log takes lineNumber for a line of the operation's source file.
+/// So lineNumber is that of the calling statement (`__builtin_LINE`, since clang 14 has no std::source_location).
 class CEngineOperation
 {
 public:
-    /// name: the operation's, as the log line about a caught exception says it. optedIn and started: the engine's
-    /// flags, read at each check.
+    /// name: the operation's in the log line about an exception. optedIn and started: the engine's flags, which Report
+    /// reads when it is called.
     CEngineOperation(KVLogging::CLogFunction& traceScope, const wchar_t* name, const bool& optedIn,
                      const bool& started) noexcept;
 
-    /// The result of body, or false if body throws or faults. What body has changed by then stays changed.
+    /// Returns the result of body, or false if body throws or faults. What body has changed by then stays changed.
     template <typename Body> bool Run(const Body& body, int lineNumber = __builtin_LINE()) const noexcept
     {
         bool result = false;
@@ -63,12 +63,12 @@ public:
         Run(runIfAllowed, lineNumber);
     }
 
-    /// Returns condition, and logs refusal when it is false.
+    /// Returns condition, and logs refusal if it is false.
     bool Check(bool condition, const wchar_t* refusal, int lineNumber = __builtin_LINE()) const noexcept;
 
     /// Sets a dimension of the next hit. A value that the client refuses is logged and never stops the event.
     void Set(const Dimension& dimension, const std::wstring& value, int lineNumber = __builtin_LINE()) const;
-    /// The same with what the record says about the dimension.
+    /// The same with the record's value, or "Unknown".
     void Set(const Dimension& dimension, const PrinterProperties& record, int lineNumber = __builtin_LINE()) const;
 
     /// Sends an event, or logs that the client refuses it.
