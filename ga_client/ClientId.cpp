@@ -16,7 +16,7 @@ namespace
 constexpr wchar_t kSection[] = L"Users";
 constexpr wchar_t kKey[] = L"UUID";
 
-// Empty when there is none.
+// Empty if the file has none.
 std::wstring ReadClientId(const std::wstring& identityFile)
 {
     constexpr DWORD kBufferSize = 256;
@@ -42,7 +42,7 @@ std::wstring PlainForm(const wchar_t* registryForm)
     return plain;
 }
 
-// Empty when the system cannot generate one.
+// Empty if the system cannot generate one.
 std::wstring GenerateClientId()
 {
     constexpr int kBufferSize = 64; // the registry form has 38 characters
@@ -66,7 +66,7 @@ bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstrin
     }
     const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
     const std::wstring identityFile = folder + applicationName + L".ini";
-    // Without a folder the name alone would mean a file in the Windows folder.
+    // Without a folder, the bare name would mean a file in the Windows folder.
     clientId = folder.empty() ? std::wstring() : ReadClientId(identityFile);
     if (!clientId.empty())
     {
