@@ -47,7 +47,7 @@ std::wstring GetPropertyId()
 bool ReadUseSsl()
 {
     bool useSsl = true;
-    // An absent or empty value leaves it true; any other text than "true" has been read, and is false.
+    // An absent or empty value leaves it true; any text except "true" gives false.
     KVUtils::CSxSConfig::_GetIniFile().GetBool(kAnalyticsSection, L"UseSSL", useSsl);
     return useSsl;
 }
@@ -85,7 +85,7 @@ Request ReadRequest()
     return request;
 }
 
-// Milliseconds that it took, as the clock said after the last pause.
+// Returns the wait in milliseconds, by the clock after the last pause.
 DWORD WaitForPendingRequests()
 {
     constexpr DWORD kPauseMs = 1000;
@@ -99,15 +99,15 @@ DWORD WaitForPendingRequests()
         {
             break;
         }
-        // Not through the facade: whoever shortens the wait substitutes the clock.
+        // Not through the facade: to shorten the wait, a substitute replaces the clock.
         ::Sleep(kPauseMs);
-        // Unsigned difference: right across the tick count's wrap at 49.7 days.
+        // Unsigned difference: correct even when the tick count wraps, after 49.7 days.
         elapsed = KVWinApi::g_kernelApi->GetTickCount() - start;
-    } while (elapsed < kLongestWaitMs); // and no further poll when the time is over
+    } while (elapsed < kLongestWaitMs); // after that, no further poll
     return elapsed;
 }
 
-// 0 when the own process is not in the list, or has no parent there.
+// 0 if this process is not in the list, or has no parent there.
 DWORD FindParentProcess(HANDLE snapshot)
 {
     static_assert(sizeof(PROCESSENTRY32W) == 568);
@@ -132,7 +132,7 @@ DWORD FindParentProcess(HANDLE snapshot)
     return parentId;
 }
 
-// Nothing, and a line in the log, when the system does not give it. kvTraceScope: the caller's, which KV_LOG writes to.
+// If the path is unavailable, logs that and returns nothing. kvTraceScope: the caller's, to which KV_LOG writes.
 std::optional<std::wstring> FindProgramOf(HANDLE process, KVLogging::CLogFunction& kvTraceScope)
 {
     HMODULE program = nullptr; // the first module of a process
@@ -142,7 +142,7 @@ std::optional<std::wstring> FindProgramOf(HANDLE process, KVLogging::CLogFunctio
         KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs");
         return std::nullopt;
     }
-    std::array<wchar_t, MAX_PATH + 1> path{}; // one more: a path that was cut may come without its end
+    std::array<wchar_t, MAX_PATH + 1> path{}; // one more: the system may not terminate a path that it cuts
     if (KVWinApi::g_kernelApi->GetModuleFileNameExW(process, program, path.data(), MAX_PATH) == 0)
     {
         KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name");
@@ -182,8 +182,8 @@ HRESULT CAnalyticsProxy::Run()
     GetAnalyticsEngine().Stop();
     const DWORD elapsed = WaitForPendingRequests();
     KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Total wait time is %d ms", static_cast<int>(elapsed));
-    // Deliberate: the engine stays initialised. The process ends now, and its client keeps for a later run what is
-    // left.
+    // Deliberate: the engine stays initialised. The process ends now, and its client saves the remaining hits for a
+    // later run.
     return PROXY_S_DONE;
 }
 
@@ -193,7 +193,7 @@ void CAnalyticsProxy::ReportHit(KVLogging::CLogFunction& kvTraceScope)
     int connectionKind = 0;
     int networkKind = 0;
     TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
-    // Deliberate: each line follows the call that it announces. Those who read the logs know this order.
+    // Deliberate: each line follows the call that it announces. Readers of the logs know this order.
     if (request.linkId)
     {
         GetAnalyticsEngine().TrackLumoLink(*request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
@@ -245,7 +245,8 @@ bool CAnalyticsProxy::IsCalledByLumo()
     {
         return false;
     }
-    // Deliberate: exact, in letter case too. A host that the system reports in another case is refused.
+    // Deliberate: exact, including the letter case. A host whose path is reported in a different case is refused: the
+    // check must not accept more than the one file.
     const bool isHost = *parentPath == GetMshtaPath();
     if (!isHost)
     {
@@ -255,8 +256,8 @@ bool CAnalyticsProxy::IsCalledByLumo()
     return isHost;
 }
 
-// The device centre is a 32-bit HTML application: on 64-bit Windows its host stands in the 32-bit system folder. A
-// folder that cannot be found gives a path that no process can have.
+// The device centre is a 32-bit HTML application: on 64-bit Windows its host is in the 32-bit system folder. If that
+// folder is unavailable, the result is a path that no process can have.
 std::wstring CAnalyticsProxy::GetMshtaPath()
 {
     constexpr wchar_t kHostFile[] = L"\\mshta.exe";
