@@ -6,6 +6,7 @@
 #include <rpc.h>
 
 #include "ga_client/DataFolder.h"
+#include "utils/base/AsciiCase.h"
 #include "winapi/base/SystemLibraries.h"
 #include "winapi/WinApi.h"
 
@@ -26,18 +27,16 @@ std::wstring ReadClientId(const std::wstring& identityFile)
     return std::wstring(value, length < kBufferSize ? length : kBufferSize - 1);
 }
 
-// The registry form without its braces, in lower case: only A to F occur, so that no locale has a say.
+// The registry form without its braces, in lower case.
 std::wstring PlainForm(const wchar_t* registryForm)
 {
     std::wstring plain;
     for (const wchar_t* next = registryForm; *next != L'\0'; ++next)
     {
-        if (*next == L'{' || *next == L'}')
+        if (*next != L'{' && *next != L'}')
         {
-            continue;
+            plain += KVUtils::ToLowerAscii(*next);
         }
-        const bool isUpper = *next >= L'A' && *next <= L'F';
-        plain += isUpper ? static_cast<wchar_t>(*next - L'A' + L'a') : *next;
     }
     return plain;
 }
