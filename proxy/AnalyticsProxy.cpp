@@ -48,7 +48,7 @@ std::wstring GetPropertyId()
 bool ReadUseSsl()
 {
     bool useSsl = true;
-    // An absent or empty value leaves it true; any other text than "true" has been read, and is false.
+    // An absent or empty value leaves it true; any text except "true" gives false.
     KVUtils::CSxSConfig::_GetIniFile().GetBool(kAnalyticsSection, L"UseSSL", useSsl);
     return useSsl;
 }
@@ -86,7 +86,7 @@ Request ReadRequest()
     return request;
 }
 
-// Milliseconds that it took, as the clock said after the last pause.
+// Returns the wait in milliseconds, by the clock after the last pause.
 DWORD WaitForPendingRequests()
 {
     constexpr DWORD kPauseMs = 1000;
@@ -100,15 +100,15 @@ DWORD WaitForPendingRequests()
         {
             break;
         }
-        // Not through the facade: whoever shortens the wait substitutes the clock.
+        // Not through the facade: to shorten the wait, a substitute replaces the clock.
         ::Sleep(kPauseMs);
-        // Unsigned difference: right across the tick count's wrap at 49.7 days.
+        // Unsigned difference: correct even when the tick count wraps, after 49.7 days.
         elapsed = KVWinApi::g_kernelApi->GetTickCount() - start;
-    } while (elapsed < kLongestWaitMs); // and no further poll when the time is over
+    } while (elapsed < kLongestWaitMs); // after that, no further poll
     return elapsed;
 }
 
-// 0 when the own process is not in the list, or has no parent there.
+// 0 if this process is not in the list, or has no parent there.
 DWORD FindParentProcess(HANDLE snapshot)
 {
     static_assert(sizeof(PROCESSENTRY32W) == 568);
@@ -151,7 +151,7 @@ const wchar_t* FindProgramOf(HANDLE process, std::wstring& path)
     {
         return L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs";
     }
-    std::array<wchar_t, MAX_PATH + 1> found{}; // one more: a path that was cut may come without its end
+    std::array<wchar_t, MAX_PATH + 1> found{}; // one more: the system may not terminate a path that it cuts
     if (KVWinApi::g_kernelApi->GetModuleFileNameExW(process, program, found.data(), MAX_PATH) == 0)
     {
         return L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name";
@@ -191,8 +191,8 @@ HRESULT CAnalyticsProxy::Run()
     GetAnalyticsEngine().Stop();
     const DWORD elapsed = WaitForPendingRequests();
     KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Total wait time is %d ms", static_cast<int>(elapsed));
-    // Deliberate: the engine stays initialised. The process ends now, and its client keeps for a later run what is
-    // left.
+    // Deliberate: the engine stays initialised. The process ends now, and its client saves the remaining hits for a
+    // later run.
     return PROXY_S_DONE;
 }
 
@@ -202,7 +202,7 @@ void CAnalyticsProxy::ReportHit(KVLogging::CLogFunction& kvTraceScope)
     int connectionKind = 0;
     int networkKind = 0;
     TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
-    // Deliberate: each line follows the call that it announces. Those who read the logs know this order.
+    // Deliberate: each line follows the call that it announces. Readers of the logs know this order.
     if (request.linkId)
     {
         GetAnalyticsEngine().TrackLumoLink(*request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
@@ -255,7 +255,8 @@ bool CAnalyticsProxy::IsCalledByLumo()
         KV_LOG(kLogInfo, failure);
         return false;
     }
-    // Deliberate: exact, in letter case too. A host that the system reports in another case is refused.
+    // Deliberate: exact, including the letter case. A host whose path is reported in a different case is refused: the
+    // check must not accept more than the one file.
     const bool isHost = parentPath == GetMshtaPath();
     if (!isHost)
     {
@@ -265,8 +266,8 @@ bool CAnalyticsProxy::IsCalledByLumo()
     return isHost;
 }
 
-// The device centre is a 32-bit HTML application: on 64-bit Windows its host stands in the 32-bit system folder. A
-// folder that cannot be found gives a path that no process can have.
+// The device centre is a 32-bit HTML application: on 64-bit Windows its host is in the 32-bit system folder. If that
+// folder is unavailable, the result is a path that no process can have.
 std::wstring CAnalyticsProxy::GetMshtaPath()
 {
     constexpr wchar_t kHostFile[] = L"\\mshta.exe";

@@ -447,7 +447,7 @@ TEST_F(GAClientTests, MaxQueuedRequests_BelowOne_IsIgnored)
     m_client->SetMaxQueuedRequests(-5);
     for (int i = 0; i < 501; ++i)
     {
-        EXPECT_TRUE(m_client->TrackScreenView(L"Home")); // also of a hit that is dropped
+        EXPECT_TRUE(m_client->TrackScreenView(L"Home")); // even of a dropped hit
     }
     EXPECT_EQ(Queue().size(), 500U);
 }
@@ -501,7 +501,7 @@ TEST_F(GAClientTests, Uninitialize_TellsThatTheSaveFailed)
 {
     ASSERT_TRUE(::CreateDirectoryW(QueueFile().c_str(), nullptr));
     EXPECT_FALSE(m_client->Uninitialize(false, 0));
-    EXPECT_FALSE(m_client->Stop()); // the tracker is gone nevertheless
+    EXPECT_FALSE(m_client->Stop()); // the tracker is destroyed nevertheless
 }
 
 namespace

@@ -17,16 +17,16 @@
 
 namespace KVTest
 {
-/// A name that no other test process uses, for what is shared by name: the data folder and the mutex of the queue file.
+/// A name that no other test process uses, for the data folder and the mutex of the queue file.
 inline std::wstring UniqueApplicationName()
 {
     return L"Test" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(::GetTickCount64());
 }
 
-/// The version that goes with it.
+/// The version of the application with that name.
 inline constexpr wchar_t kSampleVersion[] = L"1.2";
 
-/// The facts that the hits of tests carry, and the common part of every hit that comes of them.
+/// The facts that the hits of tests carry, and the common part of every hit with them.
 inline GAClient::ClientInfo SampleClientInfo()
 {
     return {L"Lumo", L"1.2.3", L"XX-1", L"1920x1080", L"32-bit", L"en-US"};
@@ -47,8 +47,8 @@ inline std::wstring SamplePrefix(const std::wstring& cacheBuster = kFirstCacheBu
 /// The mark of a hit that is tracked at the first time of FixedTimeApi.
 inline constexpr wchar_t kMark[] = L"#1416096000";
 
-/// A system whose calendar stands where the test puts it: seconds since 1970-01-01 UTC, with some milliseconds that
-/// nobody may count.
+/// A system whose calendar time the test sets: seconds since 1970-01-01 UTC, with some milliseconds, which must not
+/// count.
 class FixedTimeApi : public KVWinApi::CKernelApi
 {
 public:
@@ -68,7 +68,7 @@ public:
     std::atomic<std::int64_t> seconds;
 };
 
-/// A system whose local application data lies in a folder of the test's own.
+/// A system whose local application data is in a folder of the test's own.
 class LocalFolderApi : public KVWinApi::CWinApi
 {
 public:
@@ -129,7 +129,7 @@ public:
             value = *static_cast<DWORD*>(buffer);
         }
         Record(L"option " + NameOf(handle) + L" " + std::to_wstring(option) + L" " + std::to_wstring(value));
-        return FALSE; // nobody may care
+        return FALSE; // must be ignored
     }
     HINTERNET InternetConnectW(HINTERNET session, LPCWSTR server, INTERNET_PORT port, LPCWSTR user, LPCWSTR password,
                                DWORD service, DWORD flags, DWORD_PTR context) override
@@ -176,7 +176,7 @@ public:
         const std::lock_guard<std::mutex> hold(mutex);
         Record(L"query " + NameOf(request) + L" " + std::to_wstring(level) + L" " + std::to_wstring(*size) +
                (index == nullptr ? L"" : L" index"));
-        // A failed send can leave a status behind.
+        // A failed send can leave a status.
         const DWORD value = m_status != kNoAnswer ? m_status.load() : HTTP_STATUS_OK;
         *static_cast<DWORD*>(buffer) = value;
         return queryFails ? FALSE : TRUE;
@@ -217,7 +217,7 @@ public:
     std::mutex mutex; // guards the three below
     std::vector<Post> posts;
     std::vector<std::wstring> calls;
-    std::vector<std::wstring> handles; // what each handle that was given out is
+    std::vector<std::wstring> handles; // the name of each handle that was returned
 
 private:
     void Record(const std::wstring& call) { calls.push_back(call); }
