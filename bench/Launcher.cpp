@@ -71,10 +71,10 @@ void CompareMemory(const char* row, int pairs, DWORD exitCode, const std::wstrin
 void ListModules(const char* row, DWORD exitCode, const std::wstring& program)
 {
     const KVTest::LoadedModules run = KVTest::RunAndListModules(program, kLongestRunMs);
-    ExpectExitCode(run.ExitCode, exitCode);
+    ExpectExitCode(run.exitCode, exitCode);
     std::printf("{\"row\": \"%s\", \"modules\": [", row);
     const char* separator = "";
-    for (const std::wstring& name : run.Names)
+    for (const std::wstring& name : run.names)
     {
         std::printf("%s\"%ls\"", separator, name.c_str());
         separator = ", ";

@@ -10,10 +10,10 @@
 function(kv_add_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;APART;HEADERS;INTERNAL_HEADERS;LINK")
     set(target kv_${name})
-    set(sources ${arg_SOURCES})
-    if(KV_CHECKED)
-        # Only here: delivered libraries are compiled file by file, so that a program links only what it uses.
-        kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES} APART ${arg_APART})
+    kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES} APART ${arg_APART})
+    if(NOT KV_CHECKED)
+        # Delivered libraries are compiled file by file, so that a program links only what it uses.
+        set(sources ${arg_SOURCES})
     endif()
     add_library(${target} STATIC ${sources})
     add_library(KV::${name} ALIAS ${target})

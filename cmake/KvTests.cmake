@@ -43,6 +43,9 @@ endif()
 
 include(GoogleTest)
 
+# Runs tests that are written in Python, with the package that they share on its path.
+set(KV_TEST_PYTHON ${PROJECT_SOURCE_DIR}/scripts/python)
+
 # Seconds after which a test has failed. A test takes a small part of one when the machine is idle.
 set(KV_TEST_TIMEOUT 60)
 # A little earlier the program is ended, and what it has printed by then is shown.

@@ -48,8 +48,8 @@ std::wstring GenerateClientId()
     constexpr int kBufferSize = 64; // the registry form has 38 characters
     UUID uuid{};
     wchar_t registryForm[kBufferSize] = {};
-    if (KV_SYSTEM_FUNCTION(KVWinApi::g_rpcRt4Dll, UuidCreate).OrErrorCode()(&uuid) != RPC_S_OK ||
-        KV_SYSTEM_FUNCTION(KVWinApi::g_ole32Dll, StringFromGUID2).Or(0)(uuid, registryForm, kBufferSize) == 0)
+    if (CallOrErrorCode(KV_SYSTEM_FUNCTION(KVWinApi::g_rpcRt4Dll, UuidCreate), &uuid) != RPC_S_OK ||
+        Call(KV_SYSTEM_FUNCTION(KVWinApi::g_ole32Dll, StringFromGUID2), uuid, registryForm, kBufferSize) == 0)
     {
         return {};
     }

@@ -24,7 +24,7 @@ void CreateFolderChain(const std::wstring& folder)
     // Up to the last backslash. The result is not looked at: an existing folder (183, or 80) is what is wanted, and
     // after any other failure the files in the folder cannot be opened, which each of their users handles.
     const std::wstring path = folder.substr(0, folder.rfind(L'\\'));
-    KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHCreateDirectoryExW).OrErrorCode()(nullptr, path.c_str(), nullptr);
+    CallOrErrorCode(KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHCreateDirectoryExW), nullptr, path.c_str(), nullptr);
 }
 } // namespace
 

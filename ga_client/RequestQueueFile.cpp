@@ -8,7 +8,7 @@
 #include "ga_client/DataFolder.h"
 #include "ga_client/QueueFileFormat.h"
 #include "winapi/handles/KernelHandles.h"
-#include "winapi/WinApi.h"
+#include "winapi/handles/MutexHandles.h"
 
 namespace GAClient
 {
@@ -33,30 +33,20 @@ public:
     explicit CFileTurn(const std::wstring& mutexName)
     {
         bool existed = false;
-        for (int attempt = 0; attempt < kAttempts && m_mutex == nullptr; ++attempt)
+        for (int attempt = 0; attempt < kAttempts && !m_mutex.IsValid(); ++attempt)
         {
             ::SetLastError(ERROR_SUCCESS); // a new mutex does not promise to clear what an earlier call left
-            m_mutex = KVWinApi::g_winApi->CreateMutexW(nullptr, TRUE, mutexName.c_str());
+            m_mutex.Reset(KVWinApi::g_winApi->CreateMutexW(nullptr, TRUE, mutexName.c_str()));
             existed = ::GetLastError() == ERROR_ALREADY_EXISTS;
         }
         // A new mutex is owned from the start, an existing one is waited for.
-        m_isHeld = m_mutex != nullptr && (!existed || WasObtained());
-    }
-    ~CFileTurn()
-    {
-        if (m_isHeld)
+        if (m_mutex.IsValid() && (!existed || WasObtained()))
         {
-            KVWinApi::g_winApi->ReleaseMutex(m_mutex);
-        }
-        if (m_mutex != nullptr)
-        {
-            KVWinApi::g_winApi->CloseHandle(m_mutex);
+            m_ownership.Reset(m_mutex.Get());
         }
     }
-    CFileTurn(const CFileTurn&) = delete;
-    CFileTurn& operator=(const CFileTurn&) = delete;
 
-    bool IsHeld() const noexcept { return m_isHeld; }
+    bool IsHeld() const noexcept { return m_ownership.IsValid(); }
 
 private:
     bool WasObtained() const
@@ -65,14 +55,14 @@ private:
         DWORD result = WAIT_FAILED;
         for (int attempt = 0; attempt < kAttempts && result == WAIT_FAILED; ++attempt)
         {
-            result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex, kWaitMs);
+            result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex.Get(), kWaitMs);
         }
         // Abandoned: its owner died. The file is whole, since hits are written in one piece.
         return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
     }
 
-    HANDLE m_mutex = nullptr;
-    bool m_isHeld = false;
+    KVWinApi::CUniqueMutex m_mutex;
+    KVWinApi::CUniqueMutexOwnership m_ownership; // declared after the mutex, hence given up before that is closed
 };
 
 // Deliberate: the path goes through the same narrowing as the content, and is then what a file name of single bytes
@@ -125,6 +115,21 @@ bool IsFileItself(HANDLE file)
     BY_HANDLE_FILE_INFORMATION information{};
     return ::GetFileInformationByHandle(file, &information) != FALSE &&
            (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+// Leaves an end that an earlier attempt has found. False if the size is unavailable.
+bool FindEnd(HANDLE file, std::optional<std::int64_t>& end)
+{
+    LARGE_INTEGER size{};
+    if (!end)
+    {
+        if (KVWinApi::g_kernelApi->GetFileSizeEx(file, &size) == FALSE)
+        {
+            return false;
+        }
+        end = size.QuadPart;
+    }
+    return true;
 }
 
 bool SetPosition(HANDLE file, std::int64_t position)
@@ -299,18 +304,9 @@ bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
         // Somebody had removed the folder.
         file = OpenFile(m_path, OPEN_ALWAYS);
     }
-    if (!file.IsValid() || !IsFileItself(file.Get()))
+    if (!file.IsValid() || !IsFileItself(file.Get()) || !FindEnd(file.Get(), end))
     {
         return false;
-    }
-    if (!end)
-    {
-        LARGE_INTEGER size{};
-        if (KVWinApi::g_kernelApi->GetFileSizeEx(file.Get(), &size) == FALSE)
-        {
-            return false;
-        }
-        end = size.QuadPart;
     }
     if (*end >= kFullSize)
     {

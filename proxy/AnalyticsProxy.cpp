@@ -7,9 +7,12 @@
 
 #include <array>
 #include <list>
+#include <optional>
+#include <utility>
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "analytics_reporting/ProgramLogModule.h"
+#include "device_manager/DeviceKinds.h"
 #include "logging/Trace.h"
 #include "proxy/ProcessSetup.h"
 #include "proxy/ProxyResults.h"
@@ -50,23 +53,38 @@ bool ReadUseSsl()
     return useSsl;
 }
 
+bool InitializeEngine(bool optIn)
+{
+    const std::wstring propertyId = GetPropertyId();
+    g_useSsl = ReadUseSsl();
+    return GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl);
+}
+
 // What the command line asks for.
 struct Request
 {
-    explicit Request(const KVUtils::CCommandLine& commandLine)
-        : hasLinkId(commandLine.GetValue(L"linkid", linkId)), hasTabId(commandLine.GetValue(L"tabid", tabId))
-    {
-        commandLine.GetValue(L"connection", connection);
-        commandLine.GetValue(L"network", network);
-    }
-
-    std::wstring linkId;
-    std::wstring tabId;
+    std::optional<std::wstring> linkId; // empty text: the switch has no value
+    std::optional<std::wstring> tabId;
     std::wstring connection;
     std::wstring network;
-    bool hasLinkId; // also with an empty value
-    bool hasTabId;
 };
+
+std::optional<std::wstring> FindSwitch(const KVUtils::CCommandLine& commandLine, const wchar_t* key)
+{
+    std::wstring value;
+    return commandLine.GetValue(key, value) ? std::optional(std::move(value)) : std::nullopt;
+}
+
+Request ReadRequest()
+{
+    const KVUtils::CCommandLine commandLine;
+    Request request;
+    request.linkId = FindSwitch(commandLine, L"linkid");
+    request.tabId = FindSwitch(commandLine, L"tabid");
+    request.connection = FindSwitch(commandLine, L"connection").value_or(L"");
+    request.network = FindSwitch(commandLine, L"network").value_or(L"");
+    return request;
+}
 
 // Milliseconds that it took, as the clock said after the last pause.
 DWORD WaitForPendingRequests()
@@ -114,6 +132,33 @@ DWORD FindParentProcess(HANDLE snapshot)
     }
     return parentId;
 }
+
+KVDeviceManager::NetworkKind GetNetworkKind(const std::wstring& network)
+{
+    if (network == L"Network_Ethernet")
+    {
+        return KVDeviceManager::kNetworkWired;
+    }
+    return network == L"Network_Wireless" ? KVDeviceManager::kNetworkWireless : KVDeviceManager::kNetworkUnknown;
+}
+
+// Null: path is that of the program which runs in the process. Otherwise what the log says of the failure.
+const wchar_t* FindProgramOf(HANDLE process, std::wstring& path)
+{
+    HMODULE program = nullptr; // the first module of a process
+    DWORD needed = 0;
+    if (KVWinApi::g_kernelApi->EnumProcessModules(process, &program, sizeof(HMODULE), &needed) == FALSE)
+    {
+        return L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs";
+    }
+    std::array<wchar_t, MAX_PATH + 1> found{}; // one more: a path that was cut may come without its end
+    if (KVWinApi::g_kernelApi->GetModuleFileNameExW(process, program, found.data(), MAX_PATH) == 0)
+    {
+        return L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name";
+    }
+    path = found.data();
+    return nullptr;
+}
 } // namespace
 
 std::wstring g_propertyIdPrefix;
@@ -132,9 +177,7 @@ HRESULT CAnalyticsProxy::Run()
         return PROXY_E_NOT_CALLED_BY_LUMO;
     }
     SuppressStoredCookies(); // before the first request
-    const std::wstring propertyId = GetPropertyId();
-    g_useSsl = ReadUseSsl();
-    if (!GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl))
+    if (!InitializeEngine(optIn))
     {
         KV_LOG(kLogWarning, L"CAnalyticsProxy::Run - Failed to initialize the analytics engine.");
         return PROXY_E_INIT_FAILED;
@@ -144,32 +187,33 @@ HRESULT CAnalyticsProxy::Run()
         KV_LOG(kLogWarning, L"CAnalyticsProxy::Run - Failed to start the analytics engine.");
         return PROXY_E_START_FAILED;
     }
-
-    const KVUtils::CCommandLine commandLine;
-    const Request request(commandLine);
-    int connectionKind = 0;
-    int networkKind = 0;
-    TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
-
-    // Deliberate: each line is written after the call that it announces.
-    if (request.hasLinkId)
-    {
-        GetAnalyticsEngine().TrackLumoLink(request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
-                                           networkKind);
-        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackLumoLink for %s", request.linkId.c_str());
-    }
-    else if (request.hasTabId)
-    {
-        GetAnalyticsEngine().TrackScreenView(request.tabId);
-        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackScreenView for %s", request.tabId.c_str());
-    }
-
+    ReportHit(kvTraceScope);
     GetAnalyticsEngine().Stop();
     const DWORD elapsed = WaitForPendingRequests();
     KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Total wait time is %d ms", static_cast<int>(elapsed));
     // Deliberate: the engine stays initialised. The process ends now, and its client keeps for a later run what is
     // left.
     return PROXY_S_DONE;
+}
+
+void CAnalyticsProxy::ReportHit(KVLogging::CLogFunction& kvTraceScope)
+{
+    const Request request = ReadRequest();
+    int connectionKind = 0;
+    int networkKind = 0;
+    TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
+    // Deliberate: each line follows the call that it announces. Those who read the logs know this order.
+    if (request.linkId)
+    {
+        GetAnalyticsEngine().TrackLumoLink(*request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
+                                           networkKind);
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackLumoLink for %s", request.linkId->c_str());
+    }
+    else if (request.tabId)
+    {
+        GetAnalyticsEngine().TrackScreenView(*request.tabId);
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackScreenView for %s", request.tabId->c_str());
+    }
 }
 
 bool CAnalyticsProxy::IsOptInForAnalytics()
@@ -205,27 +249,20 @@ bool CAnalyticsProxy::IsCalledByLumo()
     {
         return false;
     }
-    HMODULE executable = nullptr; // the first module of a process
-    DWORD needed = 0;
-    if (KVWinApi::g_kernelApi->EnumProcessModules(parent.Get(), &executable, sizeof(HMODULE), &needed) == FALSE)
+    std::wstring parentPath;
+    if (const wchar_t* const failure = FindProgramOf(parent.Get(), parentPath); failure != nullptr)
     {
-        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs");
-        return false;
-    }
-    std::array<wchar_t, MAX_PATH + 1> parentPath{}; // one more: a path that was cut may come without its end
-    if (KVWinApi::g_kernelApi->GetModuleFileNameExW(parent.Get(), executable, parentPath.data(), MAX_PATH) == 0)
-    {
-        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name");
+        KV_LOG(kLogInfo, failure);
         return false;
     }
     // Deliberate: exact, in letter case too. A host that the system reports in another case is refused.
-    if (parentPath.data() != GetMshtaPath())
+    const bool isHost = parentPath == GetMshtaPath();
+    if (!isHost)
     {
         KV_LOGF(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - The parent process is not Lumo HTA. Parent: %s",
-                parentPath.data());
-        return false;
+                parentPath.c_str());
     }
-    return true;
+    return isHost;
 }
 
 // The device centre is a 32-bit HTML application: on 64-bit Windows its host stands in the 32-bit system folder. A
@@ -252,24 +289,24 @@ void CAnalyticsProxy::TranslateConnectivityType(std::wstring connection, std::ws
                                                 int& networkKind)
 {
     KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::TranslateConnectivityType");
-    connectionKind = 0;
-    networkKind = 0;
+    connectionKind = KVDeviceManager::kConnectionUnknown;
+    networkKind = KVDeviceManager::kNetworkUnknown;
     if (connection == L"NW")
     {
-        connectionKind = 2;
-        networkKind = network == L"Network_Ethernet" ? 1 : network == L"Network_Wireless" ? 2 : 0;
+        connectionKind = KVDeviceManager::kConnectionNetwork;
+        networkKind = GetNetworkKind(network);
     }
     else if (connection == L"USB")
     {
-        connectionKind = 1;
+        connectionKind = KVDeviceManager::kConnectionUsb;
     }
     else if (connection == L"BT")
     {
-        connectionKind = 4;
+        connectionKind = KVDeviceManager::kConnectionBluetooth;
     }
     else if (connection == L"*")
     {
-        connectionKind = 7;
+        connectionKind = KVDeviceManager::kConnectionAll;
     }
 }
 } // namespace KVAnalyticsProxy

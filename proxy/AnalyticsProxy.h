@@ -4,6 +4,11 @@
 
 #include <string>
 
+namespace KVLogging
+{
+class CLogFunction;
+}
+
 namespace KVAnalyticsProxy
 {
 /// One run of the program: one link click or one screen view, reported for a user who opted in, when the device centre
@@ -29,12 +34,14 @@ public:
     /// `GetModuleFileNameExW`). False also when the system does not tell.
     bool IsCalledByLumo();
 
-    /// The kinds of KVAnalyticsReporting::GetConnectionTypeText for the texts of the command line, which count exactly
-    /// as they are written: "NW" with "Network_Ethernet" or "Network_Wireless", "USB", "BT", "*". 0 is unknown.
+    /// Turns the texts of the command line into a KVDeviceManager::ConnectionKind and a NetworkKind. The texts are
+    /// compared case-sensitively: "NW" with "Network_Ethernet" or "Network_Wireless", "USB", "BT", "*".
     void TranslateConnectivityType(std::wstring connection, std::wstring network, int& connectionKind,
                                    int& networkKind);
 
 private:
+    // Makes the one tracking call that the command line asks for. kvTraceScope: Run's, which KV_LOGF writes to.
+    void ReportHit(KVLogging::CLogFunction& kvTraceScope);
     std::wstring GetMshtaPath();
 };
 

@@ -55,7 +55,8 @@ bool CHttpPostRequest::Open()
 {
     if (m_connection.IsValid())
     {
-        // Deliberate: after a change of the SSL flag the open connection keeps its port until a failure closes it.
+        // Deliberate: after a change of the SSL flag the open connection keeps its port until a failure closes it. A
+        // tracker never changes its flag, so nothing would gain from opening again.
         return true;
     }
     m_session.Reset(KVWinApi::g_winApi->InternetOpenW(L"Statlet", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));

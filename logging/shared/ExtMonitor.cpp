@@ -18,10 +18,7 @@ using KVWinApi::g_oleAut32Dll;
 
 struct TextFreer
 {
-    void operator()(wchar_t* text) const noexcept
-    {
-        KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text);
-    }
+    void operator()(wchar_t* text) const noexcept { Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString), text); }
 };
 using UniqueText = std::unique_ptr<wchar_t, TextFreer>;
 
@@ -33,7 +30,7 @@ using UniqueMonitor = std::unique_ptr<IExtMonitor, MonitorReleaser>;
 
 UniqueText MakeText(const wchar_t* text)
 {
-    return UniqueText(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
+    return UniqueText(Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString), text));
 }
 
 UniqueText MakeTextOrUnknown(const wchar_t* text)
@@ -102,7 +99,7 @@ void InitializeCom(CExtMonitorSettings& settings)
     // Found now, not when the block goes: that may be under the system's loader lock, where nothing may be loaded.
     settings.EndCom = KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).Find();
     // A failure means that the thread has another apartment model already: COM is there and is not this block's to end.
-    if (settings.EndCom != nullptr && SUCCEEDED(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize).OrHresult()(nullptr)))
+    if (settings.EndCom != nullptr && SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize), nullptr)))
     {
         settings.IsComInitialized = true;
         settings.ComThread = ::GetCurrentThreadId();
@@ -142,8 +139,8 @@ void CExtMonitor::Update(const MonitorValues& values, const std::wstring& execut
     }
     constexpr DWORD kAnyServer = 0x17; // in-process server and handler, local and remote server
     void* monitor = nullptr;
-    const HRESULT created = KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance)
-                                .OrHresult()(classId, nullptr, kAnyServer, kExtMonitorInterfaceId, &monitor);
+    const HRESULT created = Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance), classId, nullptr, kAnyServer,
+                                 kExtMonitorInterfaceId, &monitor);
     if (SUCCEEDED(created) && monitor != nullptr)
     {
         UniqueMonitor made(static_cast<IExtMonitor*>(monitor));
@@ -179,7 +176,7 @@ bool CExtMonitor::TakeOver(const MonitorValues& values, CLSID& classId, IExtMoni
     // A guard of its own: a fault in the system's code must not leave the mutex held.
     const KVUtils::CStructuredExceptionScope translator;
     translator.Run([&] {
-        if (SUCCEEDED(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString).OrHresult()(values.ClassId.c_str(), &classId)))
+        if (SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString), values.ClassId.c_str(), &classId)))
         {
             InitializeCom(*settings);
             previous = std::exchange(settings->Monitor, nullptr);

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """demo_run.py BUILD_TREE FOLDER: runs the program as an installed product would, and shows what it does.
 
 Everything it shows it also checks, and ends with 1 when something is not as it must be. FOLDER receives the product and
@@ -6,17 +5,15 @@ the Wine prefix. Nothing leaves this computer: a collection server on 127.0.0.1 
 """
 
 import pathlib
-import re
 import shutil
 import signal
 import sys
 import textwrap
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
-import hits
-from collection_server import CollectionServer
-from product import HOST, Files, Product
-from wine_prefix import WinePrefix
+from kvtest import hits
+from kvtest.collection_server import CollectionServer
+from kvtest.product import HOST, Files, Product
+from kvtest.wine_prefix import WinePrefix
 
 CONFIGURATION = """\
 [Analytics]

@@ -5,9 +5,9 @@ A crash would be an exit code that is none of the results, a message box a run t
 import os
 import urllib.parse
 
-import hits
-from product import LOGGING_KEY, make_file
-from program_test import PLAIN, ReportingTest
+from kvtest import hits
+from kvtest.product import LOGGING_KEY, make_file
+from kvtest.program_test import PLAIN, ReportingTest
 
 USER_SHELL_FOLDERS = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders"
 SHELL_FOLDERS = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"

@@ -4,8 +4,8 @@ does not count. Shown by a program that has the same manifest and prints the ver
 import os
 import pathlib
 
-from product import make_file
-from program_test import ProgramTest
+from kvtest.product import make_file
+from kvtest.program_test import ProgramTest
 
 PROGRAM = "C:\\Versions\\version.exe"
 # Tells the system that the program knows Windows 8.1 and 10.

@@ -3,9 +3,9 @@
 import concurrent.futures
 import time
 
-import hits
-from product import make_file
-from program_test import ReportingTest
+from kvtest import hits
+from kvtest.product import make_file
+from kvtest.program_test import ReportingTest
 
 CLIENT_ID = "3f2504e0-4f89-11d3-9a0c-0305e82c3301"
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 

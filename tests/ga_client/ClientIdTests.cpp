@@ -4,7 +4,7 @@
 
 #include <regex>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 

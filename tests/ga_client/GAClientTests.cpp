@@ -7,20 +7,19 @@
 #include <stdexcept>
 
 #include "ga_client/DataFolder.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/FailingAllocations.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 
 using GAClient::CGAClient;
 using GAClient::IGAClient;
+using KVTest::kMark;
 using KVTest::SamplePrefix;
 using Requests = std::list<std::wstring>;
 
 namespace
 {
-constexpr wchar_t kMark[] = L"#1416096000";
-
 // Fails to make the event of an asynchronous tracker, in the way that the tracker takes for a failure.
 class EventApi : public KVTest::FixedTimeApi
 {

@@ -5,7 +5,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/KernelApi.h"

@@ -1,14 +1,9 @@
 """What tests share that look at what programs report, on a computer of their own with encrypted connections."""
 
-import os
-import sys
-
-import hits
 import place
-from program_test import ProgramTest
-
-sys.path.insert(0, str(place.SOURCE / "tests" / "support"))
-from certificates import make_authority, make_certificate, openssl
+from kvtest import hits
+from kvtest.certificates import make_authority, make_certificate, openssl
+from kvtest.program_test import ProgramTest
 
 
 class EncryptedTest(ProgramTest):

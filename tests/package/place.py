@@ -16,7 +16,8 @@ import sys
 import tempfile
 import zipfile
 
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
+from kvtest.wine import SOURCE
+
 BUILD = pathlib.Path(os.environ["KV_PACKAGE_BUILD"])
 VERSION = os.environ["KV_PACKAGE_VERSION"]
 HOST = os.environ["KV_PACKAGE_HOST"]

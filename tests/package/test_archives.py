@@ -1,18 +1,17 @@
 """What is installed and packed: all that somebody needs, no more, and nothing that tells where it was built."""
 
 import hashlib
-import pathlib
 import re
 import struct
-import sys
 import unittest
 import zlib
 
 import place
+from kvtest.product import RESULT_NAMES
 
 HEADERS = """
     analytics_reporting/AnalyticsEngine.h analytics_reporting/ProgramLogModule.h
-    device_manager/Device.h
+    device_manager/Device.h device_manager/DeviceKinds.h
     ga_client/ClientInfo.h ga_client/CustomFacts.h ga_client/EventFields.h ga_client/GAClient.h
     logging/system/CriticalSection.h logging/shared/ExtMonitor.h logging/file/Indentation.h logging/LastErrorRestore.h logging/file/LineQueue.h
     logging/LineSink.h logging/file/LogFileRecord.h logging/LogFlags.h logging/LogFunction.h logging/LogModule.h
@@ -157,8 +156,6 @@ class ArchiveTests(unittest.TestCase):
             self.assertNotIn(b"@", content, name)
 
     def test_readme_tells_version_host_and_exit_codes(self):
-        sys.path.insert(0, str(place.SOURCE / "tests" / "e2e"))
-        from product import RESULT_NAMES
         readme = (place.archive("program") / "readme.txt").read_text(encoding="ascii")
         self.assertIn(f"proxy {place.VERSION}\n", readme)
         self.assertIn(f"\\Statlet\\LumoLink\\{place.VERSION}:\n", readme)

@@ -12,6 +12,7 @@
 #include "tests/support/AllocationHook.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/TraceCapture.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "winapi/WinApi.h"
 
 namespace

@@ -13,7 +13,7 @@
 
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
-#include "utils/PathUtils.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "winapi/KernelApi.h"
 #include "winapi/ShellApi.h"
 #include "winapi/ToolHlpApi.h"

@@ -32,15 +32,15 @@ public:
 
     struct Load
     {
-        std::wstring Path;
-        HANDLE File;
-        DWORD Flags;
+        std::wstring path;
+        HANDLE file;
+        DWORD flags;
     };
     struct LookUp
     {
-        HMODULE Module;
-        std::string Name;
-        void* Found; // what there is, whatever the answer was
+        HMODULE module;
+        std::string name;
+        void* found; // what there is, whatever the answer was
     };
     const std::vector<Load>& GetLoads() const noexcept { return m_loads; }
     const std::vector<LookUp>& GetLookUps() const noexcept { return m_lookUps; }

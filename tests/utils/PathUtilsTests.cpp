@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tests/support/ScopedSubstitute.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "winapi/KernelApi.h"
 
 namespace

@@ -19,7 +19,7 @@ namespace
 {
 using KVUtils::CSxSConfig;
 
-class ExecutableAt : public KVWinApi::CKernelApi
+class ProgramAt : public KVWinApi::CKernelApi
 {
 public:
     DWORD GetModuleFileNameW(HMODULE, LPWSTR buffer, DWORD size) override
@@ -64,7 +64,7 @@ protected:
 
     KVTest::TemporaryFolder m_folder;
     std::wstring m_productFolder;
-    ExecutableAt m_kernel;
+    ProgramAt m_kernel;
     CommonDataAt m_shell;
 
 private:

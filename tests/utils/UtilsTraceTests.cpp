@@ -9,6 +9,7 @@
 #include "tests/support/TraceCapture.h"
 #include "utils/FileUtils.h"
 #include "utils/OSVersion.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "utils/PathUtils.h"
 #include "utils/StringUtils.h"
 #include "utils/SxSConfig.h"

@@ -160,10 +160,10 @@ void ExpectForwardsLate(Interface& api, Result (Interface::*operation)(Parameter
     EXPECT_EQ(::GetLastError(), kUntouched); // neither by the stand-in nor by looking for it
     ASSERT_EQ(loader.GetLookUps().size(), 1u);
     const LoaderPatch::LookUp& lookUp = loader.GetLookUps().front();
-    EXPECT_EQ(lookUp.Name, name);
-    EXPECT_EQ(lookUp.Found, imported);
+    EXPECT_EQ(lookUp.name, name);
+    EXPECT_EQ(lookUp.found, imported);
     wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(lookUp.Module, path, MAX_PATH);
+    ::GetModuleFileNameW(lookUp.module, path, MAX_PATH);
     ExpectSamePath(path, InSystemFolder(dll));
 
     ExpectArrival<Result, Parameters...>(call);

@@ -10,8 +10,8 @@
 
 #include "ga_client/http/HttpPostRequest.h"
 #include "ga_client/SyncRequestTracker.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/RedirectedInternet.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 
 namespace

@@ -20,9 +20,7 @@ import sys
 import tempfile
 import threading
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
-from certificates import make_authority, make_certificate, openssl
+from kvtest.certificates import make_authority, make_certificate, openssl
 
 SOCKET_SECONDS = 5
 COMMAND_SECONDS = 50

@@ -6,7 +6,7 @@ server ends the encryption itself and sees the POST inside, without one it refus
 
 As a command it prints each hit, parameter by parameter, until it is interrupted:
 
-    collection_server.py [--port PORT] [--answer ANSWER...]
+    scripts/python -m kvtest.collection_server [--port PORT] [--answer ANSWER...]
 
     --port    0, the default, takes a free one; it is printed
     --answer  status of the answer to the first, second, ... request, or "close" for none; the last one holds on
@@ -22,8 +22,7 @@ import time
 import typing
 import urllib.parse
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
-import hits
+from kvtest import hits
 
 CLOSE = "close"
 # After this a connection on which nothing happens is closed; a busy machine may need some seconds for a handshake.

@@ -8,8 +8,8 @@ import tempfile
 import threading
 import typing
 
-import hits
-from wine_prefix import registry_text, to_windows
+from kvtest import hits
+from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
 HOST = "C:\\windows\\syswow64\\mshta.exe"
@@ -23,7 +23,6 @@ PROXY_E_NOT_CALLED_BY_LUMO = 0x83E8C0FE
 RESULT_NAMES = {value: name for name, value in list(globals().items()) if name.startswith("PROXY_")}
 
 LOGGING_KEY = "HKEY_CURRENT_USER\\Software\\Norvik\\KV\\Logging"
-INTERNET_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Internet Settings"
 ROOT_CERTIFICATES_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\SystemCertificates\\Root\\Certificates"
 
 

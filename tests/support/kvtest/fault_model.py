@@ -34,8 +34,8 @@ Finding = collections.namedtuple("Finding", "kind text")
 
 
 class Outcome:
-    """How many older hits a run began with, and what it has left: its end (exit code or HANG), what it printed, the journal, paths that arrived, the number of
-    connections, and the bytes of the queue file (None: there is none)."""
+    """How many older hits a run began with, and what it has left: its end (exit code or HANG), what it printed, the journal,
+    paths that arrived, the number of connections, and the bytes of the queue file (None if it does not exist)."""
 
     def __init__(self, older, end, printed, journal, arrivals, connections, file):
         self.older = older

@@ -6,58 +6,25 @@ import pathlib
 import re
 import shutil
 import stat
-import subprocess
 import tempfile
 import threading
 
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
+from kvtest import wine
+
 # A prefix that nobody stops, because the test's own process was killed, ends itself after this.
 LINGER_SECONDS = 60
 PROGRAM_SECONDS = 45
 # A file of Wine's own of this size or more is shared by all prefixes and never written.
 SHARED_BYTES = 65536
-
-
-def to_windows(path):
-    """The name by which programs know a file of this machine."""
-    return "Z:" + str(path).replace("/", "\\")
-
-
-def registry_text(text):
-    """A value as it stands in a .reg file."""
-    return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
-
-
-def _environment():
-    """What the user of this machine has set must not reach the programs under test."""
-    environment = {name: value for name, value in os.environ.items()
-                   if name.lower() not in ("http_proxy", "https_proxy", "all_proxy", "no_proxy", "tz")}
-    environment["KV_WINE_TIMEOUT"] = str(PROGRAM_SECONDS)
-    return environment
-
-
-def _wine(tree, *arguments):
-    """The exit code of scripts/wine, and its output in text."""
-    done = subprocess.run([SOURCE / "scripts" / "wine", tree, *arguments], env=_environment(), stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=PROGRAM_SECONDS + 120, check=False,
-                          text=True, errors="replace")
-    return done.returncode, done.stdout
+REGISTRY_FILE = re.compile(r".*\.reg|reg[0-9a-f]+\.tmp")
 
 
 def _wine_succeeding(tree, *arguments):
     """The output of scripts/wine, and an error when it fails."""
-    status, output = _wine(tree, *arguments)
-    if _has_stumbled(status, output):
-        status = 0
+    status, output = wine.run(tree, *arguments, seconds=PROGRAM_SECONDS)
     if status != 0:
         raise RuntimeError(f"wine {' '.join(map(str, arguments))} ended with {status}: {output}")
     return output
-
-
-def _has_stumbled(status, output):
-    """On a busy machine the process in which Wine has run a program now and then stumbles over its own end, after the
-    program has ended in good order. Nothing but the program's exit code is lost."""
-    return status == 127 and "Inconsistency detected by ld.so" in output
 
 
 class WinePrefix:
@@ -101,15 +68,11 @@ class WinePrefix:
     @property
     def local_app_data(self):
         """The user's local application data."""
-        user, = (entry for entry in (self.drive_c / "users").iterdir() if entry.name != "Public")
-        return user / "AppData" / "Local"
+        return wine.local_app_data(self.folder)
 
     def path(self, windows_path):
         """The file that programs know by this name, which must be on drive C."""
-        drive, rest = windows_path[:3], windows_path[3:]
-        if drive.lower() != "c:\\":
-            raise ValueError(f"{windows_path} is not on drive C")
-        return self.drive_c / rest.replace("\\", "/")
+        return wine.from_windows(self.folder, windows_path)
 
     def start(self):
         """Makes programs start fast; without it each starts the whole system first."""
@@ -131,8 +94,9 @@ class WinePrefix:
     def run_for_status(self, *command):
         """The eight bits of a program's exit code that a Unix shell sees."""
         for _ in range(5):
-            status, output = _wine(self._tree, "run", *command)
-            if not _has_stumbled(status, output):
+            status, output = wine.end(wine.start(self._tree, "run", *command, seconds=PROGRAM_SECONDS),
+                                      PROGRAM_SECONDS + wine.SETUP_SECONDS)
+            if not wine.has_stumbled(status, output):
                 return status
         raise RuntimeError(f"wine {' '.join(command)} lost the exit code each time")
 
@@ -144,7 +108,7 @@ class WinePrefix:
             self._undo.append(undo)
         file = self._tree / "import.reg"
         file.write_text("Windows Registry Editor Version 5.00\n\n" + "\n".join(lines) + "\n", encoding="utf-16")
-        self.run("regedit", "/S", to_windows(file))
+        self.run("regedit", "/S", wine.to_windows(file))
 
     def spoil(self):
         """For who does something that restore() cannot take back."""
@@ -169,10 +133,11 @@ class WinePrefix:
                 path.unlink(missing_ok=True) # it may have gone with its folder
 
     def _list_files(self):
-        """What can be told without reading, of all but the registry files, which are written at any time."""
+        """What is known without reading, of all but the registry files: the server writes each at any time, to a temporary
+        file first."""
         facts = {}
         for folder, folders, files in os.walk(self.folder):
-            for name in folders + [file for file in files if not file.endswith(".reg")]:
+            for name in folders + [file for file in files if not REGISTRY_FILE.fullmatch(file)]:
                 path = os.path.join(folder, name)
                 status = os.lstat(path)
                 is_file = stat.S_ISREG(status.st_mode)

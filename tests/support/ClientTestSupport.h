@@ -44,6 +44,9 @@ inline std::wstring SamplePrefix(const std::wstring& cacheBuster = kFirstCacheBu
            kSampleClientId + L"&";
 }
 
+/// The mark of a hit that is tracked at the first time of FixedTimeApi.
+inline constexpr wchar_t kMark[] = L"#1416096000";
+
 /// A system whose calendar stands where the test puts it: seconds since 1970-01-01 UTC, with some milliseconds that
 /// nobody may count.
 class FixedTimeApi : public KVWinApi::CKernelApi

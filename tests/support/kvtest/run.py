@@ -1,5 +1,5 @@
-#!/usr/bin/env python3
-"""run.py [--jobs JOBS] TEST...: runs unit tests by name (module, module.Class, module.Class.test), several at a time.
+"""kvtest.run [--jobs JOBS] TEST...: runs unit tests of the current folder by name (module, module.Class,
+module.Class.test), several at a time.
 
 Most of their time the tests wait for programs that wait themselves. Each has its own Wine prefix and its own server, so
 they need not wait for each other. Ends with 1 when a test fails or when there is none of that name.
@@ -10,8 +10,6 @@ import concurrent.futures
 import sys
 import time
 import unittest
-
-sys.dont_write_bytecode = True # the folder of the sources stays clean
 
 
 def tests_of(suite):
