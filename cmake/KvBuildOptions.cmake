@@ -12,8 +12,8 @@ target_compile_definitions(kv_build_options INTERFACE
     _WIN32_WINNT=0x0601
     PSAPI_VERSION=1 # otherwise psapi.h renames four operations of the facade
 )
-# <windows.h> brings the processor's vector functions along, which nobody here uses and which are more text than the rest of
-# it. What keeps their headers from being read twice keeps them from being read at all.
+# <windows.h> includes the processor's vector functions, which nothing here uses and which are longer than the rest of it.
+# Their include guards, defined in advance, leave them out.
 target_compile_definitions(kv_build_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:_X86INTRIN_H_INCLUDED>
     $<$<CXX_COMPILER_ID:Clang>:__X86INTRIN_H>
@@ -35,7 +35,7 @@ else()
     target_compile_options(kv_build_options INTERFACE
         $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
         -Wcast-qual -Woverloaded-virtual -Wformat=2 -Wundef -Werror>
-        # No path of the build machine in the image, and the same image from every checkout.
+        # The image contains no path of the build machine and is the same from every checkout.
         $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=.>
         $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong -ffunction-sections -fdata-sections>
     )
@@ -48,13 +48,13 @@ else()
         -Wl,--gc-sections
         $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:KV_SEPARATE_SYMBOLS>>>>:-s>
     )
-    # winapi/base/StackGuard.cpp, for programs only: a library leaves the choice to the program that links it.
+    # winapi/base/StackGuard.cpp, only for programs: the program that links a library decides.
     target_sources(kv_build_options INTERFACE
         $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:kv_stack_guard>>)
 endif()
 
-# kv_debug_symbols: what is delivered is compiled with debug information, linked PRIVATE. The libraries lose it when they
-# are installed, and the program by kv_separate_symbols.
+# kv_debug_symbols: debug information for what is delivered, linked PRIVATE. Installation removes it from the libraries, and
+# kv_separate_symbols from the program.
 add_library(kv_debug_symbols INTERFACE)
 if(MSVC)
     target_compile_options(kv_debug_symbols INTERFACE $<$<CONFIG:Release>:/Z7>)
@@ -76,8 +76,8 @@ endif()
 
 # kv_separate_symbols(TARGET)
 #
-# Leaves the program in the configuration Release as it is delivered, without symbols, and puts these beside it: into
-# TARGET.exe.debug, which the program names with a check sum, or TARGET.pdb.
+# In the configuration Release, removes the symbols from the program, as it is delivered, and writes them beside it: to
+# TARGET.exe.debug, which the program names with a checksum, or TARGET.pdb.
 function(kv_separate_symbols target)
     if(MSVC)
         # /DEBUG alone would keep unused code. The program names the file without its folder.
@@ -88,7 +88,7 @@ function(kv_separate_symbols target)
     set(symbols $<TARGET_FILE_NAME:${target}>.debug)
     set_target_properties(${target} PROPERTIES KV_SEPARATE_SYMBOLS ON)
     if(CMAKE_BUILD_TYPE STREQUAL "Release")
-        # --preserve-dates keeps the image's own time stamp, which is none; without it each build is another.
+        # --preserve-dates keeps the image's zero time stamp; with objcopy's current time no two builds would be equal.
         add_custom_command(TARGET ${target} POST_BUILD
             COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols}
             COMMAND ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols}
@@ -102,7 +102,7 @@ endfunction()
 set(KV_CLANG_TIDY_COMMAND "")
 if(KV_CLANG_TIDY)
     find_program(KV_CLANG_TIDY_PROGRAM clang-tidy REQUIRED)
-    # clang does not know where the cross compiler keeps its standard library.
+    # clang does not find the cross compiler's standard library by itself.
     execute_process(
         COMMAND ${CMAKE_CXX_COMPILER} -E -x c++ -v /dev/null
         OUTPUT_QUIET ERROR_VARIABLE compilerOutput COMMAND_ERROR_IS_FATAL ANY)
@@ -111,14 +111,14 @@ if(KV_CLANG_TIDY)
         --extra-arg=--target=x86_64-w64-mingw32 --extra-arg=-Wno-unknown-warning-option --extra-arg=-D__X86INTRIN_H)
     foreach(folder IN LISTS includeFolders)
         string(STRIP "${folder}" folder)
-        # The compiler's own headers hold its intrinsics, which clang replaces by its own.
+        # The compiler's own headers contain its intrinsics, which clang replaces by its own.
         if(IS_DIRECTORY "${folder}" AND NOT folder MATCHES "/lib/gcc/[^/]+/[^/]+/include(-fixed)?$")
             list(APPEND KV_CLANG_TIDY_COMMAND --extra-arg=-isystem${folder})
         endif()
     endforeach()
 endif()
 
-# The tests' share is the larger one, more than a check has time for: a preset of its own asks for it.
+# clang-tidy takes longer for the tests than a check has time for: a preset of its own includes them.
 set(KV_TEST_CLANG_TIDY_COMMAND "")
 if(KV_CLANG_TIDY_TESTS)
     set(KV_TEST_CLANG_TIDY_COMMAND "${KV_CLANG_TIDY_COMMAND}")

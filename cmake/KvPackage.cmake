@@ -1,9 +1,9 @@
 # What is installed and packed. Two components:
 #
 #   development  the package KVAnalytics for find_package: headers, static libraries, their guide and examples
-#   program      the proxy as it goes into a product folder, with sample settings, documents and debug symbols
+#   program      the proxy for a product folder, with sample settings, documents and debug symbols
 #
-# cmake --install installs both, or one with --component; cpack makes a zip of each.
+# cmake --install installs both, or one with --component; cpack creates a zip file of each.
 
 if(KV_CHECKED OR KV_COVERAGE)
     return() # see the top CMakeLists.txt: these are not installed
@@ -24,14 +24,14 @@ endif()
 configure_package_config_file(cmake/KVAnalyticsConfig.cmake.in KVAnalyticsConfig.cmake
     INSTALL_DESTINATION ${KV_PACKAGE_FOLDER}
     NO_SET_AND_CHECK_MACRO)
-# A new major version may change or remove what there is, any other version only adds.
+# A new major version may change or remove interfaces, any other version only adds some.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(EXPORT KVAnalyticsTargets NAMESPACE KV:: DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/KVAnalyticsConfig.cmake ${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake
     DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
 
 if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
-    # Debug information, which names paths of the build machine, is for the program's symbol file only.
+    # Only the program's symbol file has debug information, which names paths of the build machine.
     install(CODE "
         file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
         execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
@@ -39,7 +39,7 @@ if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
         COMPONENT development)
 endif()
 
-# The guide and the examples stand beside each other as they do in this tree, so that the guide's links lead somewhere.
+# The guide and the examples keep their relative places in this tree, so that the guide's links work.
 install(FILES
     docs/events.md
     docs/logging.md
@@ -72,7 +72,7 @@ install(FILES
     docs/request-queue.md
     docs/security.md
     DESTINATION docs COMPONENT program)
-# What people open by a double click has the line ends of Windows.
+# Files that people open by a double click have the line ends of Windows.
 function(kv_install_text file name folder)
     configure_file(packaging/${file} ${PROJECT_BINARY_DIR}/packaging/${name} @ONLY NEWLINE_STYLE CRLF)
     install(FILES ${PROJECT_BINARY_DIR}/packaging/${name} DESTINATION ${folder} COMPONENT program)

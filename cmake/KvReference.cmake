@@ -1,5 +1,5 @@
 # The target kv_reference: the reference of the public headers, in HTML, below the build tree (reference/html). Doxygen is
-# looked for when the target is built: nothing else needs it.
+# searched for when the target is built, since nothing else needs it.
 
 get_property(KV_REFERENCE_INPUT GLOBAL PROPERTY KV_PUBLIC_HEADERS)
 list(TRANSFORM KV_REFERENCE_INPUT REPLACE "(.+)" "\"\\1\"")
