@@ -42,7 +42,7 @@ ROWS = {
     "g": ("saving and loading 1 MiB of queue", "writing and reading it", "<=", 2),
     "h": ("peak working set of a full run", "an empty program, same DLLs", "<=", 1.25),
 }
-MOST_ALLOCATIONS = 2  # the hit itself, and one
+MOST_ALLOCATIONS = 2  # the hit itself, and one more
 PROGRAM_SECONDS = 900
 
 
@@ -63,7 +63,7 @@ def bench_program(name):
 
 
 class Collector(socketserver.BaseRequestHandler):
-    """Accepts whatever is posted, in the way of a proxy that stands before the collection host. Closes each connection, since
+    """Accepts every POST, as a proxy before the collection host. Closes each connection, since
     WinINet under Wine keeps those to a proxy and never uses them again."""
 
     def handle(self):
@@ -130,7 +130,7 @@ def measure_memory(pairs):
 
 
 def measure(rows, pairs):
-    """Everything that the programs say, by row."""
+    """The measurements of all programs, by row."""
     results = {}
     lines = list(measure_starts(rows, pairs))
     for row, name in (("cd", "trace"), ("e", "hits"), ("f", "drain"), ("g", "queue")):
@@ -184,7 +184,7 @@ def main():
     options = parser.parse_args()
     rows = options.rows or list("abcdefgh")
     build("bench", "kv_bench")
-    # On one processor: a call to Wine's server that wakes another one takes several times as long, now and then.
+    # On one processor: sometimes a call to Wine's server takes several times as long because it wakes another one.
     os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
     WORK.mkdir(parents=True, exist_ok=True)
     if wine.run(WORK, "start")[0] != 0:

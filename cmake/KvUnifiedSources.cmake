@@ -28,7 +28,7 @@ function(kv_unify_sources result name)
             string(APPEND content "#include \"${source}\"\n")
             string(APPEND line "|${source}")
         endforeach()
-        # clang's analyzer takes what is included for code, and looks at it, in files of this name only.
+        # clang's analyzer examines included sources only in files of this name.
         set(file ${CMAKE_CURRENT_BINARY_DIR}/UnifiedSource_${name}_${number}.cpp)
         file(CONFIGURE OUTPUT ${file} CONTENT "${content}" @ONLY)
         list(APPEND sources ${file})

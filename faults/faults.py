@@ -42,7 +42,7 @@ HEADINGS = ("", "runs", "done", "other", "quiet", "crash", "printd", "hang", "lo
             "report", "again")
 
 # The ten ways in which a name can be taken before the program starts: two for mutexes, six for mappings and, for the
-# mutex of the queue file, which another program holds, the same two.
+# mutex of the queue file, held by a different program, the same two.
 OBJECT = "KVAnalyticsProxy[PID]"
 SQUATS = [
     *((f"queue mutex {how}", f"{how} Statlet_LumoLink1.0.0.0") for how in ("held", "event")),
@@ -62,7 +62,7 @@ def fail(text):
 
 
 class Row:
-    """What came of the runs of a row."""
+    """The outcomes of the runs of a row."""
 
     def __init__(self, name, allowed):
         self.name = name
@@ -108,10 +108,10 @@ class Row:
 
 
 class Lanes:
-    """Several lanes that take cases from one list."""
+    """Several lanes that run the cases of one list."""
 
     def __init__(self, count, work):
-        # All prefixes are made at once.
+        # All prefixes are created at the same time.
         self._lanes = [None] * count
         errors = []
 
@@ -163,7 +163,7 @@ class Lanes:
 
 
 def baselines(lanes, place):
-    """Outcomes of runs without a fault, which must be as they should."""
+    """Outcomes of runs without a fault, which must break no rule."""
     outcomes = []
     lanes.run([Case("no fault", place, {})] * BASELINES, lambda _, outcome: outcomes.append(outcome))
     opted_out = place.startswith("optedout")
@@ -232,7 +232,7 @@ def chosen_rows(wanted):
 
 
 def allowed_in(name):
-    """What breaks no rule in a row. The compiler's runtime does not survive a lack of memory in good order, but must not
+    """Kinds of findings that break no rule in a row. The compiler's runtime may crash without memory, but that must not
     cost a hit; and when every attempt fails, or the process is killed, hits in memory are lost."""
     allowed = set()
     if name.startswith("runtime."):

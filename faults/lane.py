@@ -16,15 +16,15 @@ VERSION = "1.0.0.0"
 JOURNAL_BYTES = 1 << 19
 
 Place = collections.namedtuple("Place", "is_listening time_scale older_hits has_data_folder opted_out_folder")
-# How many times faster time passes leaves the exchanges on line enough of the run's twelve seconds; off line it waits for
-# most of them. Of who has opted out the mark is in the data folder that config.ini names, or in the default one.
+# Time passes so many times faster that the exchanges on line still fit into the run's twelve seconds; off line the run waits
+# for most of them. A user who opted out has the mark in the data folder that config.ini names, or in the default one.
 PLACES = {
     "online": Place(True, 10, 5, True, None),
     "offline": Place(False, 50, 25, True, None),
     "optedout": Place(True, 10, 5, True, DATA_FOLDER),
     "optedout-default": Place(True, 10, 5, False, DEFAULT_DATA_FOLDER),
 }
-LIMIT_MS = 20000  # real time: a run that waits for everything it can wait for takes some seconds of it
+LIMIT_MS = 20000  # real time: the longest possible wait of a run takes some seconds of it
 
 
 class LaneError(Exception):
@@ -133,7 +133,7 @@ class Lane:
             wine.set_registry(self._folder, LOGGING_KEY, "LogCategories", "REG_DWORD", 0xFFF0)
             wine.set_registry(self._folder, LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self._folder / "trace.log"))
         else:
-            wine.set_registry(self._folder, LOGGING_KEY, "LogCategories", "REG_DWORD", 0)  # there is a key to delete
+            wine.set_registry(self._folder, LOGGING_KEY, "LogCategories", "REG_DWORD", 0)  # so that the key exists
             self._wine("run", "reg", "delete", LOGGING_KEY, "/f")
 
     def _place(self, file, windows_path):

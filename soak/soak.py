@@ -29,13 +29,13 @@ PROGRAM = RELEASE / "soak" / "kv_soak_program.exe"
 PROCESSES = 8
 KINDS = ("lost", "invented", "duplicate", "order", "queue time", "queue file", "log", "refused")
 
-# The samples stand between sessions, when no exchange is under way: a resource that a session or an exchange keeps
-# shows as a multiple of these.
+# The samples are taken between sessions, when no exchange is under way: a leak of a session or an exchange is a multiple of
+# these.
 MOST_HANDLES, MOST_THREADS = 2, 0
-# A bare loop of the same WinINet calls keeps 915 bytes of an exchange under Wine for a hit of 340 characters, less for
-# shorter ones; a hit that is kept besides is as much again.
+# A bare loop of the same WinINet calls leaks 915 bytes an exchange under Wine for a hit of 340 characters, less for a shorter
+# one; a leaked hit is as much again.
 MOST_BYTES_PER_EXCHANGE = 1024
-# Half of the smallest block that the heap gives: one that is kept for each hit is more.
+# Half of the smallest block of the heap: a leaked block for each hit is more.
 MOST_BYTES_PER_HIT = 16
 
 # Entries, exits, and lines of level 0 or worse than that; each with its process.
@@ -47,7 +47,7 @@ def fail(text):
 
 
 class Part:
-    """One of the two parts: a folder where its processes and this script meet, and what comes of it."""
+    """One of the two parts: a folder through which its processes and this script communicate, and the outcome."""
 
     def __init__(self, name, seed, application):
         self.name = name
@@ -83,7 +83,7 @@ class Part:
         self.locks = 0 if told is None else int(told[1])
 
     def wait_for(self, name, processes, seconds):
-        """Until a process has made that file. The end of one of them, or of the time, ends the wait too."""
+        """Waits until a process has created that file, one of them has ended, or the time is over."""
         end = time.monotonic() + seconds
         while not (self.folder / name).exists() and time.monotonic() < end:
             if any(process.poll() is not None for process in processes):
@@ -91,14 +91,14 @@ class Part:
             time.sleep(0.02)
 
     def end(self, process):
-        """What a process prints. It must end with 0."""
+        """The output of a process, which must end with 0."""
         status, output = wine.end(process)
         if status != 0 and not wine.has_stumbled(status, output):
             self.findings.append(soak_model.Finding("refused", f"a process ended with {status}: {output}"))
         return output
 
     def judge(self):
-        """Compares what has come of it with what must be."""
+        """Compares the outcome with the model."""
         self.server.close()
         self.accounts = [soak_model.Account(path.read_text()) for path in sorted(self.folder.glob("*.account"))]
         for account in self.accounts:
@@ -156,7 +156,7 @@ def run_shared(seed, minutes):
     for name in names:
         part.wait_for(f"written-{name}", processes, limit)
     part.heal()
-    # One after the other, so that the last lines of each meet a log file that is free.
+    # One after the other, so that the log file is free for the last lines of each.
     for name, process in zip(names, processes):
         (part.folder / f"drain-{name}").touch()
         part.end(process)
@@ -184,7 +184,7 @@ def growth_rows(account):
 
 
 def met_rows(parts):
-    """What must have happened, or the run has shown nothing."""
+    """Events without which the run has shown nothing."""
     rows = []
     for name, count in (("hits dropped, the queue was full", lambda part: sum(track.state == "d" for track in part.tracks)),
                         ("hits cut off, no room at a load", lambda part: len(part.cut)),

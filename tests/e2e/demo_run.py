@@ -1,7 +1,7 @@
 """demo_run.py BUILD_TREE FOLDER: runs the program as an installed product would, and shows what it does.
 
-Everything it shows it also checks, and ends with 1 when something is not as it must be. FOLDER receives the product and
-the Wine prefix. Nothing leaves this computer: a collection server on 127.0.0.1 is the user's proxy.
+Checks everything that it shows, and ends with 1 if something is wrong. FOLDER receives the product and the Wine prefix.
+Nothing leaves this computer: a collection server on 127.0.0.1 is the user's proxy.
 """
 
 import pathlib
@@ -69,7 +69,7 @@ class Demo:
             print(f"    {key:<4} {hits.parameter_name(key):<20} {value}")
 
     def take_log(self):
-        """The lines of the trace log so far; it begins anew."""
+        """The lines of the trace log so far; the file is removed."""
         file = self.product.prefix.path(LOG_FILE)
         lines = file.read_bytes().decode("utf-16-le").splitlines()
         file.unlink()

@@ -1,4 +1,4 @@
-"""Who may start the program: the host of the device centre, at exactly its path."""
+"""The caller check: only the host of the device centre, at exactly its path, may start the program."""
 
 from kvtest.product import PROXY_E_NOT_CALLED_BY_LUMO
 from kvtest.program_test import ReportingTest

@@ -1,4 +1,4 @@
-"""How the program ends when something fails that nobody can catch: with 3, without a word, and with the hits of earlier
+"""How the program ends after a failure that no handler catches: with 3, without a message, and with the hits of earlier
 runs in the queue file. A program of the same sources has the failures built in (tests/proxy/FailingProgram.cpp)."""
 
 import os

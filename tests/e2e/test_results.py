@@ -32,7 +32,7 @@ class ResultTests(ReportingTest):
 
 
 class StandInTests(ReportingTest):
-    """The stand-in of the host sees what the other tests rely on."""
+    """The stand-in of the host reports what the other tests rely on."""
 
     def start_ending(self, arguments):
         self.product.place_host()

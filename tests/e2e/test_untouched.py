@@ -1,4 +1,4 @@
-"""A user who did not opt in: the program leaves no trace of itself, in no file, no registry key and no connection."""
+"""For a user who did not opt in, the program changes no file and no registry key, and makes no connection."""
 
 from kvtest.product import HOST, make_file
 from kvtest.program_test import PLAIN, ReportingTest

@@ -1,5 +1,5 @@
-"""How long a run waits for its hits to be taken, and what it does meanwhile. A run whose hits nobody takes lasts twelve
-seconds of real time."""
+"""How long a run waits until its hits are accepted, and what it does during that time. A run whose hits are never accepted
+lasts twelve seconds of real time."""
 
 import itertools
 import re
@@ -13,7 +13,7 @@ LOG_FILE = "C:\\trace.log"
 NOTES_OF_PROGRESS = 0x10
 # The pause that is under way when the time is over, and what the system adds to it and to the client's end.
 MARGIN_MS = 2500
-# Between two attempts, which are a second apart; the exchange itself takes long on a busy machine.
+# Between two attempts, which are one second and an exchange apart; on a busy machine an exchange is slow.
 LONGEST_PAUSE_SECONDS = 4
 
 
@@ -38,7 +38,7 @@ class LoggingTest(ReportingTest):
 
 class WaitingTests(LoggingTest):
     def wait_in_vain(self, **server_options):
-        """The server after a run of which it took nothing."""
+        """The server after a run of which it accepted nothing."""
         server = self.serve(**server_options)
         run = self.product.start("/linkid L1 /connection USB")
         self.assertEqual(run.result, "PROXY_S_DONE")

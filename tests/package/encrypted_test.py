@@ -1,4 +1,4 @@
-"""What tests share that look at what programs report, on a computer of their own with encrypted connections."""
+"""The base of tests of what programs report, each on a computer of its own with encrypted connections."""
 
 import place
 from kvtest import hits
@@ -7,7 +7,7 @@ from kvtest.program_test import ProgramTest
 
 
 class EncryptedTest(ProgramTest):
-    """The user trusts the collection server, which takes all hits."""
+    """The user trusts the collection server, which accepts all hits."""
 
     def setUp(self):
         super().setUp()

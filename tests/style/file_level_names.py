@@ -1,8 +1,8 @@
 """file_level_names.py LIST: names at file level differ within a library and within a test program.
 
-Sources that are compiled as one (cmake/KvUnifiedSources.cmake) share one anonymous namespace. The compiler finds a name that two
-of them declare only while both are in the same batch, and batches change with each source that is added. LIST has a line for
-each target: its name and its sources, separated by "|".
+Sources that are compiled as one (cmake/KvUnifiedSources.cmake) share an anonymous namespace. The compiler finds a name that
+two of them declare only if both are in the same batch, and every added source changes the batches. LIST has a line for each
+target: its name and its sources, separated by "|".
 
 Names count in whatever namespace they are, since one hides the other or makes it ambiguous. These may occur twice: functions
 and variables with external linkage, which the linker compares; PrintTo, which is found by the types of its arguments;
@@ -27,7 +27,7 @@ CLOSING = {"(": ")", "[": "]", "{": "}"}
 # Words before a parenthesis that are not the name of what is declared.
 SPECIFIERS = {"alignas", "decltype", "explicit", "noexcept", "__attribute__", "__declspec"}
 MACRO = re.compile("[A-Z][A-Z0-9_]+")
-# Whose first two arguments are a name, whose first argument is one, and what declares a name of its own.
+# Macros whose first two arguments are a name, those whose first argument is one, and one that declares a fixed name.
 TEST_MACROS = {"TEST", "TEST_F", "TEST_P", "INSTANTIATE_TEST_SUITE_P"}
 NAMING_MACROS = {"MATCHER", "MATCHER_P", "MATCHER_P2", "ACTION", "ACTION_P", "ACTION_P2"}
 TRACE_SOURCE = "KV_TRACE_SOURCE"
@@ -42,7 +42,7 @@ class NotUnderstood(Exception):
 
 
 class Token(str):
-    """A word, number or sign with its line. Texts are all the same."""
+    """A word, number or sign with its line. All texts are equal."""
     line = 0
 
 
@@ -75,7 +75,7 @@ def macros_of(code):
 
 
 def without_comments(code):
-    """The code, for what looks at whole lines; a text may hold what looks like a comment."""
+    """The code as DIRECTIVE needs it. Texts stay: one may look like a comment."""
     return TOKEN.sub(lambda match: blank(match) if match["skip"] and match["skip"][0] == "/" else match.group(), code)
 
 
@@ -88,7 +88,7 @@ def names_of(code):
 
 
 class Reader:
-    """Reads declarations one after another; bodies and initialisers are passed over."""
+    """Reads declarations one after another, without bodies and initialisers."""
 
     def __init__(self, tokens):
         self.names = []
@@ -227,16 +227,17 @@ class Reader:
         start = self._at
         while self._next() in ("static", "const", "constexpr", "constinit", "inline", "extern", "thread_local"):
             self._at += 1
+        specifiers = set(self._tokens[start:self._at])
         if self._next() in ("class", "struct", "union", "enum") and self._read_type():
             if self._next() == ";":
                 self._at += 1
                 return
         else:
             self._at = start
-        self._read_declarators(start)
+        self._read_declarators(start, specifiers)
 
     def _read_type(self):
-        """Past a type that is defined or only named here. False when the keyword merely stands before a type's name."""
+        """Past a type that is defined or declared here. False if the keyword only precedes the name of a known type."""
         start = self._at
         is_enum = self._next() == "enum"
         self._at += 1
@@ -283,9 +284,9 @@ class Reader:
                 is_name = False
             is_name |= depth == 0 and token == ","
 
-    def _read_declarators(self, start):
+    def _read_declarators(self, start, specifiers):
         """A function, or variables. What is static has internal linkage, and so has a variable that is constant."""
-        is_static = is_constant = False
+        is_static, is_constant = "static" in specifiers, not specifiers.isdisjoint({"const", "constexpr"})
         name = None
         while True:
             token = self._next()

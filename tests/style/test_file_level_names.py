@@ -20,32 +20,38 @@ class ReaderTests(unittest.TestCase):
                          ["CFirst", "Second", "Third", "Fourth"])
 
     def test_enumerators_of_an_unscoped_enumeration(self):
-        self.assertEqual(names("enum { kOne = Count(1, 2), kTwo };\nenum Colour { kRed };"), ["kOne", "kTwo", "Colour", "kRed"])
+        self.assertEqual(names("enum { kOne = Count(1, 2), kTwo };\nenum Colour { kRed };"),
+                         ["kOne", "kTwo", "Colour", "kRed"])
 
     def test_type_with_a_variable(self):
-        self.assertEqual(names("const struct Row { int a; } kRows[] = {{1}, {2}};"), ["Row", "kRows"])
+        found = names_of("const struct Row { int a; } kRows[] = {{1}, {2}};")
+        self.assertEqual([(name.name, name.is_internal) for name in found], [("Row", True), ("kRows", True)])
 
     def test_functions(self):
         self.assertEqual(names("int Sum(int a, int b = 2) { return a < b ? a : b; }\n"
                                "std::map<int, std::pair<int, int>> Pairs();\n"
                                "auto Last(const Row& row) noexcept(false) -> decltype(row.a)\n{\n    return row.a;\n}\n"
-                               "template <typename T, std::size_t size = (1 > 0)>\nT* First(T (&values)[size]) { return values; }\n"
+                               "template <typename T, std::size_t size = (1 > 0)>\n"
+                               "T* First(T (&values)[size]) { return values; }\n"
                                "[[nodiscard]] DWORD WINAPI Run(void* argument);\n"),
                          ["Sum", "Pairs", "Last", "First", "Run"])
 
     def test_variables(self):
-        self.assertEqual(names('constexpr int kOne = 1;\nstd::atomic<int> s_two;\nconst wchar_t kThree[] = L"}{";\nint a = 1, *b{};\n'
-                               "const std::vector<Row> kRows(3, Row{1});\nvoid (*s_hook)(int size) = nullptr;\n"
-                               "const std::map<int, int> kMap = std::map<int, int>{{1, 2}};\nthread_local bool t_last = 1 < 2;\n"),
+        self.assertEqual(names('constexpr int kOne = 1;\nstd::atomic<int> s_two;\nconst wchar_t kThree[] = L"}{";\n'
+                               "int a = 1, *b{};\nconst std::vector<Row> kRows(3, Row{1});\n"
+                               "void (*s_hook)(int size) = nullptr;\n"
+                               "const std::map<int, int> kMap = std::map<int, int>{{1, 2}};\n"
+                               "thread_local bool t_last = 1 < 2;\n"),
                          ["kOne", "s_two", "kThree", "a", "b", "kRows", "s_hook", "kMap", "t_last"])
 
     def test_aliases(self):
-        self.assertEqual(names("using Lines = std::vector<int>;\nusing KVTest::Rows;\nusing namespace std;\ntypedef int Number;\n"
-                               "namespace fs = std::filesystem;"), ["Lines", "Rows", "Number", "fs"])
+        self.assertEqual(names("using Lines = std::vector<int>;\nusing KVTest::Rows;\nusing namespace std;\n"
+                               "typedef int Number;\nnamespace fs = std::filesystem;"), ["Lines", "Rows", "Number", "fs"])
 
     def test_namespaces(self):
-        self.assertEqual(names('namespace A::B\n{\nint a;\nnamespace\n{\nint b;\n}\n} // namespace A::B\ninline namespace C { int c; }\n'
-                               'extern "C" { int d; }\nextern "C" int e;\nint f;'), list("abcdef"))
+        self.assertEqual(names('namespace A::B\n{\nint a;\nnamespace\n{\nint b;\n}\n} // namespace A::B\n'
+                               'inline namespace C { int c; }\nextern "C" { int d; }\nextern "C" int e;\nint f;'),
+                         list("abcdef"))
 
     def test_tests(self):
         self.assertEqual(names("TEST(Suite, Case) { int local = 1; }\nTEST_F(Fixture, Case)\n{\n}\n"
@@ -63,12 +69,12 @@ class ReaderTests(unittest.TestCase):
         self.assertEqual(names('#include "a.h"\nclass Later;\nenum Late : int;\nstatic_assert(sizeof(int) == 4, "size");\n'
                                "CFirst::CFirst(int a) : m_a{a}, m_b(2) { Run(); }\nCFirst::~CFirst() = default;\n"
                                "int CFirst::Get() const { return m_a; }\nint CFirst::s_count = 0;\nbool operator==(Row, Row);\n"
-                               "void* operator new(std::size_t size) { return nullptr; }\ntemplate <>\nstruct Hash<Row>\n{\n};\n"),
-                         [])
+                               "void* operator new(std::size_t size) { return nullptr; }\n"
+                               "template <>\nstruct Hash<Row>\n{\n};\n"), [])
 
     def test_texts_and_comments(self):
-        self.assertEqual(names('// int a;\n/* int b; */ const char* c = "int d; // {"; const char e = \'"\'; auto f = R"x(})" {)x";\n'
-                               "constexpr int g = 1'000'000; int h;"), list("cefgh"))
+        self.assertEqual(names('// int a;\n/* int b; */ const char* c = "int d; // {"; const char e = \'"\';\n'
+                               "auto f = R\"x(})\" {)x\";\nconstexpr int g = 1'000'000; int h;"), list("cefgh"))
 
     def test_lines(self):
         self.assertEqual([name.line for name in names_of("int a;\n#define B \\\n    1\n/*\n*/\nint c;\n")], [1, 6, 2])
@@ -94,7 +100,8 @@ class ClashTests(unittest.TestCase):
         self.assertClash("namespace { struct Row { int a; }; }", "namespace { class Row {}; }", "Row")
 
     def test_in_different_namespaces(self):
-        self.assertClash("namespace A { namespace { int Get() { return 1; } } }", "namespace { int Get() { return 2; } }", "Get")
+        self.assertClash("namespace A { namespace { int Get() { return 1; } } }", "namespace { int Get() { return 2; } }",
+                         "Get")
 
     def test_functions_with_other_parameters(self):
         self.assertClash("namespace { int Get(int); }", "namespace { int Get(bool); }", "Get")
@@ -124,7 +131,8 @@ class ClashTests(unittest.TestCase):
         self.assertClash('KV_TRACE_SOURCE(a, L"a");', 'KV_TRACE_SOURCE(b, L"b");', "KV_TRACE_SOURCE")
 
     def test_equal_aliases(self):
-        self.assertNoClash("using Lines = std::list<int>; using KVTest::Row;", "using Lines=std::list<int>;\nusing KVTest::Row;")
+        self.assertNoClash("using Lines = std::list<int>; using KVTest::Row;",
+                           "using Lines=std::list<int>;\nusing KVTest::Row;")
 
     def test_using_declaration_of_what_another_source_defines(self):
         self.assertNoClash("using KVTest::Lines; using KVTest::g_dll;", "namespace KVTest { const int& Lines() {} Dll g_dll; }")

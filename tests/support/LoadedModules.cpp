@@ -37,7 +37,7 @@ PROCESS_INFORMATION StartDebugged(std::wstring& commandLine)
     return process;
 }
 
-// How the debugged program goes on: its own exceptions are its own business, the debugger's breakpoints are not.
+// How the debugged program continues: it handles its own exceptions, and the debugger its breakpoints.
 DWORD ContinuationOf(const DEBUG_EVENT& event)
 {
     return event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT &&

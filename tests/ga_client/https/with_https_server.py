@@ -57,7 +57,7 @@ class Server(http.server.ThreadingHTTPServer):
         super().__init__(("127.0.0.1", 0), Handler)
 
     def handle_error(self, request, client_address):
-        pass # refused handshakes are what some tests are about
+        pass # some tests have a client that refuses the handshake
 
 
 def main():

@@ -6,7 +6,7 @@ import subprocess
 
 SOURCE = pathlib.Path(__file__).resolve().parents[3]
 
-# For what scripts/wine does before it runs a program.
+# For the work of scripts/wine before it runs a program.
 SETUP_SECONDS = 180
 INTERNET_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Internet Settings"
 
@@ -73,7 +73,7 @@ def has_stumbled(status, output):
 
 
 def _environment(seconds):
-    """What the user of this machine has set must not reach the programs under test."""
+    """Settings of this machine's user must not reach the programs under test."""
     environment = {name: value for name, value in os.environ.items()
                    if name.lower() not in ("http_proxy", "https_proxy", "all_proxy", "no_proxy", "tz")}
     environment["KV_WINE_TIMEOUT"] = str(int(seconds))

@@ -2,7 +2,7 @@
 
 #include <type_traits>
 
-// System functions are called as they are: there is nothing to load.
+// System functions are called directly: no library is loaded.
 #define KV_SYSTEM_FUNCTION(library, name) KVWinApi::CNativeFunction(&::name)
 
 namespace KVWinApi
