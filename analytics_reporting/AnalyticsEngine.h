@@ -19,7 +19,7 @@ namespace KVAnalyticsReporting
 ///
 /// Facts that are not known are reported as "Unknown", truth values as "Yes" and "No". The numbers for connections,
 /// networks, results and wireless set-ups are listed in device_manager/DeviceKinds.h with the texts that hits carry for
-/// them. A value that the client refuses is logged and the event goes out without it.
+/// them. A value that the client refuses is logged, and the event is sent without it.
 ///
 /// Declaration order is slot order and part of the interface.
 class IAnalyticsEngine

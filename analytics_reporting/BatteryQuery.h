@@ -17,7 +17,7 @@ class CBatteryQuery
 {
 public:
     CBatteryQuery() = default;
-    /// Releases each object even if the release of another one faults.
+    /// Releases each object even if the release of a different one faults.
     ~CBatteryQuery();
     CBatteryQuery(const CBatteryQuery&) = delete;
     CBatteryQuery& operator=(const CBatteryQuery&) = delete;

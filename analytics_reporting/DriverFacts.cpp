@@ -17,8 +17,8 @@ namespace
 {
 KV_TRACE_SOURCE(g_logModule, L"DriverFacts.cpp");
 
-// Deliberate: this control set by its number, and not the current one, which may be a different set. Values read from
-// another set would not compare with those reported so far.
+// Deliberate: this control set by its number, and not the current one, which may be different. Values from there would
+// not compare with those reported so far.
 constexpr wchar_t kEnvironmentsKey[] = L"System\\ControlSet001\\Control\\Print\\Environments\\";
 
 constexpr const wchar_t* kVersionFolders[] = {L"Version-3\\", L"Version-4\\"};

@@ -5,8 +5,8 @@
 namespace KVAnalyticsReporting
 {
 /// Facts about a printer driver, which the spooler keeps in the registry (`RegQueryValueExW`). "Unknown" if the driver
-/// is not found there, the value has another type or size than expected, or the processor is neither x86, x64, IA64 nor
-/// ARM. Only drivers for the machine's own architecture are considered, those of version 3 before those of version 4.
+/// is not found there, the value has a different type or size, or the processor is neither x86, x64, IA64 nor ARM. Only
+/// drivers for the machine's own architecture are considered, those of version 3 before those of version 4.
 ///
 /// driverName: exactly the spooler's name of the driver. On any thread.
 

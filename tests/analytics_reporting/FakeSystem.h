@@ -36,7 +36,7 @@ struct RegistryValue
     DWORD extraBytesTold = 0; // more than bytes has
 };
 
-/// A string as it stands, without a terminating zero.
+/// A string without a terminating zero.
 inline RegistryValue Unterminated(const std::wstring& text)
 {
     std::string bytes(text.size() * sizeof(wchar_t), '\0');
