@@ -17,17 +17,17 @@ constexpr wchar_t kHit[] = L"/collect?v=1&z=1234567890&ul=en-us&de=UTF-8&je=0&sd
                            L"NV-1000-3&an=LumoLink&av=1.0.0.0&aip=1&cid=3f2504e0-4f89-11d3-9a0c-0305e82c3301&t=event&"
                            L"ec=DeviceCentreLinks&ea=LinkClicked&el=order-supplies";
 
-class Tracker : public GAClient::CSyncRequestTracker
+class CTracker : public GAClient::CSyncRequestTracker
 {
 public:
     // Without an application name the client has no queue file.
-    Tracker() : CSyncRequestTracker(L"", L"", false) {}
+    CTracker() : CSyncRequestTracker(L"", L"", false) {}
 };
 
 // False if a hit was not delivered.
 bool DrainQueue()
 {
-    Tracker tracker;
+    CTracker tracker;
     std::wstring hit = kHit;
     Protocols::MeasurementParams::AppendQueueTimeMark(hit);
     for (int i = 0; i < kHits; ++i)

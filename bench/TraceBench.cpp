@@ -23,17 +23,17 @@ void OpenScope()
 }
 
 // The system calls that two enable tests need, and that for the scope's start time.
-class BareEnableTest
+class CBareEnableTest
 {
 public:
-    BareEnableTest() : m_mutex(::CreateMutexW(nullptr, FALSE, nullptr)) { ::InitializeCriticalSection(&m_section); }
-    ~BareEnableTest()
+    CBareEnableTest() : m_mutex(::CreateMutexW(nullptr, FALSE, nullptr)) { ::InitializeCriticalSection(&m_section); }
+    ~CBareEnableTest()
     {
         ::DeleteCriticalSection(&m_section);
         ::CloseHandle(m_mutex);
     }
-    BareEnableTest(const BareEnableTest&) = delete;
-    BareEnableTest& operator=(const BareEnableTest&) = delete;
+    CBareEnableTest(const CBareEnableTest&) = delete;
+    CBareEnableTest& operator=(const CBareEnableTest&) = delete;
 
     void RunScope()
     {
@@ -62,7 +62,7 @@ private:
 void CompareScopes(int pairs)
 {
     constexpr int kScopes = 20; // few, so that a pair is rarely interrupted
-    BareEnableTest bare;
+    CBareEnableTest bare;
     KVBench::ComparePairs(
         "c", pairs,
         [] {
@@ -98,20 +98,20 @@ void WriteBare(const std::wstring& path, const std::string& bytes)
 
 // The same while holding, one after the other, the two mutexes that the modules of a process need to share settings and
 // files.
-class BareLockedWriter
+class CBareLockedWriter
 {
 public:
-    BareLockedWriter()
+    CBareLockedWriter()
         : m_settings(::CreateMutexW(nullptr, FALSE, nullptr)), m_file(::CreateMutexW(nullptr, FALSE, nullptr))
     {
     }
-    ~BareLockedWriter()
+    ~CBareLockedWriter()
     {
         ::CloseHandle(m_file);
         ::CloseHandle(m_settings);
     }
-    BareLockedWriter(const BareLockedWriter&) = delete;
-    BareLockedWriter& operator=(const BareLockedWriter&) = delete;
+    CBareLockedWriter(const CBareLockedWriter&) = delete;
+    CBareLockedWriter& operator=(const CBareLockedWriter&) = delete;
 
     void Write(const std::wstring& path, const std::string& bytes) const
     {
@@ -162,7 +162,7 @@ void CompareLines(int pairs)
             WriteBare(barePath, bytes);
         }
     });
-    const BareLockedWriter lockedWriter;
+    const CBareLockedWriter lockedWriter;
     KVBench::ComparePairs("d.locks", pairs, logLines, [&] {
         for (int i = 0; i < kLines; ++i)
         {

@@ -31,7 +31,7 @@ constinit char* s_journal = nullptr;
 constinit std::size_t s_journalSize = 0;
 constinit std::atomic<std::size_t> s_journalEnd{0};
 
-class Line
+class CLine
 {
 public:
     void Add(const char* text) noexcept
@@ -168,7 +168,7 @@ bool ShouldFail(Kind kind, const char* name) noexcept
     const unsigned long ordinal = s_ordinals[thread][IndexOf(kind)]++;
     const bool fails = IsPlanned(kind, thread, ordinal);
     const char kindText[] = {' ', static_cast<char>(kind), ' ', '\0'};
-    Line line;
+    CLine line;
     line.Add(thread);
     line.Add(kindText);
     line.Add(name);
@@ -179,7 +179,7 @@ bool ShouldFail(Kind kind, const char* name) noexcept
 
 void Note(const char* text, unsigned long long number) noexcept
 {
-    Line line;
+    CLine line;
     line.Add(text);
     line.Add(" ");
     line.Add(number);

@@ -102,7 +102,7 @@ constexpr std::intptr_t kOutOfMemoryHresult = E_OUTOFMEMORY;
 /// Every function that can fail, with its failure. First those that the program imports, then those that it looks up.
 const Entry* FindFallible(const char* wanted) noexcept
 {
-    static constexpr Entry s_entries[] = {
+    static constexpr Entry kEntries[] = {
         KV_ENTRY(CreateFileW, kInvalidHandle, ERROR_SHARING_VIOLATION),
         KV_FAILS(CheckTokenMembership),
         KV_FAILS(OpenProcessToken),
@@ -257,7 +257,7 @@ const Entry* FindFallible(const char* wanted) noexcept
         KV_ENTRY(UuidCreate, RPC_S_OUT_OF_MEMORY, kKeepsLastError),
         KV_FAILS(VerQueryValueW),
     };
-    for (const Entry& entry : s_entries)
+    for (const Entry& entry : kEntries)
     {
         if (std::strcmp(entry.name, wanted) == 0)
         {
@@ -270,7 +270,7 @@ const Entry* FindFallible(const char* wanted) noexcept
 /// System functions that are not made to fail.
 bool IsInfallible(const char* wanted) noexcept
 {
-    static constexpr const char* s_names[] = {
+    static constexpr const char* kNames[] = {
         // They read data of the process and document no failure.
         "GetCommandLineW", "GetCurrentProcess", "GetCurrentProcessId", "GetCurrentThread", "GetCurrentThreadId",
         "GetDesktopWindow", "GetLastError", "GetLocalTime", "GetStartupInfoW", "GetSystemDefaultLCID",
@@ -290,7 +290,7 @@ bool IsInfallible(const char* wanted) noexcept
         "__C_specific_handler",
         // The injector's own.
         "CreateFileA", "GetEnvironmentVariableA", "GetFileSize", "GetModuleHandleA", "lstrcmpiA"};
-    for (const char* const name : s_names)
+    for (const char* const name : kNames)
     {
         if (std::strcmp(name, wanted) == 0)
         {

@@ -111,7 +111,7 @@ std::wstring Event(const std::wstring& category, const std::wstring& action, con
 
 const std::vector<Operation>& Operations()
 {
-    static const std::wstring os = KVAnalyticsReporting::GetOSVersionText();
+    static const std::wstring s_os = KVAnalyticsReporting::GetOSVersionText();
     static const std::vector<Operation> s_operations = {
         {"TrackScreenView",
          [](IAnalyticsEngine& engine) { engine.TrackScreenView(L"Home"); },
@@ -121,7 +121,7 @@ const std::vector<Operation>& Operations()
         {"TrackClientHardware",
          [](IAnalyticsEngine& engine) { engine.TrackClientHardware(); },
          true,
-         {Dimension(8, KVAnalyticsReporting::GetProcessorArchitectureText()), Dimension(9, L""), Dimension(10, os),
+         {Dimension(8, KVAnalyticsReporting::GetProcessorArchitectureText()), Dimension(9, L""), Dimension(10, s_os),
           Event(L"Client", L"Inspect", L"Hardware")},
          L"(WN) Failed to trigger the Client/Inspect/Hardware event\r\n"},
         {"TrackDiscoveredPrinters",
@@ -138,7 +138,7 @@ const std::vector<Operation>& Operations()
         {"TrackWirelessSetup",
          [](IAnalyticsEngine& engine) { engine.TrackWirelessSetup(5, 3, L"M 1"); },
          false,
-         {Dimension(13, L"USBToWireless"), Dimension(14, L"Cancelled"), Dimension(10, os), Dimension(9, L""),
+         {Dimension(13, L"USBToWireless"), Dimension(14, L"Cancelled"), Dimension(10, s_os), Dimension(9, L""),
           Dimension(1, L"M 1"), Event(L"Feature", L"Examine", L"WirelessSetup")},
          L"(WN) Failed to trigger the Feature/Examine/WirelessSetup event\r\n"},
         {"TrackSelectedPrinter_Explicit",
@@ -162,7 +162,7 @@ const std::vector<Operation>& Operations()
         {"TrackDeviceSharing",
          [](IAnalyticsEngine& engine) { engine.TrackDeviceSharing(false); },
          false,
-         {Dimension(13, L"No"), Dimension(10, os), Event(L"Feature", L"Examine", L"DeviceSharing")},
+         {Dimension(13, L"No"), Dimension(10, s_os), Event(L"Feature", L"Examine", L"DeviceSharing")},
          L"(WN) Failed to trigger the Feature/Examine/DeviceSharing event\r\n"},
         {"TrackInstalledPrinters",
          [](IAnalyticsEngine& engine) { engine.TrackInstalledPrinters(); },
@@ -172,13 +172,13 @@ const std::vector<Operation>& Operations()
         {"TrackSwiftpost",
          [](IAnalyticsEngine& engine) { engine.TrackSwiftpost(false, true, L"M 1"); },
          false,
-         {Dimension(13, L"No"), Dimension(12, L"Yes"), Dimension(1, L"M 1"), Dimension(10, os),
+         {Dimension(13, L"No"), Dimension(12, L"Yes"), Dimension(1, L"M 1"), Dimension(10, s_os),
           Event(L"Feature", L"Examine", L"Swiftpost")},
          L"(WN) Failed to trigger the Feature/Examine/Swiftpost event\r\n"},
         {"TrackInstallResult",
          [](IAnalyticsEngine& engine) { engine.TrackInstallResult(2, L"M 1"); },
          false,
-         {Dimension(12, L"No"), Dimension(10, os), Dimension(1, L"M 1"), Event(L"Install", L"Examine", L"Result")},
+         {Dimension(12, L"No"), Dimension(10, s_os), Dimension(1, L"M 1"), Event(L"Install", L"Examine", L"Result")},
          L"(WN) Failed to trigger the Install/Examine/Result event\r\n"},
         {"TrackLumoLink",
          [](IAnalyticsEngine& engine) { engine.TrackLumoLink(L"Link 9", L"M 1", 4, 0); },

@@ -45,8 +45,8 @@ public:
 inline std::vector<EngineExample> EngineExamples()
 {
     using Engine = KVAnalyticsReporting::IAnalyticsEngine;
-    static const ExampleUsbPrinter usbPrinter;
-    static const ExampleWirelessPrinter wirelessPrinter;
+    static const ExampleUsbPrinter s_usbPrinter;
+    static const ExampleWirelessPrinter s_wirelessPrinter;
     return {
         {"Start", L"Start()", L"Start()", [](Engine& engine) { engine.Start(); }},
         {"ScreenView", L"TrackScreenView(screenName)", L"TrackScreenView(L\"Home\")",
@@ -56,7 +56,7 @@ inline std::vector<EngineExample> EngineExamples()
         {"DiscoveredPrinters", L"TrackDiscoveredPrinters(devices)",
          L"TrackDiscoveredPrinters({&usbPrinter, &wirelessPrinter})",
          [](Engine& engine) {
-             engine.TrackDiscoveredPrinters({&usbPrinter, &wirelessPrinter});
+             engine.TrackDiscoveredPrinters({&s_usbPrinter, &s_wirelessPrinter});
          }},
         {"WirelessSetup", L"TrackWirelessSetup(kind, resultCode, modelName)",
          L"TrackWirelessSetup(9, 1, L\"Norvik 7000 W\")",
@@ -65,10 +65,10 @@ inline std::vector<EngineExample> EngineExamples()
          L"TrackSelectedPrinter(L\"Norvik 5000\", 2, 1, 3)",
          [](Engine& engine) { engine.TrackSelectedPrinter(L"Norvik 5000", 2, 1, 3); }},
         {"SelectedPrinter_Device", L"TrackSelectedPrinter(device, installedResult)",
-         L"TrackSelectedPrinter(usbPrinter, 2)", [](Engine& engine) { engine.TrackSelectedPrinter(usbPrinter, 2); }},
+         L"TrackSelectedPrinter(usbPrinter, 2)", [](Engine& engine) { engine.TrackSelectedPrinter(s_usbPrinter, 2); }},
         {"WebServices", L"TrackWebServices(selected, enabled, device)",
          L"TrackWebServices(true, false, wirelessPrinter)",
-         [](Engine& engine) { engine.TrackWebServices(true, false, wirelessPrinter); }},
+         [](Engine& engine) { engine.TrackWebServices(true, false, s_wirelessPrinter); }},
         {"DeviceSharing", L"TrackDeviceSharing(selected)", L"TrackDeviceSharing(true)",
          [](Engine& engine) { engine.TrackDeviceSharing(true); }},
         {"InstalledPrinters", L"TrackInstalledPrinters()", L"TrackInstalledPrinters()",
