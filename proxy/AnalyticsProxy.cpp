@@ -241,14 +241,10 @@ bool CAnalyticsProxy::IsCalledByLumo()
         return false;
     }
     const std::optional<std::wstring> parentPath = FindProgramOf(parent.Get(), kvTraceScope);
-    if (!parentPath)
-    {
-        return false;
-    }
     // Deliberate: exact, including the letter case. A host whose path is reported in a different case is refused: the
     // check must not accept more than the one file.
-    const bool isHost = *parentPath == GetMshtaPath();
-    if (!isHost)
+    const bool isHost = parentPath && *parentPath == GetMshtaPath();
+    if (parentPath && !isHost)
     {
         KV_LOGF(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - The parent process is not Lumo HTA. Parent: %s",
                 parentPath->c_str());
