@@ -236,6 +236,7 @@ bool CGAClient::TrackEventHit(const std::wstring& screenName, const EventFields&
     return built;
 }
 
+// The activities of this library always build one; their interfaces also allow a refusal.
 void CGAClient::TrackIfBuilt(const std::wstring& request)
 {
     if (!request.empty())
