@@ -41,7 +41,8 @@
         kvTraceScope.LogString((flags), __LINE__, (text));                                                             \
     } while (false)
 
-/// A formatted line: KV_LOGF(flags, format, arguments...), by the wide printf conventions of the Windows C runtime.
+/// A formatted line: KV_LOGF(flags, format, arguments...), by the wide printf conventions of the Windows C runtime. The
+/// format is a literal; one that does not fit the arguments does not compile.
 #define KV_LOGF(flags, ...)                                                                                            \
     do                                                                                                                 \
     {                                                                                                                  \

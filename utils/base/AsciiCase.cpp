@@ -5,21 +5,12 @@
 
 namespace KVUtils
 {
-namespace
-{
-// Not towlower or _wcsicmp: they follow the locale, which belongs to the program that uses this library.
-int FoldAsciiCase(wchar_t character) noexcept
-{
-    return character >= L'A' && character <= L'Z' ? character - L'A' + L'a' : character;
-}
-} // namespace
-
 int CompareIgnoringAsciiCase(std::wstring_view left, std::wstring_view right) noexcept
 {
     const std::size_t shorter = std::min(left.size(), right.size());
     for (std::size_t i = 0; i < shorter; ++i)
     {
-        const int difference = FoldAsciiCase(left[i]) - FoldAsciiCase(right[i]);
+        const int difference = int{ToLowerAscii(left[i])} - int{ToLowerAscii(right[i])};
         if (difference != 0)
         {
             return difference;

@@ -9,6 +9,15 @@ namespace
 {
 using KVUtils::CompareIgnoringAsciiCase;
 
+TEST(AsciiCaseTests, ToLower_ChangesAToZOnly)
+{
+    for (wchar_t character = 0; character < 0x2000; ++character)
+    {
+        const bool isUpper = character >= 0x41 && character <= 0x5A;
+        EXPECT_EQ(KVUtils::ToLowerAscii(character), isUpper ? character + 0x20 : character) << unsigned{character};
+    }
+}
+
 TEST(AsciiCaseTests, Compare_LettersThatDifferInCase_AreEqual)
 {
     EXPECT_EQ(CompareIgnoringAsciiCase(L"abcdefghijklmnopqrstuvwxyz", L"ABCDEFGHIJKLMNOPQRSTUVWXYZ"), 0);
