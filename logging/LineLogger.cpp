@@ -54,31 +54,38 @@ void CLineLogger::InternalLogSimpleString(const wchar_t* text, bool endOfLine) n
     }
     CLineWriter writer(m_module, m_settings); // outside the guard, since a fault runs no destructors in it
     RunGuarded(L"Exception Exit: InternalLogSimpleString (", [&] {
-        if (m_scope == nullptr)
+        if (m_scope != nullptr)
+        {
+            LogInScope(writer, text, endOfLine);
+        }
+        else
         {
             writer.WriteLine(m_settings.Categories & m_flags, 0, text);
-            return;
-        }
-        AppendToScope(text);
-        writer.OpenIfPending();
-        if (!endOfLine)
-        {
-            return;
-        }
-        if (Has(kLogExit))
-        {
-            PrepareExit();
-        }
-        WriteScopeLine(writer);
-        if (Has(kLogEntry))
-        {
-            FinishEntry(writer);
-        }
-        if (Has(kLogExit))
-        {
-            FinishExit(writer);
         }
     });
+}
+
+void CLineLogger::LogInScope(CLineWriter& writer, const wchar_t* text, bool endOfLine)
+{
+    AppendToScope(text);
+    writer.OpenIfPending();
+    if (!endOfLine)
+    {
+        return;
+    }
+    if (Has(kLogExit))
+    {
+        PrepareExit();
+    }
+    WriteScopeLine(writer);
+    if (Has(kLogEntry))
+    {
+        FinishEntry(writer);
+    }
+    if (Has(kLogExit))
+    {
+        FinishExit(writer);
+    }
 }
 
 void CLineLogger::InternalLogFormattedString(const wchar_t* format, va_list arguments) noexcept

@@ -35,6 +35,7 @@ private:
     bool IsTooDetailed() const noexcept;
     LogFileRecord* GetIndentedFile() const noexcept;
 
+    void LogInScope(CLineWriter& writer, const wchar_t* text, bool endOfLine);
     void AppendToScope(const wchar_t* text);
     void PrepareExit();
     void TakeBackIndentation();

@@ -566,7 +566,7 @@ TEST_F(LogModuleTests, Sink_ReceivesPrefixIndentationAndMessage)
     }
     Module().AttachLineSink(nullptr);
     Log(0x10, L"file only");
-    EXPECT_THAT(sink.Lines, ElementsAre(L"(->) ||Class::Method", L"(I0) |  |line", L"(<-) ||Class::Method"));
+    EXPECT_THAT(sink.lines, ElementsAre(L"(->) ||Class::Method", L"(I0) |  |line", L"(<-) ||Class::Method"));
     EXPECT_EQ(ReadLog(), Lines({L"(->) Class::Method", L"(I0)   line", L"(<-) Class::Method", L"(I0) file only"}));
 }
 
@@ -577,7 +577,7 @@ TEST_F(LogModuleTests, Sink_WithoutFile_ReceivesTheLinesAndNothingElseHappens)
     Module().AttachLineSink(&sink);
     KVTest::DebugOutputCapture debugOutput;
     LogInScope(s_logModuleTests, 0x10, L"line");
-    EXPECT_THAT(sink.Lines, ElementsAre(L"(I0) ||line"));
+    EXPECT_THAT(sink.lines, ElementsAre(L"(I0) ||line"));
     EXPECT_THAT(debugOutput.GetLines(), IsEmpty());
 }
 
@@ -599,8 +599,8 @@ TEST_F(LogModuleTests, Sink_ReceivesTheHeader)
     KVTest::RecordingSink sink;
     Module().AttachLineSink(&sink);
     LogInScope(s_logModuleTests, 0x10, L"line");
-    ASSERT_EQ(sink.Lines.size(), 7u);
-    EXPECT_EQ(sink.Lines[0].substr(0, 23), L"(++) ||Module File Name");
+    ASSERT_EQ(sink.lines.size(), 7u);
+    EXPECT_EQ(sink.lines[0].substr(0, 23), L"(++) ||Module File Name");
 }
 
 // The module itself.

@@ -219,9 +219,9 @@ class MappingPatch
 public:
     struct Mapping
     {
-        std::wstring Name;
-        DWORD ByteCount;
-        DWORD Protection;
+        std::wstring name;
+        DWORD byteCount;
+        DWORD protection;
     };
     MappingPatch() : m_patch(__imp_CreateFileMappingW, reinterpret_cast<void*>(&Create))
     {

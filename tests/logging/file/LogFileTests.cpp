@@ -439,7 +439,7 @@ TEST_F(LogFileTests, Limit_Reached_NoOutputToASinkEither)
     KVTest::RecordingSink sink;
     Module().AttachLineSink(&sink);
     LogInScope(L"lost");
-    EXPECT_THAT(sink.Lines, IsEmpty());
+    EXPECT_THAT(sink.lines, IsEmpty());
 }
 
 TEST_F(LogFileTests, Limit_Reached_HoldsForAllModulesOfTheFile)

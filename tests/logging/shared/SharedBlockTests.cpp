@@ -33,12 +33,12 @@ struct TestBlock
     static constexpr unsigned long kMappingBytes = 32;
     static constexpr std::uint64_t GetLayout() noexcept { return CombineLayout({sizeof(TestBlock)}); }
 
-    explicit TestBlock(std::wstring executableName) : Name(std::move(executableName)) { ++s_liveCount; }
+    explicit TestBlock(std::wstring executableName) : name(std::move(executableName)) { ++s_liveCount; }
     ~TestBlock() { --s_liveCount; }
     TestBlock(const TestBlock&) = delete;
     TestBlock& operator=(const TestBlock&) = delete;
 
-    std::wstring Name;
+    std::wstring name;
     static int s_liveCount;
 };
 int TestBlock::s_liveCount = 0;
@@ -112,7 +112,7 @@ TEST(SharedBlockTests, Attach_FirstMakesTheBlockTheLastDestroysIt)
     EXPECT_EQ(TestBlock::s_liveCount, 1);
     ASSERT_NE(first.Get(), nullptr);
     EXPECT_EQ(first.Get(), second.Get());
-    EXPECT_EQ(second.Get()->Name, kExecutable);
+    EXPECT_EQ(second.Get()->name, kExecutable);
     first.Detach();
     EXPECT_EQ(first.Get(), nullptr);
     EXPECT_EQ(TestBlock::s_liveCount, 1);
@@ -320,7 +320,7 @@ TEST(SharedBlockTests, Attach_PointerThatChangesLater_KeepsTheBlock)
     CSharedBlock<TestBlock> block;
     ASSERT_TRUE(block.Attach(kExecutable));
     taken.SetPointer(reinterpret_cast<const void*>(0x10000));
-    EXPECT_EQ(block.Get()->Name, kExecutable);
+    EXPECT_EQ(block.Get()->name, kExecutable);
     CSharedBlock<TestBlock> late;
     EXPECT_FALSE(late.Attach(kExecutable));
     block.Detach();
@@ -337,7 +337,7 @@ TEST(SharedBlockTests, Detach_CountThatSomebodyElseChanged_KeepsTheBlockForTheOt
     taken.SetReferenceCount(1);
     first.Detach();
     EXPECT_EQ(TestBlock::s_liveCount, 1);
-    EXPECT_EQ(second.Get()->Name, kExecutable);
+    EXPECT_EQ(second.Get()->name, kExecutable);
 }
 
 TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
@@ -358,7 +358,7 @@ TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
 struct LargerBlock : TestBlock
 {
     using TestBlock::TestBlock;
-    int Added = 0;
+    int added = 0;
 };
 struct RearrangedBlock : TestBlock
 {
@@ -403,7 +403,7 @@ TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
     EXPECT_FALSE(block.IsAttached());
     EXPECT_EQ(TestBlock::s_liveCount, 1);
     held.Release();
-    EXPECT_EQ(other.Get()->Name, kExecutable);
+    EXPECT_EQ(other.Get()->name, kExecutable);
 }
 
 TEST(SharedBlockTests, Waits_AreFiftyMillisecondsLong)
@@ -424,13 +424,13 @@ TEST(SharedBlockTests, Module_MakesMappingsOfTheFixedSizes)
     const CLogModule module("Test", "");
     const std::vector<KVTest::MappingPatch::Mapping>& mappings = KVTest::MappingPatch::GetMappings();
     ASSERT_EQ(mappings.size(), 2u);
-    EXPECT_EQ(mappings[0].Name, base + L"RegValuesMappedFile");
-    EXPECT_EQ(mappings[0].ByteCount, 264u);
-    EXPECT_EQ(mappings[1].Name, base + L"ExtMonitorMappedFile");
-    EXPECT_EQ(mappings[1].ByteCount, 128u);
+    EXPECT_EQ(mappings[0].name, base + L"RegValuesMappedFile");
+    EXPECT_EQ(mappings[0].byteCount, 264u);
+    EXPECT_EQ(mappings[1].name, base + L"ExtMonitorMappedFile");
+    EXPECT_EQ(mappings[1].byteCount, 128u);
     for (const KVTest::MappingPatch::Mapping& mapping : mappings)
     {
-        EXPECT_EQ(mapping.Protection, static_cast<DWORD>(PAGE_READWRITE));
+        EXPECT_EQ(mapping.protection, static_cast<DWORD>(PAGE_READWRITE));
     }
 }
 
