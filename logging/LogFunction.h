@@ -12,9 +12,9 @@ namespace KVLogging
 {
 class CLogModule;
 
-/// The trace scope of a function: an entry line when it is made, an exit line when it is destroyed, and in between the
-/// lines that the function logs through it, each with its place in the source. Opened with KV_TRACE of
-/// logging/Trace.h as a function's first statement.
+/// The trace scope of a function: writes an entry line when it is made and an exit line when it is destroyed. The
+/// function logs its lines through it, each with its place in the source. Opened with KV_TRACE of logging/Trace.h as a
+/// function's first statement.
 ///
 /// On the stack of one thread. Nothing it does throws or changes the thread's last error, even if the module has been
 /// destroyed already. Owns nothing but its texts: module, source file and full name outlive it.
@@ -35,7 +35,7 @@ public:
     CLogFunction(const CLogFunction&) = delete;
     CLogFunction& operator=(const CLogFunction&) = delete;
 
-    /// A line of plain text, or without endOfLine the beginning of one, which the scope's next line continues.
+    /// A line of plain text. Without endOfLine it is the beginning of a line, which the scope's next text continues.
     void LogString(std::uint32_t flags, int lineNumber, const wchar_t* text, bool endOfLine = true) noexcept;
     /// A formatted line. In the wide printf conventions of the Windows C runtime `%s` is wide text. A format that does
     /// not fit its arguments does not compile (see logging/line/FormatCheck.h).
