@@ -5,6 +5,7 @@
 #include "analytics_reporting/ConnectionType.h"
 #include "analytics_reporting/Dimensions.h"
 #include "analytics_reporting/DimensionValues.h"
+#include "analytics_reporting/EngineOperation.h"
 #include "analytics_reporting/PrinterInventory.h"
 #include "analytics_reporting/ProgramLogModule.h"
 #include "analytics_reporting/SystemFacts.h"
@@ -20,124 +21,16 @@ KV_TRACE_SOURCE(g_logModule, L"AnalyticsEngine.cpp");
 
 using GAClient::GetGAClient;
 
-// What the log says of a call that is not made.
-struct Refusals
-{
-    const wchar_t* optedOut;
-    const wchar_t* notStarted;
-};
-
-// Deliberate: two wordings, each operation has its own. Those who read the logs know them that way.
+// Deliberate: two wordings, of which each operation has its own. Readers of the logs search for them.
 constexpr Refusals kSingleCall = {L"User is opted out of analytics, not making call into GA Client.",
                                   L"The analytics engine is not started, not making call into GA Client."};
 constexpr Refusals kSeveralCalls = {L"User is opted out of analytics, not making calls into GA Client.",
                                     L"The analytics engine is not started, not making calls into GA Client."};
 
-// Runs the body of an operation. What it throws, faults included, ends here; flags that the body has changed by then
-// stay changed.
-template <typename Body>
-void CallGuarded(KVLogging::CLogFunction& kvTraceScope, const wchar_t* operation, Body&& body) noexcept
-{
-    try
-    {
-        const KVUtils::CStructuredExceptionScope translator;
-        translator.Run(body);
-    }
-    catch (...)
-    {
-        KV_LOGF(kLogWarning,
-                L"CAnalyticsEngine::%s - Caught a previously unhandled exception in CAnalyticsEngine. "
-                L"Doing nothing, except for hopefully not crashing.",
-                operation);
-    }
-}
-
-// True: consented. False: logged.
-bool IsOptedIn(KVLogging::CLogFunction& kvTraceScope, bool optedIn)
-{
-    if (!optedIn)
-    {
-        KV_LOG(kLogDebug, kSingleCall.optedOut);
-    }
-    return optedIn;
-}
-
-// The guard of the operations that report.
-bool MayReport(KVLogging::CLogFunction& kvTraceScope, bool optedIn, bool started, const Refusals& refusals)
-{
-    if (!optedIn)
-    {
-        KV_LOG(kLogDebug, refusals.optedOut);
-        return false;
-    }
-    if (!started)
-    {
-        KV_LOG(kLogDebug, refusals.notStarted);
-        return false;
-    }
-    return true;
-}
-
-// An operation that reports: guarded, and only for a user who opted in and an engine that is started.
-template <typename Body>
-void Report(KVLogging::CLogFunction& kvTraceScope, const wchar_t* operation, bool optedIn, bool started,
-            const Refusals& refusals, Body&& body) noexcept
-{
-    CallGuarded(kvTraceScope, operation, [&] {
-        if (MayReport(kvTraceScope, optedIn, started, refusals))
-        {
-            body();
-        }
-    });
-}
-
-// A value that is refused never stops the event.
-void SetDimension(KVLogging::CLogFunction& kvTraceScope, std::uint32_t dimension, const std::wstring& value)
-{
-    if (!GetGAClient().SetCustomDimension(dimension, value))
-    {
-        KV_LOGF(kLogWarning, L"Unable to set the %s custom dimension", Dimensions::GetName(dimension));
-    }
-}
-
-void SetPrinterDimension(KVLogging::CLogFunction& kvTraceScope, const PrinterProperties& record,
-                         std::uint32_t dimension)
-{
-    SetDimension(kvTraceScope, dimension, GetPropertyOrUnknown(record, dimension));
-}
-
-// loggedLabel: the label as the log names it when the event is refused.
-void SendEvent(KVLogging::CLogFunction& kvTraceScope, const std::wstring& category, const std::wstring& action,
-               const std::wstring& label, const wchar_t* loggedLabel)
-{
-    constexpr std::int32_t kNoValue = -1;
-    if (GetGAClient().TrackEvent(action, category, label, kNoValue, false) == 0)
-    {
-        KV_LOGF(kLogWarning, L"Failed to trigger the %s/%s/%s event", category.c_str(), action.c_str(), loggedLabel);
-    }
-}
-
-void SendEvent(KVLogging::CLogFunction& kvTraceScope, const std::wstring& category, const std::wstring& action,
-               const std::wstring& label)
-{
-    SendEvent(kvTraceScope, category, action, label, label.c_str());
-}
-
-// How many printers there are, then one event for each; perPrinter names its dimensions in their order.
-void SendPrinters(KVLogging::CLogFunction& kvTraceScope, const std::list<PrinterProperties>& records,
-                  std::initializer_list<std::uint32_t> perPrinter, const std::wstring& label)
-{
-    SetDimension(kvTraceScope, Dimensions::kCount, std::to_wstring(records.size()));
-    SendEvent(kvTraceScope, L"Printers", L"Count", label);
-    for (const PrinterProperties& record : records)
-    {
-        for (const std::uint32_t dimension : perPrinter)
-        {
-            SetPrinterDimension(kvTraceScope, record, dimension);
-        }
-        SendEvent(kvTraceScope, L"Printers", L"Enumerate", label);
-    }
-}
+// The first statement of an operation: opens its trace scope and makes the CEngineOperation of that variable name.
+#define KV_OPERATION(variable, name)                                                                                   \
+    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::" name);                                                        \
+    const CEngineOperation variable(kvTraceScope, name, m_optedIn, m_started)
 } // namespace
 
 IAnalyticsEngine& GetAnalyticsEngine()
@@ -149,238 +42,204 @@ IAnalyticsEngine& GetAnalyticsEngine()
 bool CAnalyticsEngine::Initialize(bool optedIn, const std::wstring& propertyId, const std::wstring& applicationName,
                                   bool useSsl)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::Initialize");
-    bool result = false;
-    CallGuarded(kvTraceScope, L"Initialize", [&] {
-        // Before anything else: a user who says no now is refused from now on, whatever was initialised before.
+    KV_OPERATION(operation, L"Initialize");
+    return operation.Run([&] {
+        // First, so that every later call of a user who withdraws consent is refused, whatever was initialised before.
         m_optedIn = optedIn;
-        if (!IsOptedIn(kvTraceScope, m_optedIn))
+        if (!operation.Check(m_optedIn, kSingleCall.optedOut) ||
+            !operation.Check(!m_initialized, L"Analytics engine was already initialized, not initializing again."))
         {
-            return;
-        }
-        if (m_initialized)
-        {
-            KV_LOG(kLogDebug, L"Analytics engine was already initialized, not initializing again.");
-            return;
+            return false;
         }
         m_initialized = GetGAClient().Initialize(propertyId, applicationName, GetApplicationVersion(), useSsl, true);
-        result = m_initialized;
+        return m_initialized;
     });
-    return result;
 }
 
 bool CAnalyticsEngine::Start()
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::Start");
-    bool result = false;
-    CallGuarded(kvTraceScope, L"Start", [&] {
-        if (!IsOptedIn(kvTraceScope, m_optedIn))
+    KV_OPERATION(operation, L"Start");
+    return operation.Run([&] {
+        if (!operation.Check(m_optedIn, kSingleCall.optedOut) ||
+            !operation.Check(m_initialized, L"Analytics engine was not initialized, not starting it.") ||
+            !operation.Check(!m_started, L"Analytics engine was already started, not starting again."))
         {
-            return;
-        }
-        if (!m_initialized)
-        {
-            KV_LOG(kLogDebug, L"Analytics engine was not initialized, not starting it.");
-            return;
-        }
-        if (m_started)
-        {
-            KV_LOG(kLogDebug, L"Analytics engine was already started, not starting again.");
-            return;
+            return false;
         }
         GetGAClient().SetDispatchHeld(false);
         m_started = GetGAClient().Start(L"Start");
-        result = m_started;
+        return m_started;
     });
-    return result;
 }
 
 bool CAnalyticsEngine::Stop()
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::Stop");
-    bool result = false;
-    CallGuarded(kvTraceScope, L"Stop", [&] {
-        if (!IsOptedIn(kvTraceScope, m_optedIn))
+    KV_OPERATION(operation, L"Stop");
+    return operation.Run([&] {
+        if (!operation.Check(m_optedIn, kSingleCall.optedOut) ||
+            !operation.Check(m_started, L"Analytics engine is not started, so not calling Stop function."))
         {
-            return;
+            return false;
         }
-        if (!m_started)
-        {
-            KV_LOG(kLogDebug, L"Analytics engine is not started, so not calling Stop function.");
-            return;
-        }
-        result = GetGAClient().Stop();
-        if (result)
-        {
-            m_started = false;
-        }
+        m_started = !GetGAClient().Stop();
+        return !m_started;
     });
-    return result;
 }
 
 bool CAnalyticsEngine::Uninitialize(bool flushOnExit, std::uint32_t flushBudgetMs)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::Uninitialize");
-    bool result = false;
-    CallGuarded(kvTraceScope, L"Uninitialize", [&] {
-        if (!IsOptedIn(kvTraceScope, m_optedIn))
+    KV_OPERATION(operation, L"Uninitialize");
+    return operation.Run([&] {
+        // Deliberate: the two blanks. Readers of the logs search for the text.
+        if (!operation.Check(m_optedIn, kSingleCall.optedOut) ||
+            !operation.Check(m_initialized, L"Analytics engine was not  initialized, cannot uninitialize."))
         {
-            return;
+            return false;
         }
-        if (!m_initialized)
-        {
-            // Deliberate: the two blanks. Those who read the logs know it that way.
-            KV_LOG(kLogDebug, L"Analytics engine was not  initialized, cannot uninitialize.");
-            return;
-        }
-        result = GetGAClient().Uninitialize(flushOnExit, flushBudgetMs);
-        m_initialized = !result;
+        m_initialized = !GetGAClient().Uninitialize(flushOnExit, flushBudgetMs);
+        return !m_initialized;
     });
-    return result;
 }
 
 void CAnalyticsEngine::TrackScreenView(const std::wstring& screenName)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackScreenView");
-    Report(kvTraceScope, L"TrackScreenView", m_optedIn, m_started, kSingleCall,
-           [&] { GetGAClient().TrackScreenView(screenName); });
+    KV_OPERATION(operation, L"TrackScreenView");
+    operation.Report(kSingleCall, [&] { GetGAClient().TrackScreenView(screenName); });
 }
 
 void CAnalyticsEngine::TrackClientHardware()
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackClientHardware");
-    Report(kvTraceScope, L"TrackClientHardware", m_optedIn, m_started, kSeveralCalls, [&] {
-        SetDimension(kvTraceScope, Dimensions::kProcessorArchitecture, GetProcessorArchitectureText());
-        SetDimension(kvTraceScope, Dimensions::kBattery, ProbeBattery(*this));
-        SetDimension(kvTraceScope, Dimensions::kOSVersion, GetOSVersionText());
-        SendEvent(kvTraceScope, L"Client", L"Inspect", L"Hardware");
+    KV_OPERATION(operation, L"TrackClientHardware");
+    operation.Report(kSeveralCalls, [&] {
+        operation.Set(Dimensions::kProcessorArchitecture, GetProcessorArchitectureText());
+        operation.Set(Dimensions::kBattery, ProbeBattery(*this));
+        operation.Set(Dimensions::kOSVersion, GetOSVersionText());
+        operation.Send(L"Client", L"Inspect", L"Hardware");
     });
 }
 
 void CAnalyticsEngine::TrackDiscoveredPrinters(const std::list<const KVDeviceManager::IDevice*>& devices)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackDiscoveredPrinters");
-    Report(kvTraceScope, L"TrackDiscoveredPrinters", m_optedIn, m_started, kSeveralCalls, [&] {
-        SendPrinters(kvTraceScope, BuildDevicePrinterRecords(devices),
-                     {Dimensions::kModelName, Dimensions::kConnectionType}, L"Discovered");
+    KV_OPERATION(operation, L"TrackDiscoveredPrinters");
+    operation.Report(kSeveralCalls, [&] {
+        operation.SendPrinters(BuildDevicePrinterRecords(devices),
+                               {Dimensions::kModelName, Dimensions::kConnectionType}, L"Discovered");
     });
 }
 
 void CAnalyticsEngine::TrackWirelessSetup(int kind, int resultCode, const std::wstring& modelName)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackWirelessSetup");
-    Report(kvTraceScope, L"TrackWirelessSetup", m_optedIn, m_started, kSingleCall, [&] {
-        SetDimension(kvTraceScope, Dimensions::kSelected, GetWirelessSetupText(kind));
-        SetDimension(kvTraceScope, Dimensions::kEnabled, GetResultText(resultCode));
-        SetDimension(kvTraceScope, Dimensions::kOSVersion, GetOSVersionText());
-        SetDimension(kvTraceScope, Dimensions::kBattery, ProbeBattery(*this));
-        SetDimension(kvTraceScope, Dimensions::kModelName, GetTextOrUnknown(modelName));
-        SendEvent(kvTraceScope, L"Feature", L"Examine", L"WirelessSetup");
+    KV_OPERATION(operation, L"TrackWirelessSetup");
+    operation.Report(kSingleCall, [&] {
+        operation.Set(Dimensions::kSelected, GetWirelessSetupText(kind));
+        operation.Set(Dimensions::kEnabled, GetResultText(resultCode));
+        operation.Set(Dimensions::kOSVersion, GetOSVersionText());
+        operation.Set(Dimensions::kBattery, ProbeBattery(*this));
+        operation.Set(Dimensions::kModelName, GetTextOrUnknown(modelName));
+        operation.Send(L"Feature", L"Examine", L"WirelessSetup");
     });
 }
 
 void CAnalyticsEngine::TrackSelectedPrinter(const std::wstring& modelName, int connectionKind, int networkKind,
                                             int installedResult)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackSelectedPrinter");
-    Report(kvTraceScope, L"TrackSelectedPrinter", m_optedIn, m_started, kSeveralCalls, [&] {
-        SetDimension(kvTraceScope, Dimensions::kModelName, GetTextOrUnknown(modelName));
-        SetDimension(kvTraceScope, Dimensions::kConnectionType, GetConnectionTypeText(connectionKind, networkKind));
-        SetDimension(kvTraceScope, Dimensions::kInstalled, GetResultText(installedResult));
-        SendEvent(kvTraceScope, L"Printers", L"Enumerate", L"Selected");
+    KV_OPERATION(operation, L"TrackSelectedPrinter");
+    operation.Report(kSeveralCalls, [&] {
+        operation.Set(Dimensions::kModelName, GetTextOrUnknown(modelName));
+        operation.Set(Dimensions::kConnectionType, GetConnectionTypeText(connectionKind, networkKind));
+        operation.Set(Dimensions::kInstalled, GetResultText(installedResult));
+        operation.Send(L"Printers", L"Enumerate", L"Selected");
     });
 }
 
 void CAnalyticsEngine::TrackSelectedPrinter(const KVDeviceManager::IDevice& device, int installedResult)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackSelectedPrinter");
-    Report(kvTraceScope, L"TrackSelectedPrinter", m_optedIn, m_started, kSeveralCalls, [&] {
+    KV_OPERATION(operation, L"TrackSelectedPrinter");
+    operation.Report(kSeveralCalls, [&] {
         const PrinterProperties record = BuildDevicePrinterRecord(device);
-        SetPrinterDimension(kvTraceScope, record, Dimensions::kModelName);
-        SetPrinterDimension(kvTraceScope, record, Dimensions::kConnectionType);
-        SetDimension(kvTraceScope, Dimensions::kInstalled, GetResultText(installedResult));
-        SendEvent(kvTraceScope, L"Printers", L"Enumerate", L"Selected");
+        operation.Set(Dimensions::kModelName, record);
+        operation.Set(Dimensions::kConnectionType, record);
+        operation.Set(Dimensions::kInstalled, GetResultText(installedResult));
+        operation.Send(L"Printers", L"Enumerate", L"Selected");
     });
 }
 
 void CAnalyticsEngine::TrackWebServices(bool selected, bool enabled, const KVDeviceManager::IDevice& device)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackWebServices");
-    Report(kvTraceScope, L"TrackWebServices", m_optedIn, m_started, kSingleCall, [&] {
-        // First, so that a device that fails leaves no half-set dimensions for the next hit.
+    KV_OPERATION(operation, L"TrackWebServices");
+    operation.Report(kSingleCall, [&] {
+        // First, so that a device that throws leaves no dimension set for the next hit.
         const PrinterProperties record = BuildDevicePrinterRecord(device);
-        SetDimension(kvTraceScope, Dimensions::kSelected, GetYesNoText(selected));
-        SetDimension(kvTraceScope, Dimensions::kEnabled, GetYesNoText(enabled));
-        SetPrinterDimension(kvTraceScope, record, Dimensions::kModelName);
-        SetPrinterDimension(kvTraceScope, record, Dimensions::kConnectionType);
-        SendEvent(kvTraceScope, L"Feature", L"Examine", L"WebServices");
+        operation.Set(Dimensions::kSelected, GetYesNoText(selected));
+        operation.Set(Dimensions::kEnabled, GetYesNoText(enabled));
+        operation.Set(Dimensions::kModelName, record);
+        operation.Set(Dimensions::kConnectionType, record);
+        operation.Send(L"Feature", L"Examine", L"WebServices");
     });
 }
 
 void CAnalyticsEngine::TrackDeviceSharing(bool selected)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackDeviceSharing");
-    Report(kvTraceScope, L"TrackDeviceSharing", m_optedIn, m_started, kSingleCall, [&] {
-        SetDimension(kvTraceScope, Dimensions::kSelected, GetYesNoText(selected));
-        SetDimension(kvTraceScope, Dimensions::kOSVersion, GetOSVersionText());
-        SendEvent(kvTraceScope, L"Feature", L"Examine", L"DeviceSharing");
+    KV_OPERATION(operation, L"TrackDeviceSharing");
+    operation.Report(kSingleCall, [&] {
+        operation.Set(Dimensions::kSelected, GetYesNoText(selected));
+        operation.Set(Dimensions::kOSVersion, GetOSVersionText());
+        operation.Send(L"Feature", L"Examine", L"DeviceSharing");
     });
 }
 
 void CAnalyticsEngine::TrackInstalledPrinters()
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackInstalledPrinters");
-    Report(kvTraceScope, L"TrackInstalledPrinters", m_optedIn, m_started, kSeveralCalls, [&] {
+    KV_OPERATION(operation, L"TrackInstalledPrinters");
+    operation.Report(kSeveralCalls, [&] {
         std::list<PrinterProperties> records;
         EnumerateInstalledPrinters(records);
-        SendPrinters(kvTraceScope, records,
-                     {Dimensions::kModelName, Dimensions::kManufacturer, Dimensions::kConnectionType,
-                      Dimensions::kDriverType, Dimensions::kDriverVersion},
-                     L"Installed");
+        operation.SendPrinters(records,
+                               {Dimensions::kModelName, Dimensions::kManufacturer, Dimensions::kConnectionType,
+                                Dimensions::kDriverType, Dimensions::kDriverVersion},
+                               L"Installed");
     });
 }
 
 void CAnalyticsEngine::TrackSwiftpost(bool selected, bool installed, const std::wstring& modelName)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackSwiftpost");
-    Report(kvTraceScope, L"TrackSwiftpost", m_optedIn, m_started, kSingleCall, [&] {
-        SetDimension(kvTraceScope, Dimensions::kSelected, GetYesNoText(selected));
-        SetDimension(kvTraceScope, Dimensions::kInstalled, GetYesNoText(installed));
-        SetDimension(kvTraceScope, Dimensions::kModelName, GetTextOrUnknown(modelName));
-        SetDimension(kvTraceScope, Dimensions::kOSVersion, GetOSVersionText());
-        SendEvent(kvTraceScope, L"Feature", L"Examine", L"Swiftpost");
+    KV_OPERATION(operation, L"TrackSwiftpost");
+    operation.Report(kSingleCall, [&] {
+        operation.Set(Dimensions::kSelected, GetYesNoText(selected));
+        operation.Set(Dimensions::kInstalled, GetYesNoText(installed));
+        operation.Set(Dimensions::kModelName, GetTextOrUnknown(modelName));
+        operation.Set(Dimensions::kOSVersion, GetOSVersionText());
+        operation.Send(L"Feature", L"Examine", L"Swiftpost");
     });
 }
 
 void CAnalyticsEngine::TrackInstallResult(int resultCode, const std::wstring& modelName)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackInstallResult");
-    Report(kvTraceScope, L"TrackInstallResult", m_optedIn, m_started, kSingleCall, [&] {
-        SetDimension(kvTraceScope, Dimensions::kInstalled, GetResultText(resultCode));
-        SetDimension(kvTraceScope, Dimensions::kOSVersion, GetOSVersionText());
-        SetDimension(kvTraceScope, Dimensions::kModelName, GetTextOrUnknown(modelName));
-        SendEvent(kvTraceScope, L"Install", L"Examine", L"Result");
+    KV_OPERATION(operation, L"TrackInstallResult");
+    operation.Report(kSingleCall, [&] {
+        operation.Set(Dimensions::kInstalled, GetResultText(resultCode));
+        operation.Set(Dimensions::kOSVersion, GetOSVersionText());
+        operation.Set(Dimensions::kModelName, GetTextOrUnknown(modelName));
+        operation.Send(L"Install", L"Examine", L"Result");
     });
 }
 
 void CAnalyticsEngine::TrackLumoLink(const std::wstring& linkId, const std::wstring& modelName, int connectionKind,
                                      int networkKind)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::TrackLumoLink");
-    Report(kvTraceScope, L"TrackLumoLink", m_optedIn, m_started, kSingleCall, [&] {
-        SetDimension(kvTraceScope, Dimensions::kModelName, GetTextOrUnknown(modelName));
-        SetDimension(kvTraceScope, Dimensions::kConnectionType, GetConnectionTypeText(connectionKind, networkKind));
-        // The log names every link the same, whatever its id.
-        SendEvent(kvTraceScope, L"Link", L"Click", linkId, L"LumoLinkID");
+    KV_OPERATION(operation, L"TrackLumoLink");
+    operation.Report(kSingleCall, [&] {
+        operation.Set(Dimensions::kModelName, GetTextOrUnknown(modelName));
+        operation.Set(Dimensions::kConnectionType, GetConnectionTypeText(connectionKind, networkKind));
+        // The log has one name for all links.
+        operation.Send(L"Link", L"Click", linkId, L"LumoLinkID");
     });
 }
 
 bool CAnalyticsEngine::HasPendingRequests(std::list<std::wstring>& requests)
 {
-    KV_TRACE(L"KVAnalyticsReporting::CAnalyticsEngine::HasPendingRequests");
-    bool result = false;
-    CallGuarded(kvTraceScope, L"HasPendingRequests", [&] { result = GetGAClient().GetQueuedRequests(requests); });
-    return result;
+    KV_OPERATION(operation, L"HasPendingRequests");
+    return operation.Run([&] { return GetGAClient().GetQueuedRequests(requests); });
 }
 
 std::wstring CAnalyticsEngine::GetBatteryForAnalyticsReporting() const
@@ -389,7 +248,7 @@ std::wstring CAnalyticsEngine::GetBatteryForAnalyticsReporting() const
     std::wstring battery;
     try
     {
-        CBatteryQuery query; // out here, where a fault inside does not keep it from giving its objects back
+        CBatteryQuery query; // outside Run, since a fault inside would skip its destructor, which releases its objects
         const KVUtils::CStructuredExceptionScope translator;
         translator.Run([&] { battery = query.Run(); });
     }

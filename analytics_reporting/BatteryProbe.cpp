@@ -14,12 +14,12 @@ namespace KVAnalyticsReporting
 namespace
 {
 constexpr DWORD kProbeTimeoutMs = 10000;
-constexpr DWORD kTerminatedExitCode = WAIT_TIMEOUT;
+constexpr DWORD kTerminatedExitCode = WAIT_TIMEOUT; // says in a debugger why the thread ended; nothing else reads it
 
-std::wstring s_battery; // empty: no probe has ended yet
+std::wstring s_battery; // empty until a probe has ended
 
-// A missing function is no concern of this: its call fails. Each is found rather than its library loaded, since the
-// system may forward it to a library that is loaded only then.
+// A function that is missing is ignored here: its call fails later. The functions are looked up, and not only their
+// libraries loaded, since the system may forward a function to a library that only its look-up loads.
 void FindComFunctions() noexcept
 {
     for (const char* const name : {"CoInitializeEx", "CoUninitialize", "CoCreateInstance"})
@@ -45,10 +45,10 @@ unsigned AskEngine(const CAnalyticsEngine* engine)
 
 std::wstring ProbeBattery(const CAnalyticsEngine& engine)
 {
-    // Here, because a thread that is terminated inside a first load never releases the system's loader lock: every
-    // later load, and the end of the process, would wait for it.
+    // On this thread: one that is terminated inside a first load never releases the system's loader lock, for which
+    // every later load and the end of the process would wait.
     FindComFunctions();
-    // The thread only reads the engine; the facade, like the system, hands the argument on as a plain pointer.
+    // The thread only reads the engine; the facade, like the system, passes the argument as a plain pointer.
     void* argument = const_cast<CAnalyticsEngine*>(&engine);
     const KVWinApi::CUniqueKernelHandle thread(reinterpret_cast<HANDLE>(
         KVWinApi::g_kernelApi->BeginThreadEx(nullptr, 0, &RunBatteryProbe, argument, 0, nullptr)));

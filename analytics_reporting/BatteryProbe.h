@@ -10,24 +10,24 @@ class CAnalyticsEngine;
 enum BatteryProbeResult : unsigned
 {
     kBatteryProbeDone = 0,
-    kBatteryProbeWithoutCom = 10, // COM could not be initialised, nothing was asked
+    kBatteryProbeWithoutCom = 10, // COM could not be initialised, and the engine was not asked
     kBatteryProbeWithoutEngine = 1780,
 };
 
-/// Asks the engine whether the computer has a battery, on a thread of its own, and waits for it at most 10 seconds;
-/// after that the thread is terminated. Returns the newest answer that a probe of this process has brought: that of an
-/// earlier one when this one did not end in time, and the empty text when there is none.
+/// Asks the engine on a thread of its own whether the computer has a battery. Waits for that thread at most 10 seconds
+/// and then terminates it. Returns the latest answer of any probe of this process: that of an earlier one if this one
+/// did not end in time, and the empty text if no probe has ended.
 ///
 /// The COM functions that the thread calls are looked up before it starts, so that it is never terminated inside the
-/// first load of `ole32.dll` or `oleaut32.dll` and cannot take the system's loader lock with it. This does not cover
-/// what COM and WMI load themselves in `CoCreateInstance` and later (`wbemprox.dll`, `fastprox.dll` and others), and no
-/// other lock that the thread holds when it is terminated: the heap's, or that of a log module.
+/// first load of `ole32.dll` or `oleaut32.dll`, where it would keep the system's loader lock for ever. This covers
+/// neither what COM and WMI load themselves in `CoCreateInstance` and later (`wbemprox.dll`, `fastprox.dll` and others)
+/// nor any other lock that the thread holds when it is terminated: that of the heap or of a log module.
 ///
-/// Called from the engine's thread. The answer is kept in a process-wide text that only the probe's thread writes and
-/// that is read only after the wait, hence without a lock.
+/// Called from the engine's thread. The answer is a process-wide text, which only the probe's thread writes and which
+/// is read only after the wait, hence without a lock.
 std::wstring ProbeBattery(const CAnalyticsEngine& engine);
 
-/// The thread: initialises COM (apartment-threaded), asks, keeps the answer. engine: a CAnalyticsEngine, or null, with
-/// which nothing is asked.
+/// The thread's function: initialises COM (apartment-threaded), asks the engine and keeps its answer. engine: a
+/// CAnalyticsEngine, or null, in which case nothing is asked.
 unsigned __stdcall RunBatteryProbe(void* engine);
 } // namespace KVAnalyticsReporting

@@ -2,32 +2,16 @@
 
 #include "analytics_reporting/Dimensions.h"
 #include "utils/base/StructuredExceptionScope.h"
-#include "winapi/base/SystemLibraries.h"
+#include "winapi/base/Bstr.h"
 
 namespace KVAnalyticsReporting
 {
 namespace
 {
-using KVWinApi::g_oleAut32Dll;
-
 constexpr long kAnswerTimeoutMs = 10000;
 
-// Texts as COM wants them. No interface of the facade offers their functions.
-struct BstrTraits
-{
-    using Handle = BSTR;
-    static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle text) noexcept { KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text); }
-};
-using CUniqueBstr = KVWinApi::CUniqueHandle<BstrTraits>;
-
-CUniqueBstr MakeBstr(const wchar_t* text)
-{
-    return CUniqueBstr(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
-}
-
-// The owner gives the object up before its release, which may fault or throw: no object is released twice, and no
-// owner's function that must not throw is left by an exception.
+// The owner gives up the object before the release, which may fault or throw. So no object is released twice, and no
+// exception leaves a noexcept function of the owner.
 template <typename Interface> void ReleaseObject(KVWinApi::CUniqueComPointer<Interface>& object)
 {
     if (object.IsValid())
@@ -39,14 +23,14 @@ template <typename Interface> void ReleaseObject(KVWinApi::CUniqueComPointer<Int
 
 CBatteryQuery::~CBatteryQuery()
 {
-    while (HoldsObjects()) // each round gives back one object at least
+    while (HoldsObjects()) // each round releases at least one object
     {
         try
         {
             const KVUtils::CStructuredExceptionScope translator;
             translator.Run([this] { Release(); });
         }
-        catch (...) // the answer is known by now
+        catch (...) // without consequence: the answer is already known
         {
         }
     }
@@ -74,7 +58,7 @@ bool CBatteryQuery::CreateLocator()
 
 bool CBatteryQuery::ConnectToServer()
 {
-    const CUniqueBstr path = MakeBstr(L"\\\\.\\ROOT\\CIMV2");
+    const KVWinApi::CUniqueBstr path = KVWinApi::MakeBstr(L"\\\\.\\ROOT\\CIMV2");
     if (!path.IsValid())
     {
         return false;
@@ -88,8 +72,8 @@ bool CBatteryQuery::ConnectToServer()
 
 bool CBatteryQuery::ExecuteQuery()
 {
-    const CUniqueBstr language = MakeBstr(L"WQL");
-    const CUniqueBstr query = MakeBstr(L"SELECT * FROM Win32_Battery");
+    const KVWinApi::CUniqueBstr language = KVWinApi::MakeBstr(L"WQL");
+    const KVWinApi::CUniqueBstr query = KVWinApi::MakeBstr(L"SELECT * FROM Win32_Battery");
     if (!language.IsValid() || !query.IsValid())
     {
         return false;
@@ -111,7 +95,7 @@ std::wstring CBatteryQuery::GetAnswer()
     {
         return kUnknown;
     }
-    // Every other result counts, also the ones that say that there is none or that the time was over.
+    // Any other result is a success, including WBEM_S_FALSE (no battery) and WBEM_S_TIMEDOUT.
     return count == 0 ? L"No" : L"Yes";
 }
 

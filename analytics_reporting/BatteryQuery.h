@@ -10,20 +10,19 @@
 
 namespace KVAnalyticsReporting
 {
-/// The question to WMI whether the computer has a battery (class Win32_Battery). Used once, on a thread that has
-/// initialised COM.
+/// Asks WMI (class Win32_Battery) whether the computer has a battery. Used once, on a thread that has initialised COM.
 ///
 /// The COM objects are members rather than locals, so that the destructor releases what a fault in Run leaves behind.
 class CBatteryQuery
 {
 public:
     CBatteryQuery() = default;
-    /// Survives objects whose release faults.
+    /// Releases each object even if the release of a different one faults.
     ~CBatteryQuery();
     CBatteryQuery(const CBatteryQuery&) = delete;
     CBatteryQuery& operator=(const CBatteryQuery&) = delete;
 
-    /// "Yes", "No", or "Unknown" when any step failed. Waits at most 10 seconds for the answer.
+    /// "Yes", "No", or "Unknown" if any step failed. Waits at most 10 seconds for the answer.
     std::wstring Run();
 
 private:

@@ -1,24 +1,18 @@
 #include "analytics_reporting/ConnectionType.h"
 
+#include "device_manager/DeviceKinds.h"
+
 namespace KVAnalyticsReporting
 {
 namespace
 {
-constexpr int kUsb = 1;
-constexpr int kNetwork = 2;
-constexpr int kBluetooth = 4;
-constexpr int kAll = 7;
-
-constexpr int kWired = 1;
-constexpr int kWireless = 2;
-
 std::wstring GetNetworkText(int networkKind)
 {
     switch (networkKind)
     {
-    case kWired:
+    case KVDeviceManager::kNetworkWired:
         return L"Network-Wired";
-    case kWireless:
+    case KVDeviceManager::kNetworkWireless:
         return L"Network-Wireless";
     default:
         return L"Network";
@@ -30,13 +24,13 @@ std::wstring GetConnectionTypeText(int connectionKind, int networkKind)
 {
     switch (connectionKind)
     {
-    case kUsb:
+    case KVDeviceManager::kConnectionUsb:
         return L"USB";
-    case kNetwork:
+    case KVDeviceManager::kConnectionNetwork:
         return GetNetworkText(networkKind);
-    case kBluetooth:
+    case KVDeviceManager::kConnectionBluetooth:
         return L"Bluetooth";
-    case kAll:
+    case KVDeviceManager::kConnectionAll:
         return L"All";
     default:
         return L"Unknown";

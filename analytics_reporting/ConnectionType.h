@@ -4,10 +4,7 @@
 
 namespace KVAnalyticsReporting
 {
-/// The text that hits carry for a printer's connection: "USB", "Network", "Network-Wired", "Network-Wireless",
-/// "Bluetooth", "All" or "Unknown".
-///
-/// connectionKind: 1 USB, 2 network, 4 Bluetooth, 7 all, any other number unknown.
-/// networkKind: 1 wired, 2 wireless, any other number not told; counts for a network connection only.
+/// The text that hits carry for a printer's connection, as device_manager/DeviceKinds.h lists it. connectionKind: a
+/// KVDeviceManager::ConnectionKind; networkKind: a KVDeviceManager::NetworkKind, which counts for a network only.
 std::wstring GetConnectionTypeText(int connectionKind, int networkKind);
 } // namespace KVAnalyticsReporting

@@ -1,6 +1,6 @@
 #include "analytics_reporting/DimensionValues.h"
 
-#include "analytics_reporting/Dimensions.h"
+#include "device_manager/DeviceKinds.h"
 
 namespace KVAnalyticsReporting
 {
@@ -13,11 +13,11 @@ std::wstring GetResultText(int resultCode)
 {
     switch (resultCode)
     {
-    case 1:
+    case KVDeviceManager::kResultYes:
         return L"Yes";
-    case 2:
+    case KVDeviceManager::kResultNo:
         return L"No";
-    case 3:
+    case KVDeviceManager::kResultCancelled:
         return L"Cancelled";
     default:
         return kUnknown;
@@ -28,23 +28,23 @@ std::wstring GetWirelessSetupText(int kind)
 {
     switch (kind)
     {
-    case 1:
+    case KVDeviceManager::kSetupAlreadyOnNetwork:
         return L"AlreadyOnNetwork";
-    case 2:
+    case KVDeviceManager::kSetupAwc:
         return L"AWC";
-    case 3:
+    case KVDeviceManager::kSetupUsbSow:
         return L"USBSOW";
-    case 4:
+    case KVDeviceManager::kSetupFpSow:
         return L"FPSOW";
-    case 5:
+    case KVDeviceManager::kSetupUsbToWireless:
         return L"USBToWireless";
-    case 6:
+    case KVDeviceManager::kSetupReconfigureUsb:
         return L"Reconfigure_USB";
-    case 7:
+    case KVDeviceManager::kSetupReconfigureFp:
         return L"Reconfigure_FP";
-    case 8:
+    case KVDeviceManager::kSetupUsbPlusWifi:
         return L"USBPlusWifi";
-    case 9:
+    case KVDeviceManager::kSetupWirelessDirect:
         return L"WirelessDirect";
     default:
         return kUnknown;
@@ -56,9 +56,9 @@ std::wstring GetTextOrUnknown(const std::wstring& text)
     return text.empty() ? kUnknown : text;
 }
 
-std::wstring GetPropertyOrUnknown(const PrinterProperties& record, std::uint32_t dimension)
+std::wstring GetPropertyOrUnknown(const PrinterProperties& record, const Dimension& dimension)
 {
-    const auto found = record.find(dimension);
+    const auto found = record.find(dimension.number);
     return found == record.end() ? kUnknown : GetTextOrUnknown(found->second);
 }
 } // namespace KVAnalyticsReporting

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "analytics_reporting/Dimensions.h"
 #include "analytics_reporting/PrinterProperties.h"
 
 namespace KVAnalyticsReporting
@@ -10,15 +10,15 @@ namespace KVAnalyticsReporting
 /// "Yes" or "No".
 std::wstring GetYesNoText(bool value);
 
-/// The result of something: 1 "Yes", 2 "No", 3 "Cancelled", any other number "Unknown".
+/// The text that hits carry for a KVDeviceManager::ResultKind.
 std::wstring GetResultText(int resultCode);
 
-/// How a wireless set-up was done; the numbers and texts are listed at IAnalyticsEngine::TrackWirelessSetup.
+/// The text that hits carry for a KVDeviceManager::WirelessSetupKind.
 std::wstring GetWirelessSetupText(int kind);
 
 /// The text, or "Unknown" for an empty one.
 std::wstring GetTextOrUnknown(const std::wstring& text);
 
-/// What the record says, or "Unknown" when it does not say or says nothing.
-std::wstring GetPropertyOrUnknown(const PrinterProperties& record, std::uint32_t dimension);
+/// The record's value for the dimension, or "Unknown" if the record has none or an empty one.
+std::wstring GetPropertyOrUnknown(const PrinterProperties& record, const Dimension& dimension);
 } // namespace KVAnalyticsReporting

@@ -7,23 +7,32 @@ namespace KVAnalyticsReporting
 /// The value of a fact that is not known.
 constexpr wchar_t kUnknown[] = L"Unknown";
 
-/// The custom dimensions that the engine sets, by their numbers on the collection host. Each comment names the values.
+/// A custom dimension of the collection host.
+struct Dimension
+{
+    std::uint32_t number;
+    const wchar_t* name; ///< in the log
+};
+
+/// The custom dimensions that the engine sets. Each comment names the values.
 namespace Dimensions
 {
-constexpr std::uint32_t kModelName = 1;             ///< of a printer, or "Unknown"
-constexpr std::uint32_t kManufacturer = 2;          ///< of a printer, or "Unknown"
-constexpr std::uint32_t kConnectionType = 3;        ///< GetConnectionTypeText
-constexpr std::uint32_t kDriverType = 4;            ///< "V3", "V4" or "Unknown"
-constexpr std::uint32_t kDriverVersion = 5;         ///< as the driver says it, or "Unknown"
-constexpr std::uint32_t kCount = 6;                 ///< number of printers, decimal
-constexpr std::uint32_t kProcessorArchitecture = 8; ///< GetProcessorArchitectureText
-constexpr std::uint32_t kBattery = 9;               ///< "Yes", "No" or "Unknown"
-constexpr std::uint32_t kOSVersion = 10;            ///< GetOSVersionText
-constexpr std::uint32_t kInstalled = 12;            ///< "Yes", "No", "Cancelled" or "Unknown"
-constexpr std::uint32_t kSelected = 13;             ///< "Yes" or "No", or the kind of a wireless set-up
-constexpr std::uint32_t kEnabled = 14;              ///< "Yes" or "No", or the result of a wireless set-up
+constexpr Dimension kModelName = {1, L"ModelName"};                         ///< of a printer, or "Unknown"
+constexpr Dimension kManufacturer = {2, L"Manufacturer"};                   ///< of a printer, or "Unknown"
+constexpr Dimension kConnectionType = {3, L"ConnectionType"};               ///< GetConnectionTypeText
+constexpr Dimension kDriverType = {4, L"DriverType"};                       ///< "V3", "V4" or "Unknown"
+constexpr Dimension kDriverVersion = {5, L"DriverVersion"};                 ///< the driver maker's, or "Unknown"
+constexpr Dimension kCount = {6, L"Count"};                                 ///< number of printers, decimal
+constexpr Dimension kProcessorArchitecture = {8, L"ProcessorArchitecture"}; ///< GetProcessorArchitectureText
+constexpr Dimension kBattery = {9, L"Battery"};                             ///< ProbeBattery
+constexpr Dimension kOSVersion = {10, L"OSVersion"};                        ///< GetOSVersionText
+constexpr Dimension kInstalled = {12, L"Installed"};                        ///< GetResultText
+constexpr Dimension kSelected = {13, L"Selected"};                          ///< GetYesNoText or GetWirelessSetupText
+constexpr Dimension kEnabled = {14, L"Enabled"};                            ///< GetYesNoText or GetResultText
 
-/// What the log calls a dimension: its constant's name without the k.
-const wchar_t* GetName(std::uint32_t dimension);
+/// All of the above.
+constexpr Dimension kAll[] = {
+    kModelName, kManufacturer, kConnectionType, kDriverType, kDriverVersion, kCount, kProcessorArchitecture,
+    kBattery,   kOSVersion,    kInstalled,      kSelected,   kEnabled};
 } // namespace Dimensions
 } // namespace KVAnalyticsReporting

@@ -17,14 +17,15 @@ namespace
 {
 KV_TRACE_SOURCE(g_logModule, L"DriverFacts.cpp");
 
-// Deliberate: this control set by its number, not the current one, which may be another. DriverFactsTests hold it.
+// Deliberate: this control set by its number, and not the current one, which may be different. Values from there would
+// not compare with those reported so far.
 constexpr wchar_t kEnvironmentsKey[] = L"System\\ControlSet001\\Control\\Print\\Environments\\";
 
 constexpr const wchar_t* kVersionFolders[] = {L"Version-3\\", L"Version-4\\"};
 
 constexpr std::size_t kVersionTextLength = 260; // characters, with or without a terminating zero
 
-// The spooler's name of the machine's architecture; null for one that it does not know.
+// The spooler's name of the machine's architecture, null if it has none.
 const wchar_t* GetEnvironment()
 {
     switch (KVUtils::GetNativeProcessorArchitecture())
@@ -35,7 +36,7 @@ const wchar_t* GetEnvironment()
         return L"Windows IA64\\";
     case PROCESSOR_ARCHITECTURE_INTEL:
     case PROCESSOR_ARCHITECTURE_ARM:
-        // Deliberate: ARM counts as x86, and for both the architecture is asked a second time.
+        // Deliberate: ARM counts as x86, and both are asked a second time, so that values compare with those so far.
         return KVUtils::GetNativeProcessorArchitecture() == PROCESSOR_ARCHITECTURE_AMD64 ? L"Windows x64\\"
                                                                                          : L"Windows NT x86\\";
     default:
@@ -43,7 +44,7 @@ const wchar_t* GetEnvironment()
     }
 }
 
-// Reads one fact from a driver's key; nothing when the key does not tell it.
+// Reads one fact from a driver's key; nothing if the key does not have it.
 using FactReader = std::optional<std::wstring> (*)(HKEY driverKey);
 
 std::optional<std::wstring> ReadType(HKEY driverKey)
@@ -79,7 +80,7 @@ std::optional<std::wstring> ReadVersion(HKEY driverKey)
     {
         return std::nullopt;
     }
-    // The registry does not promise a terminating zero, and keeps what stands behind one.
+    // The registry guarantees no terminating zero, and keeps what follows one.
     const std::size_t length = std::min<std::size_t>(byteCount, sizeof(text)) / sizeof(wchar_t);
     const std::wstring_view stored(text, length);
     return std::wstring(stored.substr(0, stored.find(L'\0')));

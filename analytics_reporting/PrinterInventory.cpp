@@ -20,13 +20,10 @@ KV_TRACE_SOURCE(g_logModule, L"PrinterInventory.cpp");
 
 constexpr wchar_t kPnPKey[] = L"PnPData";
 
-constexpr int kNetworkConnection = 2; // of IDevice::GetConnectionKind
-constexpr int kNetworkNotTold = 0;    // of INetworkDevice::GetNetworkKind
-
-// What driver names end with that is not of the model, in the order in which it is looked for.
+// Endings of driver names that are not part of the model, in the order of the search.
 constexpr const wchar_t* kDriverSuffixes[] = {L" PCL Class", L" PS Class", L" Class Driver", L" Class", L" Driver"};
 
-// Empty when the printer has no such text.
+// Empty if the printer has no such text.
 std::wstring GetPnPText(const std::wstring& printerName, const wchar_t* valueName)
 {
     std::wstring text;
@@ -35,7 +32,7 @@ std::wstring GetPnPText(const std::wstring& printerName, const wchar_t* valueNam
     return SUCCEEDED(result) ? text : std::wstring();
 }
 
-// Empty when the spooler does not tell.
+// Empty if the spooler does not report it.
 std::wstring GetDriverName(const std::wstring& printerName)
 {
     std::wstring driverName;
@@ -50,7 +47,7 @@ std::wstring GetModelName(const std::wstring& driverName)
     {
         if (KVUtils::EndsWith(name, suffix))
         {
-            // Deliberate: not at the end only, wherever the name has it.
+            // Deliberate: removed wherever it occurs, not only at the end, so that models keep their known names.
             return KVUtils::ReplaceAll(name, suffix, L"");
         }
     }
@@ -65,13 +62,16 @@ std::wstring GetInstalledConnectionType(const std::wstring& deviceInstanceId)
 std::wstring GetDeviceConnectionType(const KVDeviceManager::IDevice& device)
 {
     const int connectionKind = device.GetConnectionKind();
-    if (connectionKind != kNetworkConnection)
+    if (connectionKind != KVDeviceManager::kConnectionNetwork)
     {
-        return GetConnectionTypeText(connectionKind, kNetworkNotTold);
+        return GetConnectionTypeText(connectionKind, KVDeviceManager::kNetworkUnknown);
     }
     const auto* const networkDevice = dynamic_cast<const KVDeviceManager::INetworkDevice*>(&device);
-    return GetConnectionTypeText(connectionKind,
-                                 networkDevice != nullptr ? networkDevice->GetNetworkKind() : kNetworkNotTold);
+    if (networkDevice == nullptr)
+    {
+        return GetConnectionTypeText(connectionKind, KVDeviceManager::kNetworkUnknown);
+    }
+    return GetConnectionTypeText(connectionKind, networkDevice->GetNetworkKind());
 }
 } // namespace
 
@@ -85,11 +85,13 @@ PrinterProperties BuildInstalledPrinterRecord(const std::wstring& printerName)
         return record;
     }
     const std::wstring driverName = GetDriverName(printerName);
-    record[Dimensions::kModelName] = GetTextOrUnknown(GetModelName(driverName));
-    record[Dimensions::kManufacturer] = GetTextOrUnknown(GetPnPText(printerName, L"Manufacturer"));
-    record[Dimensions::kConnectionType] = GetInstalledConnectionType(deviceInstanceId);
-    record[Dimensions::kDriverType] = driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverType(driverName));
-    record[Dimensions::kDriverVersion] = driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverVersion(driverName));
+    record[Dimensions::kModelName.number] = GetTextOrUnknown(GetModelName(driverName));
+    record[Dimensions::kManufacturer.number] = GetTextOrUnknown(GetPnPText(printerName, L"Manufacturer"));
+    record[Dimensions::kConnectionType.number] = GetInstalledConnectionType(deviceInstanceId);
+    record[Dimensions::kDriverType.number] =
+        driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverType(driverName));
+    record[Dimensions::kDriverVersion.number] =
+        driverName.empty() ? kUnknown : GetTextOrUnknown(GetDriverVersion(driverName));
     return record;
 }
 
@@ -116,8 +118,8 @@ PrinterProperties BuildDevicePrinterRecord(const KVDeviceManager::IDevice& devic
 {
     KV_TRACE(L"KVAnalyticsReporting::BuildDevicePrinterRecord");
     PrinterProperties record;
-    record[Dimensions::kModelName] = GetTextOrUnknown(device.GetModelName());
-    record[Dimensions::kConnectionType] = GetDeviceConnectionType(device);
+    record[Dimensions::kModelName.number] = GetTextOrUnknown(device.GetModelName());
+    record[Dimensions::kConnectionType.number] = GetDeviceConnectionType(device);
     return record;
 }
 

@@ -6,7 +6,7 @@
 
 namespace KVAnalyticsReporting
 {
-/// What is known of one printer: custom dimension (Dimensions.h, kModelName to kDriverVersion) to value. A missing key
-/// and an empty value both mean that the fact is not known.
+/// The record of one printer: maps the number of a custom dimension (Dimensions.h, kModelName to kDriverVersion) to its
+/// value. A missing key and an empty value both mean that the fact is not known.
 using PrinterProperties = std::map<std::uint32_t, std::wstring>;
 } // namespace KVAnalyticsReporting

@@ -4,7 +4,7 @@
 
 namespace KVAnalyticsReporting
 {
-/// Through which the engine and the program that uses it log. Without a name of its own: in the log settings it is the
-/// program, by the name of its file without extension.
+/// The log module of the engine and of the program that uses it. It has no name of its own: the log settings name it
+/// like the program's file, without extension.
 extern KVLogging::CLogModule g_logModule;
 } // namespace KVAnalyticsReporting

@@ -12,12 +12,12 @@ namespace KVAnalyticsReporting
 {
 namespace
 {
-constexpr DWORD kLongestPath = 32768; // characters; what the system can give, its terminating zero included
+constexpr DWORD kLongestPath = 32768; // characters of the longest path of the system, with its terminating zero
 
-// Empty when the system does not tell.
+// Empty if the system does not report it.
 std::wstring GetPathOfProgram()
 {
-    // A path that fits is the rule; the result is the whole size exactly when it was cut.
+    // Most paths fit. The result equals the size of the buffer only if the path was cut.
     std::wstring path(MAX_PATH, L'\0');
     DWORD length = KVWinApi::g_kernelApi->GetModuleFileNameW(nullptr, path.data(), MAX_PATH);
     if (length >= MAX_PATH)

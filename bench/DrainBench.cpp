@@ -20,11 +20,11 @@ constexpr wchar_t kHit[] = L"/collect?v=1&z=1234567890&ul=en-us&de=UTF-8&je=0&sd
 class Tracker : public GAClient::CSyncRequestTracker
 {
 public:
-    // Without an application's name there is no queue file.
+    // Without an application name the client has no queue file.
     Tracker() : CSyncRequestTracker(L"", L"", false) {}
 };
 
-// False when a hit could not be delivered.
+// False if a hit was not delivered.
 bool DrainQueue()
 {
     Tracker tracker;
@@ -68,8 +68,8 @@ bool PostAllBare()
 }
 } // namespace
 
-// kv_bench_drain PAIRS: sending 500 queued hits against a bare loop of the same WinINet calls. Ends with 1 when one of
-// them was not accepted.
+// kv_bench_drain PAIRS: sending 500 queued hits against a bare loop of the same WinINet calls. Ends with 1 if one of
+// them is not accepted.
 int wmain(int argc, wchar_t** argv)
 {
     bool allSent = true;

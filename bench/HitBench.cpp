@@ -13,7 +13,7 @@
 
 namespace
 {
-constexpr int kHits = 100; // few, so that a pair is seldom interrupted
+constexpr int kHits = 100; // few, so that a pair is rarely interrupted
 
 const GAClient::ClientInfo& Info()
 {
@@ -34,7 +34,7 @@ const std::wstring& ClientId()
     return s_id;
 }
 
-// The parameters of a finished hit, cut where a program that appends would append.
+// The parameters of a finished hit, split into the parts that a program would append one by one.
 std::vector<std::wstring> PartsOf(const std::wstring& hit)
 {
     std::vector<std::wstring> parts(1);

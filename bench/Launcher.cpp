@@ -33,7 +33,7 @@ void Run(const std::wstring& commandLine, DWORD expected)
     ExpectExitCode(child.WaitForExit(kLongestRunMs).value_or(STILL_ACTIVE), expected);
 }
 
-// Bytes. Asked for while the program runs: not every system remembers it afterwards.
+// Bytes. Read while the program runs: not every system reports it afterwards.
 std::size_t PeakWorkingSetOf(const std::wstring& commandLine, DWORD expected)
 {
     const KVTest::ChildProcess child(commandLine);
@@ -71,10 +71,10 @@ void CompareMemory(const char* row, int pairs, DWORD exitCode, const std::wstrin
 void ListModules(const char* row, DWORD exitCode, const std::wstring& program)
 {
     const KVTest::LoadedModules run = KVTest::RunAndListModules(program, kLongestRunMs);
-    ExpectExitCode(run.ExitCode, exitCode);
+    ExpectExitCode(run.exitCode, exitCode);
     std::printf("{\"row\": \"%s\", \"modules\": [", row);
     const char* separator = "";
-    for (const std::wstring& name : run.Names)
+    for (const std::wstring& name : run.names)
     {
         std::printf("%s\"%ls\"", separator, name.c_str());
         separator = ", ";
@@ -118,9 +118,9 @@ int Main(int argc, wchar_t** argv)
 
 // kv_bench_launcher times ROW EXITCODE PROGRAM FLOOR PAIRS: how long the two programs take from CreateProcess to their
 // end. kv_bench_launcher memory ROW EXITCODE PROGRAM FLOOR PAIRS: the peak of their working sets, in bytes.
-// kv_bench_launcher modules ROW EXITCODE PROGRAM: what the program loads.
-// PROGRAM and FLOOR are command lines, EXITCODE is what the program must end with; the floor must end with 0. Prints a
-// line of JSON for a row. Ends with 1 when a program misbehaves, with 2 when it is called wrongly.
+// kv_bench_launcher modules ROW EXITCODE PROGRAM: the DLLs that the program loads.
+// PROGRAM and FLOOR are command lines; the program must end with EXITCODE and the floor with 0. Prints a line of JSON
+// for a row. Ends with 1 if a program misbehaves, with 2 if the arguments are wrong.
 int wmain(int argc, wchar_t** argv)
 {
     try

@@ -20,8 +20,8 @@ template <typename Work> double Time(const Work& work)
     return static_cast<double>(end.QuadPart - start.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart);
 }
 
-/// Runs what is measured and its floor in turn, once without looking and then `pairs` times, and prints the times as a
-/// line of JSON. The one that goes first changes from pair to pair, so that neither always finds what the other left.
+/// Runs what is measured and its floor in turn, once unmeasured and then `pairs` times, and prints the times as a line
+/// of JSON. They take turns at running first, so that caches favour neither.
 template <typename Measured, typename Floor>
 void ComparePairs(const char* row, int pairs, const Measured& measured, const Floor& floor)
 {
@@ -38,7 +38,7 @@ void ComparePairs(const char* row, int pairs, const Measured& measured, const Fl
     std::printf("]}\n");
 }
 
-/// The number of pairs that the command line asks for.
+/// The number of pairs given on the command line.
 inline int PairsOf(int argc, wchar_t** argv)
 {
     return argc > 1 ? static_cast<int>(std::wcstol(argv[1], nullptr, 10)) : 15;

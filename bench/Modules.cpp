@@ -4,7 +4,7 @@
 
 namespace
 {
-constexpr DWORD kLookedAtMs = 50; // long enough for who watches its working set
+constexpr DWORD kLookedAtMs = 50; // long enough to read its working set
 } // namespace
 
 // kv_bench_modules DLL...: an otherwise empty program that loads these.

@@ -12,18 +12,18 @@ namespace
 constexpr wchar_t kApplication[] = L"QueueFileBench";
 constexpr wchar_t kVersion[] = L"1.0";
 constexpr std::int32_t kLimit = 500;        // the queue's own
-constexpr std::size_t kFileBytes = 1048576; // from which on a queue file takes nothing up
+constexpr std::size_t kFileBytes = 1048576; // nothing is appended to a queue file of this size
 constexpr std::size_t kLineBytes = kFileBytes / kLimit;
 
 std::list<std::wstring> FullQueue()
 {
-    // One line more than an even share each, so that the file is full to the last byte but a few.
+    // Each line with its end has an even share, so that the file is full except for a few bytes.
     return std::list<std::wstring>(kLimit, L"/collect?" + std::wstring(kLineBytes - 10, L'a'));
 }
 
 bool SaveAndLoad(const std::list<std::wstring>& queue)
 {
-    GAClient::CRequestQueueFile file(kApplication, kVersion); // a new one, as each process has
+    GAClient::CRequestQueueFile file(kApplication, kVersion); // a new object, as in each process
     std::list<std::wstring> loaded;
     const bool saved = file.Save(queue);
     file.Load(loaded, kLimit);
@@ -48,7 +48,7 @@ bool WriteAndReadBare(const std::wstring& path, const std::string& bytes, std::s
 } // namespace
 
 // kv_bench_queue PAIRS: saving and loading a full queue file, against writing and reading the same bytes. Ends with 1
-// when a hit got lost.
+// if a hit is lost.
 int wmain(int argc, wchar_t** argv)
 {
     const std::list<std::wstring> queue = FullQueue();

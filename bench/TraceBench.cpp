@@ -23,7 +23,7 @@ void OpenScope()
     KV_TRACE(L"KVBench::CTraceBench::OpenScope");
 }
 
-// The system calls that two enable tests cannot do without, and the scope's start time.
+// The system calls that two enable tests need, and that for the scope's start time.
 class BareEnableTest
 {
 public:
@@ -62,7 +62,7 @@ private:
 
 void CompareScopes(int pairs)
 {
-    constexpr int kScopes = 20; // few, so that a pair is seldom interrupted
+    constexpr int kScopes = 20; // few, so that a pair is rarely interrupted
     BareEnableTest bare;
     KVBench::ComparePairs(
         "c", pairs,
@@ -97,8 +97,8 @@ void WriteBare(const std::wstring& path, const std::string& bytes)
     ::CloseHandle(file);
 }
 
-// The same while holding, one after the other, the two mutexes without which the modules of a process cannot share
-// settings and files.
+// The same while holding, one after the other, the two mutexes that the modules of a process need to share settings and
+// files.
 class BareLockedWriter
 {
 public:
@@ -154,7 +154,7 @@ void CompareLines(int pairs)
     const std::uint64_t before = SizeOf(path);
     log();
     const std::string bytes(SizeOf(path) - before, 'x');
-    // In lower case as the log knows its own: a file system may have to look for such a name.
+    // In lower case like the log's own name: a file system may have to search for it.
     std::wstring barePath = folder.PathOf(L"bare.log");
     std::transform(barePath.begin(), barePath.end(), barePath.begin(), &KVUtils::ToLowerAscii);
     KVBench::ComparePairs("d", pairs, logLines, [&] {

@@ -1,4 +1,4 @@
-# kv_build_options: how every target of the project is compiled and linked; linked PRIVATE.
+# kv_build_options: how every target of the project is compiled and linked. Targets link it PRIVATE.
 
 add_library(kv_build_options INTERFACE)
 
@@ -12,8 +12,8 @@ target_compile_definitions(kv_build_options INTERFACE
     _WIN32_WINNT=0x0601
     PSAPI_VERSION=1 # otherwise psapi.h renames four operations of the facade
 )
-# <windows.h> brings the processor's vector functions along, which nobody here uses and which are more text than the rest of
-# it. What keeps their headers from being read twice keeps them from being read at all.
+# <windows.h> includes the headers of the processor's vector functions, which are larger than the rest of it and which
+# nothing here uses. Defining their include guards skips them.
 target_compile_definitions(kv_build_options INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:_X86INTRIN_H_INCLUDED>
     $<$<CXX_COMPILER_ID:Clang>:__X86INTRIN_H>
@@ -25,7 +25,7 @@ set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 if(MSVC)
     target_compile_options(kv_build_options INTERFACE
         /W4 /WX /permissive- /utf-8
-        /EHa # structured exceptions reach the translator, and destructors run on their way
+        /EHa # structured exceptions reach the translator, and destructors run during the unwinding
         /wd4996 # "deprecated": system functions that the facade wraps, runtime functions that tests provoke
         /guard:cf
         /Brepro
@@ -35,26 +35,26 @@ else()
     target_compile_options(kv_build_options INTERFACE
         $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
         -Wcast-qual -Woverloaded-virtual -Wformat=2 -Wundef -Werror>
-        # No path of the build machine in the image, and the same image from every checkout.
+        # The image contains no path of the build machine and is the same from every checkout.
         $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=.>
         $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong -ffunction-sections -fdata-sections>
     )
     target_compile_definitions(kv_build_options INTERFACE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
     target_link_options(kv_build_options INTERFACE
         -static
-        -fstack-protector-strong # brings in the library behind it
+        -fstack-protector-strong # links libssp
         -Wl,--dynamicbase,--high-entropy-va,--nxcompat
         -Wl,--no-insert-timestamp
         -Wl,--gc-sections
         $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:KV_SEPARATE_SYMBOLS>>>>:-s>
     )
-    # winapi/base/StackGuard.cpp, for programs only: a library leaves the choice to the program that links it.
+    # winapi/base/StackGuard.cpp, for programs only: a library leaves this choice to the program that links it.
     target_sources(kv_build_options INTERFACE
         $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:kv_stack_guard>>)
 endif()
 
-# kv_debug_symbols: what is delivered is compiled with debug information, linked PRIVATE. The libraries lose it when they
-# are installed, and the program by kv_separate_symbols.
+# kv_debug_symbols: debug information in the configuration Release. Delivered targets link it PRIVATE. Libraries lose it
+# when they are installed, the program by kv_separate_symbols.
 add_library(kv_debug_symbols INTERFACE)
 if(MSVC)
     target_compile_options(kv_debug_symbols INTERFACE $<$<CONFIG:Release>:/Z7>)
@@ -76,11 +76,11 @@ endif()
 
 # kv_separate_symbols(TARGET)
 #
-# Leaves the program in the configuration Release as it is delivered, without symbols, and puts these beside it: into
-# TARGET.exe.debug, which the program names with a check sum, or TARGET.pdb.
+# In the configuration Release, moves the symbols of the program TARGET into a file beside it: TARGET.exe.debug, which
+# the program names together with its check sum, or TARGET.pdb.
 function(kv_separate_symbols target)
     if(MSVC)
-        # /DEBUG alone would keep unused code. The program names the file without its folder.
+        # /DEBUG alone would keep unused code. /PDBALTPATH makes the program name the file without its folder.
         target_link_options(${target} PRIVATE
             $<$<CONFIG:Release>:/DEBUG /OPT:REF /OPT:ICF /INCREMENTAL:NO /PDBALTPATH:%_PDB%>)
         return()
@@ -88,7 +88,8 @@ function(kv_separate_symbols target)
     set(symbols $<TARGET_FILE_NAME:${target}>.debug)
     set_target_properties(${target} PROPERTIES KV_SEPARATE_SYMBOLS ON)
     if(CMAKE_BUILD_TYPE STREQUAL "Release")
-        # --preserve-dates keeps the image's own time stamp, which is none; without it each build is another.
+        # --preserve-dates keeps the image's zero time stamp. Without it objcopy writes the current time, and no two
+        # builds are equal.
         add_custom_command(TARGET ${target} POST_BUILD
             COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols}
             COMMAND ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols}
@@ -102,7 +103,7 @@ endfunction()
 set(KV_CLANG_TIDY_COMMAND "")
 if(KV_CLANG_TIDY)
     find_program(KV_CLANG_TIDY_PROGRAM clang-tidy REQUIRED)
-    # clang does not know where the cross compiler keeps its standard library.
+    # clang does not know the include folders of the cross compiler.
     execute_process(
         COMMAND ${CMAKE_CXX_COMPILER} -E -x c++ -v /dev/null
         OUTPUT_QUIET ERROR_VARIABLE compilerOutput COMMAND_ERROR_IS_FATAL ANY)
@@ -111,14 +112,14 @@ if(KV_CLANG_TIDY)
         --extra-arg=--target=x86_64-w64-mingw32 --extra-arg=-Wno-unknown-warning-option --extra-arg=-D__X86INTRIN_H)
     foreach(folder IN LISTS includeFolders)
         string(STRIP "${folder}" folder)
-        # The compiler's own headers hold its intrinsics, which clang replaces by its own.
+        # Without the folders of g++'s intrinsics, for which clang has headers of its own.
         if(IS_DIRECTORY "${folder}" AND NOT folder MATCHES "/lib/gcc/[^/]+/[^/]+/include(-fixed)?$")
             list(APPEND KV_CLANG_TIDY_COMMAND --extra-arg=-isystem${folder})
         endif()
     endforeach()
 endif()
 
-# The tests' share is the larger one, more than a check has time for: a preset of its own asks for it.
+# clang-tidy takes too long on the tests for ./check, so a preset of its own sets it.
 set(KV_TEST_CLANG_TIDY_COMMAND "")
 if(KV_CLANG_TIDY_TESTS)
     set(KV_TEST_CLANG_TIDY_COMMAND "${KV_CLANG_TIDY_COMMAND}")

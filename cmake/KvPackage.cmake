@@ -1,9 +1,9 @@
-# What is installed and packed. Two components:
+# Installation and archives, in two components:
 #
 #   development  the package KVAnalytics for find_package: headers, static libraries, their guide and examples
-#   program      the proxy as it goes into a product folder, with sample settings, documents and debug symbols
+#   program      the proxy as it is unpacked into a product folder, with sample settings, documents and debug symbols
 #
-# cmake --install installs both, or one with --component; cpack makes a zip of each.
+# cmake --install installs both, or one with --component. cpack makes a zip of each.
 
 if(KV_CHECKED OR KV_COVERAGE)
     return() # see the top CMakeLists.txt: these are not installed
@@ -24,14 +24,14 @@ endif()
 configure_package_config_file(cmake/KVAnalyticsConfig.cmake.in KVAnalyticsConfig.cmake
     INSTALL_DESTINATION ${KV_PACKAGE_FOLDER}
     NO_SET_AND_CHECK_MACRO)
-# A new major version may change or remove what there is, any other version only adds.
+# A new major version may change or remove anything; any other version only adds.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(EXPORT KVAnalyticsTargets NAMESPACE KV:: DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/KVAnalyticsConfig.cmake ${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake
     DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
 
 if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
-    # Debug information, which names paths of the build machine, is for the program's symbol file only.
+    # Debug information names paths of the build machine. Only the symbol file of the program keeps it.
     install(CODE "
         file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
         execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
@@ -39,7 +39,7 @@ if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
         COMPONENT development)
 endif()
 
-# The guide and the examples stand beside each other as they do in this tree, so that the guide's links lead somewhere.
+# The folders are side by side as in this tree, so that the guide's links to the examples work.
 install(FILES
     docs/events.md
     docs/logging.md
@@ -72,7 +72,7 @@ install(FILES
     docs/request-queue.md
     docs/security.md
     DESTINATION docs COMPONENT program)
-# What people open by a double click has the line ends of Windows.
+# Texts that people open by a double click get the line ends of Windows.
 function(kv_install_text file name folder)
     configure_file(packaging/${file} ${PROJECT_BINARY_DIR}/packaging/${name} @ONLY NEWLINE_STYLE CRLF)
     install(FILES ${PROJECT_BINARY_DIR}/packaging/${name} DESTINATION ${folder} COMPONENT program)
@@ -88,9 +88,9 @@ set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VENDOR ${KV_COMPANY_NAME})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_COMPONENTS_ALL program development)
-set(CPACK_COMPONENTS_GROUPING IGNORE) # a zip for each
+set(CPACK_COMPONENTS_GROUPING IGNORE) # a zip for each component
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF) # unpacked into the product folder, or any prefix
+set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF) # unpacked into the product folder or any prefix
 set(CPACK_ARCHIVE_PROGRAM_FILE_NAME KVAnalyticsProxy-${PROJECT_VERSION}-x64)
 set(CPACK_ARCHIVE_DEVELOPMENT_FILE_NAME KVAnalytics-${PROJECT_VERSION}-x64-${KV_PACKAGE_COMPILER})
 set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-x64)

@@ -1,5 +1,5 @@
-# The target kv_reference: the reference of the public headers, in HTML, below the build tree (reference/html). Doxygen is
-# looked for when the target is built: nothing else needs it.
+# The target kv_reference makes the reference of the public headers, in HTML, in reference/html of the build tree. Only
+# this target needs doxygen, so configuring does not look for it.
 
 get_property(KV_REFERENCE_INPUT GLOBAL PROPERTY KV_PUBLIC_HEADERS)
 list(TRANSFORM KV_REFERENCE_INPUT REPLACE "(.+)" "\"\\1\"")

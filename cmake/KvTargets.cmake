@@ -2,24 +2,25 @@
 #
 # Defines the static library kv_NAME with the alias KV::NAME. Includes are written from the repository root. Each header
 # is proven to compile alone: by its source, which includes it first (the test style_own_header_comes_first), or else by
-# the target all_verify_interface_header_sets. The test package_headers shows that what is installed is complete.
+# the target all_verify_interface_header_sets. The test package_headers compiles the installed headers alone.
 #
-# HEADERS are what other programs may include, and what those headers include themselves: they are installed. A library
-# that has such headers is part of the package of KvPackage.cmake, under the same name KV::NAME. INTERNAL_HEADERS are for
-# this tree only. APART names sources that cannot be compiled as one with others.
+# HEADERS are installed: the headers that other programs may include, and the headers that these include. A library with
+# HEADERS is part of the package of KvPackage.cmake, under the same name KV::NAME. INTERNAL_HEADERS are for this tree
+# only. APART names sources that cannot be compiled as one with others.
 function(kv_add_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;APART;HEADERS;INTERNAL_HEADERS;LINK")
     set(target kv_${name})
-    set(sources ${arg_SOURCES})
-    if(KV_CHECKED)
-        # What is delivered is compiled file by file, so that a program links only what it uses.
-        kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES} APART ${arg_APART})
+    kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES} APART ${arg_APART})
+    if(NOT KV_CHECKED)
+        # Delivered libraries are compiled file by file, so that a program links only what it uses.
+        set(sources ${arg_SOURCES})
     endif()
     add_library(${target} STATIC ${sources})
     add_library(KV::${name} ALIAS ${target})
     target_compile_features(${target} PUBLIC cxx_std_20)
     target_link_libraries(${target} PUBLIC ${arg_LINK} PRIVATE kv_build_options kv_debug_symbols)
-    # A static library would hand on what it links privately. How a program is compiled and linked is up to the program.
+    # CMake passes the PRIVATE dependencies of a static library on as LINK_ONLY. The build options must not reach the
+    # programs that link the library.
     set_target_properties(${target} PROPERTIES INTERFACE_LINK_LIBRARIES "${arg_LINK}")
     set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
     set(sourceless ${arg_HEADERS} ${arg_INTERNAL_HEADERS})
@@ -34,14 +35,13 @@ function(kv_add_library name)
             ARCHIVE DESTINATION lib COMPONENT development
             FILE_SET HEADERS DESTINATION include COMPONENT development)
         if(NOT MSVC)
-            # The library is compiled with stack protector and checked copies, which need a library behind them. In this tree
-            # kv_build_options brings it.
+            # The objects use libssp: stack protector, checked copies. In this tree kv_build_options links it.
             target_link_options(${target} INTERFACE $<INSTALL_INTERFACE:-fstack-protector-strong>)
         endif()
     else()
         target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
     endif()
-    # A target of their own: the file sets of a library that is exported must all be installed.
+    # A separate target, because all file sets of an exported library must be installed.
     if(sourceless)
         add_library(${target}_sourceless INTERFACE)
         target_sources(${target}_sourceless

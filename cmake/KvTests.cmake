@@ -15,12 +15,12 @@ if(KV_CHECKED)
     endforeach()
 endif()
 
-# How the tests' own code is compiled, in every configuration: more optimisation is of no use to anybody and was the larger
-# part of a build; less leaves each inline function in sections of its own, and the linker's time grows with the square of
-# an object's sections. What is tested is compiled as it is delivered, and benchmarks, which are test programs, too.
+# How the tests' own code is compiled, in every configuration. More optimisation would take most of a build and is useless
+# here; less leaves each inline function in sections of its own, and the linker's time grows with the square of an object's
+# sections. What is tested is compiled as it is delivered, and so are programs that tests start, and benchmarks.
 add_library(kv_test_options INTERFACE)
 if(MSVC)
-    # Several test files in one object have more sections than its ordinary format can number.
+    # An object of several test files has more sections than the ordinary format can number.
     target_compile_options(kv_test_options INTERFACE /bigobj)
 else()
     target_compile_options(kv_test_options INTERFACE -O1)
@@ -29,11 +29,11 @@ else()
         target_compile_options(kv_test_options INTERFACE -fno-sanitize=undefined)
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # What it believes to see after inlining at this level is wrong, mostly of the system's headers: read in advance, they
-        # do not count as the system's. The product, and the other compiler, have these warnings.
+        # False alarms after inlining at this level, mostly in the system's headers, which do not count as such when they are
+        # precompiled. The product, and the other compiler, have these warnings.
         target_compile_options(kv_test_options INTERFACE
             -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow -Wno-mismatched-new-delete)
-        # Several files are compiled as one; what is private to one of them is in a file that is included then.
+        # Several files are compiled as one, so the anonymous namespace of each is in an included file.
         target_compile_options(kv_test_options INTERFACE -Wno-subobject-linkage)
     endif()
     foreach(target gtest gtest_main gmock gmock_main)
@@ -43,20 +43,23 @@ endif()
 
 include(GoogleTest)
 
-# Seconds after which a test has failed. A test takes a small part of one when the machine is idle.
+# Runs tests that are written in Python, with the package that they share on its path.
+set(KV_TEST_PYTHON ${PROJECT_SOURCE_DIR}/scripts/python)
+
+# Seconds after which a test has failed. On an idle machine a test takes a fraction of a second.
 set(KV_TEST_TIMEOUT 60)
-# A little earlier the program is ended, and what it has printed by then is shown.
+# The program is terminated a little earlier, so that its output is shown.
 set(KV_TEST_PROGRAM_TIMEOUT 50)
 
 if(CMAKE_CROSSCOMPILING)
-    # Every test needs the prefix of this build tree, and is much faster while the server of that prefix stays alive.
+    # Every test needs the prefix of this build tree, and starts much faster while the prefix's server runs.
     add_test(NAME wine_server_start COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine ${PROJECT_BINARY_DIR} start)
     add_test(NAME wine_server_stop COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine ${PROJECT_BINARY_DIR} stop)
     set_tests_properties(wine_server_start PROPERTIES FIXTURES_SETUP wine_server TIMEOUT 120)
     set_tests_properties(wine_server_stop PROPERTIES FIXTURES_CLEANUP wine_server TIMEOUT 60)
     set(KV_TEST_FIXTURES wine_server)
     if(KV_CHECKED)
-        # A checked build has its heap checked too (tests/support/HeapCheck.h).
+        # In a checked build the heap is checked too (tests/support/HeapCheck.h).
         add_test(NAME wine_heap_is_checked COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine ${PROJECT_BINARY_DIR} check-heap)
         set_tests_properties(wine_heap_is_checked
             PROPERTIES FIXTURES_SETUP wine_server DEPENDS wine_server_start TIMEOUT 120)
@@ -79,8 +82,8 @@ endfunction()
 
 # kv_add_version_file(NAME)
 #
-# Defines the library kv_version_NAME.dll, which stands beside the test programs and holds nothing but the version
-# resource VersionResources/NAME.rc.
+# Defines the library kv_version_NAME.dll in the folder of the test programs. It contains only the version resource
+# VersionResources/NAME.rc.
 function(kv_add_version_file name)
     add_library(kv_version_${name} MODULE ${PROJECT_SOURCE_DIR}/tests/support/EmptyLibrary.cpp
         VersionResources/${name}.rc)

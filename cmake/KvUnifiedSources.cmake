@@ -1,10 +1,11 @@
 # kv_unify_sources(RESULT NAME SOURCES source... [APART source...])
 #
-# Sets RESULT to sources that include the given ones, up to eight each. Most of the time that a compiler spends with a source,
-# and clang-tidy even more, goes by in the system's headers, which are read once a batch then. What APART names stays by itself,
-# and so does what is not C++. NAME keeps the files of the targets of one folder apart.
+# Sets RESULT to sources that include the given ones, up to eight each. A compiler, and clang-tidy even more, spends most of
+# its time on the system's headers, which are then read once a batch. A source in APART, or one that is not C++, stays by
+# itself. NAME, which no other target has, is part of the names of the files.
 #
-# Names at file level must differ within a batch: the compiler tells.
+# Names at file level must differ within NAME. The compiler finds two that are equal if they are in one batch, the test
+# style_file_level_names_differ in any case: the global property KV_UNIFIED_SOURCES has a line for it, NAME with its sources.
 function(kv_unify_sources result name)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "SOURCES;APART")
     set(unified ${arg_SOURCES})
@@ -16,6 +17,7 @@ function(kv_unify_sources result name)
     if(unified)
         list(REMOVE_ITEM sources ${unified})
     endif()
+    set(line ${name})
     set(number 0)
     while(unified)
         list(SUBLIST unified 0 8 batch)
@@ -24,12 +26,14 @@ function(kv_unify_sources result name)
         foreach(source IN LISTS batch)
             cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE)
             string(APPEND content "#include \"${source}\"\n")
+            string(APPEND line "|${source}")
         endforeach()
-        # clang's analyzer takes what is included for code, and looks at it, in files of this name only.
+        # clang's analyzer examines included sources only in files of this name.
         set(file ${CMAKE_CURRENT_BINARY_DIR}/UnifiedSource_${name}_${number}.cpp)
         file(CONFIGURE OUTPUT ${file} CONTENT "${content}" @ONLY)
         list(APPEND sources ${file})
         math(EXPR number "${number} + 1")
     endwhile()
+    set_property(GLOBAL APPEND_STRING PROPERTY KV_UNIFIED_SOURCES "${line}\n")
     set(${result} ${sources} PARENT_SCOPE)
 endfunction()

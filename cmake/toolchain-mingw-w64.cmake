@@ -1,4 +1,4 @@
-# Cross build for Windows x64 with mingw-w64 (posix threads); what is built runs under Wine.
+# Cross build for Windows x64 with mingw-w64 (posix threads). The programs run under Wine.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -17,5 +17,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Runs a built program under Wine, in the prefix of the build tree that it belongs to.
+# Runs a program under Wine, in the prefix of its build tree.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine;${CMAKE_BINARY_DIR};run)

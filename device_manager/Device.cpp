@@ -2,7 +2,7 @@
 
 namespace KVDeviceManager
 {
-// Out of line, so that the type information behind the run-time type test stands in one place.
+// Out of line, so that the type information for the run-time type test is emitted only once.
 IDevice::~IDevice() = default;
 
 INetworkDevice::~INetworkDevice() = default;

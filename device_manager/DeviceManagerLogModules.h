@@ -4,10 +4,10 @@
 
 namespace KVDeviceManager
 {
-/// Through which this library logs: "DeviceManagerLib" in the log settings.
+/// The log module of this library, "DeviceManagerLib" in the log settings.
 extern KVLogging::CLogModule g_logModule;
 
-/// "DiscoveryLib" in the log settings. Nothing of this library logs through it; it stands here for the discovery of
-/// devices, which is linked with this library in other programs.
+/// The log module "DiscoveryLib". Nothing in this library logs through it: it serves the discovery of devices, which
+/// other programs link together with this library.
 extern KVLogging::CLogModule g_discoveryLogModule;
 } // namespace KVDeviceManager

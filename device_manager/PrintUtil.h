@@ -9,35 +9,33 @@
 
 namespace KVDeviceManager
 {
-/// What the spooler of this computer tells of its printers. Each operation opens what it needs and closes it again,
-/// also when an exception passes through. Stateless, hence safe on any thread; a call takes as long as the spooler
-/// does.
+/// Asks the spooler of this computer about its printers. Each operation opens what it needs and closes it again, even
+/// when an exception passes through. Stateless, hence safe on any thread; a call takes as long as the spooler does.
 ///
-/// The spooler's answers are not trusted: nothing is read beyond what it was given room for, whatever sizes, counts and
-/// pointers it reports, and a text that does not lie in that room with its terminating zero counts as missing.
+/// The spooler's answers are not trusted: nothing outside the buffer is read, whatever sizes, counts and pointers the
+/// spooler reports, and a text that is not in the buffer with its terminating zero counts as missing.
 ///
-/// Results are those of PrintResults.h. Failed allocations are results too; any other exception passes on to the
-/// caller.
+/// Results are those of PrintResults.h. A failed allocation is a result too; any other exception reaches the caller.
 class CPrintUtil
 {
 public:
     /// The names of the local printers, in the order of the spooler (`EnumPrintersW`). The list is empty after a
-    /// failure. A printer whose name is missing is left out. PRINT_E_FAILED when there is no printer at all, or when
-    /// one was added between the two calls that it takes; PRINT_E_OUT_OF_MEMORY.
+    /// failure. A printer without a name is left out. PRINT_E_FAILED if there is no printer, or if one was added
+    /// between the two calls of the spooler; PRINT_E_OUT_OF_MEMORY.
     static HRESULT FindAllPrinterNames(std::list<std::wstring>& printerNames);
 
     /// A text of the printer's data (`GetPrinterDataExW`), for example the value "Manufacturer" of the key "PnPData".
-    /// A value of no bytes is a success with the empty text. The text is as it was stored, less one zero character at
-    /// its end; half a character at its end is dropped. Left alone after a failure, and every failure but an unexpected
-    /// answer of the spooler to the first call is logged.
+    /// A value of no bytes is a success with the empty text. One zero character at the end of the stored text is
+    /// dropped, and so is half a character. After a failure value is unchanged. Every failure is logged, except an
+    /// unexpected answer of the spooler to the first call.
     static HRESULT GetPrinterDataValue(const wchar_t* printerName, const wchar_t* keyName, const wchar_t* valueName,
                                        std::wstring& value);
 
-    /// The name of the printer's driver for this computer (`GetPrinterDriverW`). Left alone after a failure.
+    /// The name of the printer's driver for this computer (`GetPrinterDriverW`). Unchanged after a failure.
     ///
-    /// PRINT_E_FAILED for an empty printer name (deliberately not PRINT_E_INVALID_PARAMETER, as with the printer data),
-    /// and when the spooler tells no driver; PRINT_E_INVALID_PARAMETER when the printer could not be opened;
-    /// PRINT_E_OUT_OF_MEMORY.
+    /// PRINT_E_FAILED if the printer name is empty (deliberately not PRINT_E_INVALID_PARAMETER as with the printer
+    /// data, since callers expect each as it is) or the spooler reports no driver; PRINT_E_INVALID_PARAMETER if the
+    /// printer could not be opened; PRINT_E_OUT_OF_MEMORY.
     static HRESULT GetPrinterDriverName(const std::wstring& printerName, std::wstring& driverName);
 };
 } // namespace KVDeviceManager

@@ -80,7 +80,7 @@ HANDLE WINAPI CreateMutexAndBeginTurn(LPSECURITY_ATTRIBUTES security, BOOL isOwn
 
 BOOL WINAPI ReleaseMutexAndEndTurn(HANDLE mutex)
 {
-    // The log's mutexes come here too, and end no turn.
+    // The log's mutexes are released here too; that ends no turn.
     const std::uint64_t start = s_turnStart.exchange(0);
     if (start != 0)
     {
@@ -89,7 +89,7 @@ BOOL WINAPI ReleaseMutexAndEndTurn(HANDLE mutex)
     return s_releaseMutex(mutex);
 }
 
-// The runtime's abort, which writes or shows a message unless the program has a handler of its own.
+// Replaces the runtime's abort, which writes or shows a message unless the program has installed a handler.
 void Abort()
 {
     Note("abort");

@@ -1,4 +1,4 @@
-// Replaces the standard library's operator new in the program; the other forms end here.
+// Replaces the standard library's operator new in the program; the standard library's other forms call this one.
 
 #include <cstddef>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Where the program with faults starts: everything is hooked before its runtime starts, and the first allocation and
-// the first call of a whole run are counted too.
+// The entry point of the program with faults. It hooks everything before the runtime starts, so that even the first
+// allocation and the first call of a run are counted.
 
 #include "faults/Adapters.h"
 #include "faults/Injection.h"

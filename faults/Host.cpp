@@ -1,17 +1,17 @@
-// Takes the place of the device centre's host, and starts the program again and again.
+// Stands in for the device centre's host, and starts the program again and again.
 //
 // kv_fault_host PORT
 //
 // Connects to that port of 127.0.0.1 and takes one job a line, fields separated by tabs, until the connection is
 // closed:
-//   VARIABLE=VALUE  with a name in capitals: the program's environment has it
-//   squat=HOW NAME  makes an object of that name before the program runs (Squatters.h); PID in it is the process id
-//   kill=US         ends the program so many microseconds after it has set the event KvFaultKill
-//   limit=MS        the longest time that the program may take (10000)
+//   VARIABLE=VALUE  a variable of the program's environment, with a name in capitals
+//   squat=HOW NAME  creates an object of that name before the program runs (Squatters.h); PID in it is the process id
+//   kill=US         terminates the program so many microseconds after it has set the event KvFaultKill
+//   limit=MS        the longest time that the program may run (10000)
 //   output=FILE     receives what the program prints
 //   command=TEXT    the program's command line, last
-// Answers each with a line: the exit code as 0x%08X, "hang" for a program that had to be ended, or "error" with a
-// reason.
+// Answers each with a line: the exit code as 0x%08X, "hang" for a program that was terminated after its limit, or
+// "error" with a reason.
 
 #include <winsock2.h>
 
@@ -84,7 +84,7 @@ Job ParseJob(const std::string& line)
     return job;
 }
 
-// The variables of a job, for as long as the object lives.
+// Sets the variables of a job for the object's lifetime.
 class CEnvironment
 {
 public:
@@ -125,7 +125,7 @@ bool TakeNames(KVFaults::CSquatter& squatter, const std::vector<std::string>& sq
     });
 }
 
-// Does not sleep, which would be too coarse.
+// A busy wait: Sleep would be too coarse.
 void PauseMicroseconds(unsigned long microseconds)
 {
     LARGE_INTEGER frequency{};
@@ -139,7 +139,7 @@ void PauseMicroseconds(unsigned long microseconds)
     } while ((now.QuadPart - start.QuadPart) * 1000000 / frequency.QuadPart < static_cast<LONGLONG>(microseconds));
 }
 
-// From outside, as by a task manager: a process that ends itself can wait for locks of the threads that it has ended.
+// From outside, like a task manager: a process that ends itself may wait for locks of threads that it has terminated.
 void KillInTurn(HANDLE process, HANDLE turnBegins, const Job& job)
 {
     constexpr UINT kKilled = 0xFA017002;

@@ -53,7 +53,7 @@ public:
         } while (number != 0);
         Add(first);
     }
-    // Each writer takes its own piece of the journal. A full journal takes no more.
+    // Each writer reserves its own piece of the journal. Nothing is added to a full journal.
     void Write() noexcept
     {
         m_text[m_length++] = '\n';

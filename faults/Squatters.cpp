@@ -25,10 +25,10 @@ std::vector<char> ReadOwnImage()
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-// An image whose first page says that no block is there yet: who believes it writes to memory that cannot be written.
+// The first page of this image says that no block exists yet; a program that believes it writes to read-only memory.
 HANDLE MakeImageMapping(const std::wstring& name)
 {
-    constexpr std::size_t kPointerOffset = 8; // of the mapping's pointer to its block; the loader ignores the place
+    constexpr std::size_t kPointerOffset = 8; // of the mapping's pointer to its block; the loader ignores these bytes
     std::vector<char> image = ReadOwnImage();
     std::fill_n(image.begin() + kPointerOffset, sizeof(void*), '\0');
     const std::filesystem::path path = std::filesystem::temp_directory_path() / L"kv_fault_image.exe";

@@ -7,7 +7,7 @@
 
 namespace KVFaults
 {
-/// Objects of the system that take names before the program does, until the object is destroyed.
+/// System objects that take names before the program does, until this object is destroyed.
 class CSquatter
 {
 public:
@@ -18,7 +18,7 @@ public:
     CSquatter& operator=(const CSquatter&) = delete;
 
     /// how: "held" (a mutex that this thread owns), "event", and as mappings "image", "reserved", "read-only", "small",
-    /// "garbage". False when there is no such way or the name is taken already.
+    /// "garbage". False if there is no such way or the name is already taken.
     bool Take(const std::wstring& name, const std::string& how);
 
 private:

@@ -40,8 +40,7 @@ template <std::size_t kSize> struct Name
     char text[kSize];
 };
 
-/// Stands before one function of the system: the call is an event, and either fails as the function documents it or is
-/// made.
+/// Hooks one system function: each call is an event, which either fails as the function documents it or is forwarded.
 template <typename Pointer, Name kName, std::intptr_t kFailure, DWORD kError, Kind kKind> struct Hook;
 
 template <typename Result, typename... Parameters, Name kName, std::intptr_t kFailure, DWORD kError, Kind kKind>
@@ -268,28 +267,28 @@ const Entry* FindFallible(const char* wanted) noexcept
     return nullptr;
 }
 
-/// Functions of the system that are not made to fail.
+/// System functions that are not made to fail.
 bool IsInfallible(const char* wanted) noexcept
 {
     static constexpr const char* s_names[] = {
-        // They answer from what the process has, and document no failure.
+        // They read data of the process and document no failure.
         "GetCommandLineW", "GetCurrentProcess", "GetCurrentProcessId", "GetCurrentThread", "GetCurrentThreadId",
         "GetDesktopWindow", "GetLastError", "GetLocalTime", "GetStartupInfoW", "GetSystemDefaultLCID",
         "GetSystemDefaultUILanguage", "GetSystemTime", "GetSystemTimeAsFileTime", "GetTickCount", "GetTickCount64",
         "GetNativeSystemInfo", "GetErrorMode", "GetUserDefaultLCID", "GetUserDefaultLangID", "GetUserDefaultUILanguage",
         "IsDBCSLeadByteEx", "IsDebuggerPresent", "QueryPerformanceCounter", "QueryPerformanceFrequency", "SetErrorMode",
         "SetLastError", "TlsGetValue", "VerSetConditionMask",
-        // They look at a text that they are given.
+        // They work on their arguments alone.
         "PathFindFileNameW", "PathIsFileSpecW", "PathIsRelativeW", "PathRemoveFileSpecW",
-        // They wait, guard or give back, and have no failure that a caller could see.
+        // They wait, lock or release, and report no failure to the caller.
         "DeleteCriticalSection", "EnterCriticalSection", "GlobalFree", "GlobalUnlock", "InitializeCriticalSection",
         "LeaveCriticalSection", "LocalFree", "OutputDebugStringA", "OutputDebugStringW", "Sleep",
         "TryEnterCriticalSection",
-        // They end the process, or are how exceptions travel.
+        // They end the process or propagate exceptions.
         "ExitProcess", "ExitThread", "RaiseException", "RemoveVectoredExceptionHandler", "RtlCaptureContext",
         "RtlLookupFunctionEntry", "RtlUnwindEx", "RtlVirtualUnwind", "SetUnhandledExceptionFilter", "TerminateProcess",
         "__C_specific_handler",
-        // Of the injector itself.
+        // The injector's own.
         "CreateFileA", "GetEnvironmentVariableA", "GetFileSize", "GetModuleHandleA", "lstrcmpiA"};
     for (const char* const name : s_names)
     {
@@ -301,7 +300,7 @@ bool IsInfallible(const char* wanted) noexcept
     return false;
 }
 
-/// What the program gets in place of a function of the system.
+/// The function that the program calls instead of a system function.
 void* HookFor(const char* name, void* original, bool isSystemFunction) noexcept
 {
     void* const adapted = Adapt(name, original);
@@ -312,7 +311,7 @@ void* HookFor(const char* name, void* original, bool isSystemFunction) noexcept
     }
     if (isSystemFunction && !IsInfallible(name))
     {
-        Note("unlisted"); // scripts/faults refuses to go on: a function that is in neither list would never fail
+        Note("unlisted"); // scripts/faults ends then: a function in neither list would never fail
         Note(name);
     }
     return adapted;

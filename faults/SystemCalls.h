@@ -4,10 +4,10 @@
 
 namespace KVFaults
 {
-/// Puts a hook before every function of the system that the program imports. What the program looks up with
-/// GetProcAddress from then on is hooked too. To be called once, before the program's runtime starts.
+/// Hooks every system function that the program imports, and those that it looks up with GetProcAddress from then on.
+/// To be called once, before the program's runtime starts.
 void HookSystemCalls() noexcept;
 
-/// malloc that is no event. Null when there is no memory.
+/// malloc without an event. Null if there is no memory.
 void* AllocateUncounted(std::size_t byteCount) noexcept;
 } // namespace KVFaults

@@ -1,4 +1,4 @@
-"""A collection server for one run after another: the proxy of whoever sends hits, on 127.0.0.1."""
+"""A collection server on 127.0.0.1 for one run after another: the proxy of the program."""
 
 import socket
 import threading

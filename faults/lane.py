@@ -1,37 +1,30 @@
 """A Wine prefix with an installed product, in which the program with faults runs again and again."""
 
 import collections
-import os
 import shutil
 import socket
 import subprocess
-import sys
-from pathlib import Path
 
-ROOT = Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(ROOT / "tests" / "e2e"))
-import fault_model
 from fault_server import FaultServer
-from wine_prefix import to_windows
+from kvtest import fault_model, wine
+from kvtest.product import HOST, LOGGING_KEY
+from kvtest.wine import INTERNET_KEY, to_windows
 
-HOST = r"C:\windows\syswow64\mshta.exe"
 PROGRAM = r"C:\Product\bin\KVAnalyticsProxy.exe"
 DATA_FOLDER, DEFAULT_DATA_FOLDER = r"C:\Data", r"C:\ProgramData\Norvik\Product"
 VERSION = "1.0.0.0"
-INTERNET_KEY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings"
-LOGGING_KEY = r"HKCU\Software\Norvik\KV\Logging"
 JOURNAL_BYTES = 1 << 19
 
 Place = collections.namedtuple("Place", "is_listening time_scale older_hits has_data_folder opted_out_folder")
-# How many times faster time passes leaves the exchanges on line enough of the run's twelve seconds; off line it waits for
-# most of them. Of who has opted out the mark is in the data folder that config.ini names, or in the default one.
+# Time passes so many times faster that the exchanges on line still fit into the run's twelve seconds; off line the run waits
+# for most of them. A user who opted out has the mark in the data folder that config.ini names, or in the default one.
 PLACES = {
     "online": Place(True, 10, 5, True, None),
     "offline": Place(False, 50, 25, True, None),
     "optedout": Place(True, 10, 5, True, DATA_FOLDER),
     "optedout-default": Place(True, 10, 5, False, DEFAULT_DATA_FOLDER),
 }
-LIMIT_MS = 20000  # real time: a run that waits for everything it can wait for takes some seconds of it
+LIMIT_MS = 20000  # real time: the longest possible wait of a run takes some seconds of it
 
 
 class LaneError(Exception):
@@ -52,10 +45,10 @@ class Lane:
         self._wine("start", "600")
         self._place(host, HOST)
         self._place(program, PROGRAM)
-        self._write(self._path(r"C:\Product\bin\NorvikCustPartic.exe"), b"")
-        self._client_folder = self._local_data() / "Norvik" / "Statlet" / "LumoLink" / VERSION
-        self._add(INTERNET_KEY, "ProxyEnable", "REG_DWORD", 1)
-        self._add(INTERNET_KEY, "ProxyServer", "REG_SZ", f"127.0.0.1:{self.server.port}")
+        self._write(wine.from_windows(self._prefix, r"C:\Product\bin\NorvikCustPartic.exe"), b"")
+        self._client_folder = wine.local_app_data(self._prefix) / "Norvik" / "Statlet" / "LumoLink" / VERSION
+        wine.set_registry(self._folder, INTERNET_KEY, "ProxyEnable", "REG_DWORD", 1)
+        wine.set_registry(self._folder, INTERNET_KEY, "ProxyServer", "REG_SZ", f"127.0.0.1:{self.server.port}")
         self._start_host()
 
     def close(self):
@@ -111,7 +104,7 @@ class Lane:
             listener.bind(("127.0.0.1", 0))
             listener.listen(1)
             listener.settimeout(120)
-            self._host = self._start_wine("run", HOST, listener.getsockname()[1], limit=36000)
+            self._host = wine.start(self._folder, "run", HOST, listener.getsockname()[1], seconds=36000)
             self._connection, _ = listener.accept()
         self._connection.settimeout(LIMIT_MS / 1000 + 60)
 
@@ -119,9 +112,9 @@ class Lane:
         settings = "[Analytics]\r\nPropertyIDPrefix=FAULTS-\r\nUseSSL=false\r\n"
         if place.has_data_folder:
             settings += f"[Directories]\r\nDataFolder={DATA_FOLDER}\r\n"
-        self._write(self._path(r"C:\Product\config.ini"), settings.encode("ascii"))
+        self._write(wine.from_windows(self._prefix, r"C:\Product\config.ini"), settings.encode("ascii"))
         for folder in (DATA_FOLDER, DEFAULT_DATA_FOLDER):
-            mark = self._path(folder + r"\NorvikCustPartic\OptedOut")
+            mark = wine.from_windows(self._prefix, folder + r"\NorvikCustPartic\OptedOut")
             if folder == place.opted_out_folder:
                 self._write(mark, b"")
             else:
@@ -137,24 +130,14 @@ class Lane:
             return
         self._has_log = on
         if on:
-            self._add(LOGGING_KEY, "LogCategories", "REG_DWORD", 0xFFF0)
-            self._add(LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self._folder / "trace.log"))
+            wine.set_registry(self._folder, LOGGING_KEY, "LogCategories", "REG_DWORD", 0xFFF0)
+            wine.set_registry(self._folder, LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self._folder / "trace.log"))
         else:
-            self._add(LOGGING_KEY, "LogCategories", "REG_DWORD", 0)  # there is a key to delete
+            wine.set_registry(self._folder, LOGGING_KEY, "LogCategories", "REG_DWORD", 0)  # so that the key exists
             self._wine("run", "reg", "delete", LOGGING_KEY, "/f")
 
-    def _add(self, key, name, kind, value):
-        self._wine("run", "reg", "add", key, "/v", name, "/t", kind, "/d", str(value), "/f")
-
-    def _local_data(self):
-        user, = (entry for entry in (self._prefix / "drive_c" / "users").iterdir() if entry.name != "Public")
-        return user / "AppData" / "Local"
-
-    def _path(self, windows_path):
-        return self._prefix / "drive_c" / windows_path[3:].replace("\\", "/")
-
     def _place(self, file, windows_path):
-        path = self._path(windows_path)
+        path = wine.from_windows(self._prefix, windows_path)
         path.parent.mkdir(parents=True, exist_ok=True)
         path.unlink(missing_ok=True)
         shutil.copy(file, path)
@@ -164,15 +147,7 @@ class Lane:
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(content)
 
-    def _start_wine(self, action, *arguments, limit):
-        environment = {name: value for name, value in os.environ.items() if not name.lower().endswith("_proxy")}
-        environment["KV_WINE_TIMEOUT"] = str(limit)
-        return subprocess.Popen([ROOT / "scripts" / "wine", self._folder, action, *map(str, arguments)], env=environment,
-                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-
     def _wine(self, action, *arguments):
-        process = self._start_wine(action, *arguments, limit=300)
-        output, _ = process.communicate()
-        has_stumbled = process.returncode == 127 and "Inconsistency detected by ld.so" in output
-        if process.returncode != 0 and not has_stumbled:
-            raise LaneError(f"wine {action} ended with {process.returncode}: {output}")
+        status, output = wine.run(self._folder, action, *arguments)
+        if status != 0:
+            raise LaneError(f"wine {action} ended with {status}: {output}")

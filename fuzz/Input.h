@@ -8,7 +8,7 @@
 
 namespace KVFuzz
 {
-/// Ends the process, which the fuzzer counts as a finding.
+/// Ends the process, which the fuzzer reports as a finding.
 inline void Require(bool holds, const char* what)
 {
     if (!holds)
@@ -18,7 +18,7 @@ inline void Require(bool holds, const char* what)
     }
 }
 
-/// What a target makes of the fuzzer's bytes.
+/// The values that a target derives from the fuzzer's bytes.
 class Input
 {
 public:

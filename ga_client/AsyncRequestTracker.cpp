@@ -20,7 +20,7 @@ CAsyncRequestTracker::~CAsyncRequestTracker()
 
 bool CAsyncRequestTracker::Start()
 {
-    // One that was left behind counts too: it may still send and save what is in the queue.
+    // This includes a worker that was left behind: it may still send and save the queue.
     if (m_worker != nullptr && !m_worker->HasEnded())
     {
         return false;

@@ -6,6 +6,7 @@
 #include <rpc.h>
 
 #include "ga_client/DataFolder.h"
+#include "utils/base/AsciiCase.h"
 #include "winapi/base/SystemLibraries.h"
 #include "winapi/WinApi.h"
 
@@ -16,7 +17,7 @@ namespace
 constexpr wchar_t kSection[] = L"Users";
 constexpr wchar_t kKey[] = L"UUID";
 
-// Empty when there is none.
+// Empty if the file has none.
 std::wstring ReadClientId(const std::wstring& identityFile)
 {
     constexpr DWORD kBufferSize = 256;
@@ -26,30 +27,28 @@ std::wstring ReadClientId(const std::wstring& identityFile)
     return std::wstring(value, length < kBufferSize ? length : kBufferSize - 1);
 }
 
-// The registry form without its braces, in lower case: only A to F occur, so that no locale has a say.
+// The registry form without its braces, in lower case.
 std::wstring PlainForm(const wchar_t* registryForm)
 {
     std::wstring plain;
     for (const wchar_t* next = registryForm; *next != L'\0'; ++next)
     {
-        if (*next == L'{' || *next == L'}')
+        if (*next != L'{' && *next != L'}')
         {
-            continue;
+            plain += KVUtils::ToLowerAscii(*next);
         }
-        const bool isUpper = *next >= L'A' && *next <= L'F';
-        plain += isUpper ? static_cast<wchar_t>(*next - L'A' + L'a') : *next;
     }
     return plain;
 }
 
-// Empty when the system cannot generate one.
+// Empty if the system cannot generate one.
 std::wstring GenerateClientId()
 {
     constexpr int kBufferSize = 64; // the registry form has 38 characters
     UUID uuid{};
     wchar_t registryForm[kBufferSize] = {};
-    if (KV_SYSTEM_FUNCTION(KVWinApi::g_rpcRt4Dll, UuidCreate).OrErrorCode()(&uuid) != RPC_S_OK ||
-        KV_SYSTEM_FUNCTION(KVWinApi::g_ole32Dll, StringFromGUID2).Or(0)(uuid, registryForm, kBufferSize) == 0)
+    if (CallOrErrorCode(KV_SYSTEM_FUNCTION(KVWinApi::g_rpcRt4Dll, UuidCreate), &uuid) != RPC_S_OK ||
+        Call(KV_SYSTEM_FUNCTION(KVWinApi::g_ole32Dll, StringFromGUID2), uuid, registryForm, kBufferSize) == 0)
     {
         return {};
     }
@@ -66,7 +65,7 @@ bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstrin
     }
     const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
     const std::wstring identityFile = folder + applicationName + L".ini";
-    // Without a folder the name alone would mean a file in the Windows folder.
+    // Without a folder, the bare name would mean a file in the Windows folder.
     clientId = folder.empty() ? std::wstring() : ReadClientId(identityFile);
     if (!clientId.empty())
     {

@@ -14,7 +14,7 @@ struct ClientInfo
     std::wstring colourDepth;        ///< sd
     std::wstring userLanguage;       ///< ul
 
-    /// Empties all six.
+    /// Empties all six, for a program that keeps a record of its own. The client overwrites its record instead.
     void Reset();
 };
 } // namespace GAClient

@@ -11,20 +11,20 @@ namespace GAClient
 {
 namespace
 {
-// Empty when the shell does not know it. Created by the shell when it is missing.
+// Empty if the shell does not know it. The shell creates a missing one.
 std::wstring LocalApplicationDataFolder()
 {
-    wchar_t path[MAX_PATH] = {}; // what the shell writes at most
+    wchar_t path[MAX_PATH] = {}; // the function's own bound
     const BOOL found = KVWinApi::g_winApi->SHGetSpecialFolderPathW(nullptr, path, CSIDL_LOCAL_APPDATA, TRUE);
     return found != FALSE ? path : L"";
 }
 
 void CreateFolderChain(const std::wstring& folder)
 {
-    // Up to the last backslash. The result is not looked at: an existing folder (183, or 80) is what is wanted, and
-    // after any other failure the files in the folder cannot be opened, which each of their users handles.
+    // Up to the last backslash. The result is ignored: an existing folder (183, or 80) is a success, and after any
+    // other failure the files in the folder cannot be opened, which each of their users handles.
     const std::wstring path = folder.substr(0, folder.rfind(L'\\'));
-    KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHCreateDirectoryExW).OrErrorCode()(nullptr, path.c_str(), nullptr);
+    CallOrErrorCode(KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHCreateDirectoryExW), nullptr, path.c_str(), nullptr);
 }
 } // namespace
 

@@ -8,7 +8,7 @@ namespace GAClient
 /// The value of an event that has none.
 constexpr std::int32_t kNoEventValue = -1;
 
-/// What an event hit tells. Empty texts are left out of the hit.
+/// The contents of an event hit. Empty texts are left out of the hit.
 struct EventFields
 {
     std::wstring action;                ///< ea
@@ -18,8 +18,8 @@ struct EventFields
     std::wstring nonInteraction;        ///< ni: "1" or empty
 };
 
-/// The actions of the two events that mark the life of an application. A hit with one of them is never given a
-/// queue-time mark, and the second one ends the session.
+/// The actions of the two events that mark the start and end of an application. A hit with either never gets a
+/// queue-time mark, and one with the second ends the session.
 inline constexpr wchar_t kLifecycleStartAction[] = L"Start";
 inline constexpr wchar_t kLifecycleStopAction[] = L"Stop";
 } // namespace GAClient

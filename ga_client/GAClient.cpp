@@ -50,7 +50,7 @@ CGAClient::~CGAClient()
     }
     catch (...)
     {
-        // The hits are lost. No caller is left to report that to, and an exception would end the program loudly.
+        // The hits are lost. No caller exists to report that to, and an exception would end the program with an error.
     }
     m_tracker->Abandon();
 }
@@ -73,7 +73,7 @@ bool CGAClient::Initialize(const std::wstring& propertyId, const std::wstring& a
     {
         m_tracker = std::move(tracker);
     }
-    // Deliberate: otherwise reported as success too, and every later call is ignored.
+    // Deliberate: also true if the tracker could not start; every later call is then ignored (see IGAClient).
     return true;
 }
 
@@ -225,7 +225,8 @@ bool CGAClient::GetQueuedRequests(std::list<std::wstring>& requests)
     return true;
 }
 
-// The lifecycle events carry the pending custom facts too, and leave them pending: only the four hit operations clear.
+// Lifecycle events also carry the pending custom facts, but leave them pending: only the four hit operations clear
+// them.
 bool CGAClient::TrackEventHit(const std::wstring& screenName, const EventFields& fields)
 {
     std::wstring request;

@@ -7,9 +7,9 @@ namespace GAClient
 {
 namespace
 {
-constexpr char kNothing = '\0'; // a line that begins with it is empty
+constexpr char kNothing = '\0'; // a line that begins with it counts as empty
 
-// Returns where the bytes end.
+// Returns the end of the bytes.
 std::string::iterator Narrow(std::wstring_view text, std::string::iterator bytes)
 {
     return std::transform(text.begin(), text.end(), bytes,
@@ -98,7 +98,7 @@ void CQueueLineCollector::CloseLine(std::string_view rest)
 
 void CQueueLineCollector::KeepOpen(std::string_view bytes)
 {
-    // The rest of a line that is skipped is not needed: there may be megabytes of zeros.
+    // The rest of a skipped line is dropped at once: it may be megabytes of zeros.
     if (m_open.empty() || m_open.front() != kNothing)
     {
         m_open.append(bytes);

@@ -7,30 +7,30 @@
 
 namespace GAClient
 {
-/// The content of the queue file: one hit a line, one byte a character, each line ended by one line feed. Needs no
-/// system call. Nothing is thrown but std::bad_alloc.
+/// The content of the queue file: one hit a line, one byte a character, each line ended by one line feed. Makes no
+/// system call. Throws only std::bad_alloc.
 
 constexpr char kQueueLineEnd = '\n';
 
 /// The low 8 bits of each code unit.
 std::string NarrowToBytes(std::wstring_view text);
 
-/// The bytes that the lines of the hits take.
+/// The size of the lines of the hits, in bytes.
 std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests);
 std::size_t GetSizeOfQueueLine(std::wstring_view request) noexcept;
 
-/// Appends the lines of the hits, in their order. Allocates nothing when bytes has room for them.
+/// Appends the lines of the hits, in their order. Allocates nothing if bytes has the capacity.
 void AppendQueueLines(const std::list<std::wstring>& requests, std::string& bytes);
 
-/// Cuts the bytes of a queue file, which come in pieces, into hits: a byte becomes a code unit with its sign (0x80 to
-/// 0xFF become 0xFF80 to 0xFFFF), empty lines are skipped, the bytes after the last line feed are a line too.
+/// Splits the bytes of a queue file, which come in pieces, into hits. A byte becomes a sign-extended code unit (0x80 to
+/// 0xFF become 0xFF80 to 0xFFFF). Empty lines are skipped. The bytes after the last line feed are also a line.
 ///
-/// A line that begins with a zero byte is empty as well: every function that takes a terminated text would see no hit
-/// in it. A loss of power can leave zeros in place of what was written last.
+/// A line that begins with a zero byte counts as empty: functions that take a terminated text would see no hit in it. A
+/// power failure can leave zeros in place of the bytes written last.
 class CQueueLineCollector
 {
 public:
-    /// limit: how many hits are taken; what follows is left out.
+    /// limit: the largest number of hits; later ones are ignored.
     explicit CQueueLineCollector(std::size_t limit) : m_limit(limit) {}
 
     bool IsFull() const noexcept { return m_lines.size() >= m_limit; }
@@ -40,12 +40,12 @@ public:
     std::list<std::wstring> TakeLines();
 
 private:
-    // rest: what follows the bytes that came before, most often the whole line.
+    // rest: the end of a line, most often all of it.
     void CloseLine(std::string_view rest);
     void KeepOpen(std::string_view bytes);
 
     std::size_t m_limit;
-    std::string m_open; // what earlier pieces held of the line whose end has not come yet
+    std::string m_open; // the start of a line whose end is in a later piece
     std::list<std::wstring> m_lines;
 };
 } // namespace GAClient

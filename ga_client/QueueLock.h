@@ -5,11 +5,11 @@
 namespace GAClient
 {
 /// The lock of a tracker's queue: a critical section that serves its threads in turn. Not recursive: the thread that
-/// holds it would wait at the door for one that waits for it.
+/// holds it would wait at m_door for a thread that waits for m_section.
 ///
 /// The worker sends hits back to back and holds the lock during each exchange. A critical section alone favours the
-/// thread that has just left it, so a caller that waits could be passed over for the length of the whole queue. A
-/// thread therefore enters m_door first and holds it until it owns m_section, so waiting threads are served in turn.
+/// thread that has just left it, so a caller could wait until the whole queue has been sent. A thread therefore enters
+/// m_door first and holds it until it owns m_section, so waiting threads are served in turn.
 class CQueueLock
 {
 public:

@@ -8,8 +8,8 @@ namespace GAClient
 {
 namespace
 {
-// The worker outlives a step that fails, most likely for lack of memory: it takes the step again at its next turn, or
-// the file keeps the hits. An exception that left the thread would end the whole program.
+// The worker survives a step that fails, most likely for lack of memory: it repeats the step at its next turn, or the
+// file keeps the hits. An exception that left the thread would end the whole program.
 template <typename Step> void RunStep(Step step) noexcept
 {
     try
@@ -22,7 +22,7 @@ template <typename Step> void RunStep(Step step) noexcept
     }
 }
 
-// Fires once after a time. The system's timers are not part of the facade.
+// A waitable timer that fires once. No interface of the facade has these timers.
 class CFlushTimer
 {
 public:
@@ -30,7 +30,7 @@ public:
     {
         constexpr LONGLONG kTicksPerMs = 10000;
         LARGE_INTEGER dueTime{};
-        dueTime.QuadPart = -kTicksPerMs * static_cast<LONGLONG>(budgetMs); // negative: from now on
+        dueTime.QuadPart = -kTicksPerMs * static_cast<LONGLONG>(budgetMs); // negative: relative
         m_isSet = m_timer.IsValid() && ::SetWaitableTimer(m_timer.Get(), &dueTime, 0, nullptr, nullptr, FALSE) != FALSE;
     }
     ~CFlushTimer()
@@ -128,7 +128,7 @@ bool CQueueWorker::IsStopSignalledWithin(DWORD timeoutMs) const
     const DWORD waited = KVWinApi::g_kernelApi->WaitForSingleObject(m_stopEvent.Get(), timeoutMs);
     if (waited == WAIT_FAILED)
     {
-        // Without an event the wait ends at once, and the worker would keep a processor busy.
+        // Without an event the wait returns at once, and the worker would occupy a processor.
         KVWinApi::g_kernelApi->Sleep(timeoutMs);
     }
     return waited == WAIT_OBJECT_0 || m_stopRequested;
@@ -145,7 +145,7 @@ void CQueueWorker::Flush()
     {
         return;
     }
-    // One hit a pass: the time is looked at after each exchange.
+    // One hit a pass: the timer is checked after each exchange.
     while (!timer.HasFired() && !m_outbox->IsDispatchHeld() &&
            m_outbox->SendOldest() == CRequestOutbox::Delivery::kDelivered)
     {
@@ -160,11 +160,11 @@ void CQueueWorker::RequestStop()
 
 DWORD CQueueWorker::GetJoinBound() const noexcept
 {
-    constexpr std::uint64_t kExchangeMs = 30000; // what the system's own time-outs amount to
+    constexpr std::uint64_t kExchangeMs = 30000; // about the system's own time-outs
     constexpr std::uint64_t kRestMs = 40000;     // 30 s for the mutex of the file, and a margin
     const std::uint64_t timeout = m_outbox->GetRequestTimeout();
     const std::uint64_t bound = m_outbox->GetFlushBudget() + (timeout != 0 ? timeout * 3 : kExchangeMs) + kRestMs;
-    return static_cast<DWORD>(std::min<std::uint64_t>(bound, INFINITE - 1)); // in 64 bits, and never without end
+    return static_cast<DWORD>(std::min<std::uint64_t>(bound, INFINITE - 1)); // in 64 bits, and never INFINITE
 }
 
 bool CQueueWorker::EndsWithin(DWORD timeoutMs) const
@@ -176,7 +176,7 @@ bool CQueueWorker::EndsWithin(DWORD timeoutMs) const
     {
         return waited == WAIT_OBJECT_0;
     }
-    // A caller that went on now could end the process before the worker has saved.
+    // A caller that continued now could end the process before the worker has saved.
     while (!IsThreadOver())
     {
         if (KVWinApi::g_kernelApi->GetTickCount() - begin >= timeoutMs)

@@ -10,30 +10,30 @@
 
 namespace GAClient
 {
-/// The thread that loads an outbox, sends what is in it, and flushes and saves it at its end.
+/// The thread that loads an outbox, sends its hits, and flushes and saves it at its end.
 ///
-/// The thread has a share of this object, handed over as its argument: one that Stop had to leave behind in an exchange
-/// finds everything that it needs when it comes back. Start, Stop and Discard are called on one thread.
+/// The thread shares the ownership of this object, which is its argument: if Stop leaves it behind in an exchange, all
+/// that it needs still exists when the exchange ends. Start, Stop and Discard are called on one thread.
 class CQueueWorker
 {
 public:
-    /// Null when the event or the thread cannot be made.
+    /// Null if the event or the thread cannot be created.
     ///
-    /// Deliberate: such a failure is INVALID_HANDLE_VALUE only, although `CreateEventW` and `_beginthreadex` fail with
-    /// null. A worker without a thread does nothing but save at Stop.
+    /// Deliberate: only INVALID_HANDLE_VALUE is such a failure, although `CreateEventW` and `_beginthreadex` fail with
+    /// null. A worker without a thread still saves the hits at Stop; a failed Start would lose them.
     static std::shared_ptr<CQueueWorker> Start(const std::shared_ptr<CRequestOutbox>& outbox);
 
     CQueueWorker(std::shared_ptr<CRequestOutbox> outbox, KVWinApi::CUniqueKernelHandle stopEvent) noexcept;
 
-    /// Ends the thread, which flushes the queue when that is set and saves it to the file. Waits at most flush budget +
-    /// 3 request timeouts (30 seconds when that is 0) + 40 seconds, and leaves the thread behind when it takes longer.
+    /// Ends the thread, which flushes the queue if that is set and saves it to the file. Waits at most flush budget + 3
+    /// request timeouts (30 seconds if that is 0) + 40 seconds, and then leaves the thread behind.
     void Stop();
-    /// Ends the thread without waiting for it and without saving.
+    /// Ends the thread without waiting or saving.
     void Discard();
 
-    /// Until Stop.
+    /// True until Stop.
     bool IsRunning() const noexcept { return m_state == State::kRunning; }
-    /// After a Stop that did not have to leave the thread behind.
+    /// True after a Stop that did not leave the thread behind.
     bool HasEnded() const noexcept { return m_state == State::kEnded; }
 
 private:
@@ -57,7 +57,7 @@ private:
     KVWinApi::CUniqueKernelHandle m_thread;
     KVWinApi::CUniqueKernelHandle m_stopEvent;
     State m_state = State::kRunning;
-    std::atomic<bool> m_stopRequested = false; // what the event says, for a system that made none
+    std::atomic<bool> m_stopRequested = false; // same meaning as the event, which may not exist
     std::atomic<bool> m_discards = false;
 };
 } // namespace GAClient

@@ -29,7 +29,7 @@ void CRequestOutbox::Append(std::list<std::wstring> requests)
     }
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): a reference would lead to memory of the caller under the lock
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a reference would access the caller's memory under the lock
 bool CRequestOutbox::SendNow(std::wstring request)
 {
     const CQueueLock::CHold hold(m_lock); // the transport serves one thread at a time
@@ -67,7 +67,7 @@ std::int32_t CRequestOutbox::Dispatch(std::uint32_t count)
         }
     }
     const CQueueLock::CHold hold(m_lock);
-    return static_cast<std::int32_t>(m_queue.size()); // the limit of the queue is a number of this type
+    return static_cast<std::int32_t>(m_queue.size()); // the queue's limit has this type
 }
 
 std::list<std::wstring> CRequestOutbox::GetSnapshot()
@@ -96,7 +96,7 @@ bool CRequestOutbox::SendConverted(const std::wstring& request)
     return delivered;
 }
 
-// Where it is: the lock, the facade and all that a return would need may have been destroyed.
+// Ends the thread here: the lock, the facade and all that a return would need may have been destroyed.
 void CRequestOutbox::EndAbandonedThread() const noexcept
 {
     if (m_isAbandoned)

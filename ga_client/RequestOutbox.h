@@ -14,16 +14,15 @@
 
 namespace GAClient
 {
-/// The hits of one tracker on their way out: the queue, its file and the transport, under one lock.
+/// The outgoing hits of one tracker: the queue, its file and the transport, under one lock.
 ///
 /// Every operation may be called on any thread. The lock is held during an exchange and during a load or a save of the
 /// file, so an operation that needs it waits for at most one of these (RequestQueueFile.h bounds the last two). Lock
 /// order: this lock, then the file's mutex.
 ///
-/// Operations take and return values only, never references, pointers or callbacks: what the caller passes is copied
-/// before the lock is taken, and what the caller gets is written after it was released. A fault in memory of the caller
-/// therefore never leaves the lock held, even where no destructor runs between the fault and its guard
-/// (CStructuredExceptionScope).
+/// Operations take and return only values, never references, pointers or callbacks: arguments are copied before the
+/// lock is taken, and results are written after it is released. A fault in the caller's memory therefore never leaves
+/// the lock held, even where no destructor runs between the fault and its guard (CStructuredExceptionScope).
 class CRequestOutbox
 {
 public:
@@ -34,26 +33,26 @@ public:
         kQueueEmpty,
     };
 
-    /// No file is used when a text is empty.
+    /// If a text is empty, no file is used.
     CRequestOutbox(const std::wstring& applicationName, const std::wstring& applicationVersion, bool useSsl);
 
-    /// Moves the hits to the end of the queue as long as it holds fewer than the limit; the others are dropped, and so
-    /// are empty ones. Reserves what saving them will need.
+    /// Moves the hits to the end of the queue while it holds fewer than the limit. The others are dropped, and so are
+    /// empty ones. Reserves the memory for saving them.
     void Append(std::list<std::wstring> requests);
-    /// Sends a hit that is not queued.
+    /// Sends a hit without queueing it.
     bool SendNow(std::wstring request);
-    /// Tries to send the oldest hit. It leaves the queue when it was delivered.
+    /// Tries to send the oldest hit. A delivered hit leaves the queue.
     Delivery SendOldest();
     /// Sends up to count queued hits: the results of CRequestTracker::Dispatch.
     std::int32_t Dispatch(std::uint32_t count);
     /// A copy of the queue, oldest first.
     std::list<std::wstring> GetSnapshot();
     void Load();
-    /// False when the queue could not be saved.
+    /// False if the queue could not be saved.
     bool Save();
 
-    /// The process is about to end, and a thread may have been left behind in an exchange: when it comes back, it ends
-    /// at once and touches nothing.
+    /// For the end of the process: a thread that was left behind in an exchange ends as soon as the exchange does, and
+    /// touches nothing.
     void Abandon() noexcept { m_isAbandoned = true; }
 
     /// Milliseconds for the transport; 0 for the system's defaults.
@@ -74,7 +73,7 @@ private:
     CQueueLock m_lock; // guards the three below
     Http::CHttpPostRequest m_transport;
     std::list<std::wstring> m_queue; // oldest first; each entry as it was tracked, with its queue-time mark
-    CRequestQueueFile m_file;        // has room for saving the whole queue, see CRequestQueueFile::Reserve
+    CRequestQueueFile m_file;        // has memory for saving the whole queue, see CRequestQueueFile::Reserve
 
     std::atomic<DWORD> m_requestTimeoutMs = 0;
     std::atomic<DWORD> m_flushBudgetMs = 0;

@@ -8,7 +8,7 @@
 #include "ga_client/DataFolder.h"
 #include "ga_client/QueueFileFormat.h"
 #include "winapi/handles/KernelHandles.h"
-#include "winapi/WinApi.h"
+#include "winapi/handles/MutexHandles.h"
 
 namespace GAClient
 {
@@ -16,47 +16,37 @@ namespace
 {
 constexpr wchar_t kFileName[] = L"Statlet_RequestQueue.txt";
 constexpr wchar_t kMutexPrefix[] = L"Statlet_";
-// Nothing is appended to a file of this size or more, so that it stays bounded where hits can never be sent.
+// Nothing is appended to a file of this size or more, so that it stays bounded even if hits can never be sent.
 constexpr std::int64_t kFullSize = 1048576;
-// How often a save tries each of its steps: a system that is short of something refuses some calls in a row, and what a
-// save gives up is lost.
+// Attempts at each step of a save: a system that lacks a resource refuses several calls in a row, and what a save gives
+// up is lost.
 constexpr int kAttempts = 4;
 
-// As any other program opens files through its C runtime: readers and writers side by side, no deletion. The mutex, not
-// the share mode, keeps the client's own processes apart.
+// The share mode of a C runtime's files: concurrent readers and writers, no deletion. The mutex, not the share mode,
+// keeps the client's own processes apart.
 constexpr DWORD kShareMode = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-// The turn of this process at the file, from construction to destruction.
+// This process's turn at the file, from construction to destruction.
 class CFileTurn
 {
 public:
     explicit CFileTurn(const std::wstring& mutexName)
     {
         bool existed = false;
-        for (int attempt = 0; attempt < kAttempts && m_mutex == nullptr; ++attempt)
+        for (int attempt = 0; attempt < kAttempts && !m_mutex.IsValid(); ++attempt)
         {
-            ::SetLastError(ERROR_SUCCESS); // a new mutex does not promise to clear what an earlier call left
-            m_mutex = KVWinApi::g_winApi->CreateMutexW(nullptr, TRUE, mutexName.c_str());
+            ::SetLastError(ERROR_SUCCESS); // a new mutex need not clear the code of an earlier call
+            m_mutex.Reset(KVWinApi::g_winApi->CreateMutexW(nullptr, TRUE, mutexName.c_str()));
             existed = ::GetLastError() == ERROR_ALREADY_EXISTS;
         }
-        // A new mutex is owned from the start, an existing one is waited for.
-        m_isHeld = m_mutex != nullptr && (!existed || WasObtained());
-    }
-    ~CFileTurn()
-    {
-        if (m_isHeld)
+        // A new mutex is initially owned; an existing one has to be waited for.
+        if (m_mutex.IsValid() && (!existed || WasObtained()))
         {
-            KVWinApi::g_winApi->ReleaseMutex(m_mutex);
-        }
-        if (m_mutex != nullptr)
-        {
-            KVWinApi::g_winApi->CloseHandle(m_mutex);
+            m_ownership.Reset(m_mutex.Get());
         }
     }
-    CFileTurn(const CFileTurn&) = delete;
-    CFileTurn& operator=(const CFileTurn&) = delete;
 
-    bool IsHeld() const noexcept { return m_isHeld; }
+    bool IsHeld() const noexcept { return m_ownership.IsValid(); }
 
 private:
     bool WasObtained() const
@@ -65,29 +55,29 @@ private:
         DWORD result = WAIT_FAILED;
         for (int attempt = 0; attempt < kAttempts && result == WAIT_FAILED; ++attempt)
         {
-            result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex, kWaitMs);
+            result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex.Get(), kWaitMs);
         }
-        // Abandoned: its owner died. The file is whole, since hits are written in one piece.
+        // Abandoned: its owner ended. The file is still whole, since hits are written in one piece.
         return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
     }
 
-    HANDLE m_mutex = nullptr;
-    bool m_isHeld = false;
+    KVWinApi::CUniqueMutex m_mutex;
+    KVWinApi::CUniqueMutexOwnership m_ownership; // declared after the mutex, hence given up before that is closed
 };
 
-// Deliberate: the path goes through the same narrowing as the content, and is then what a file name of single bytes
-// means to the system. Paths beyond the code page are not reached.
+// Deliberate: the path is narrowed like the content and then read in the system's code page, so that all processes find
+// the same file. Paths beyond the code page are not reached.
 std::wstring NarrowedPath(const std::wstring& path)
 {
     const std::string bytes = NarrowToBytes(path);
-    const int size = static_cast<int>(bytes.size()); // a path of 2 GiB does not come out of the shell
-    std::wstring narrowed(bytes.size(), L'\0');      // no code page makes more units of it than it has bytes
+    const int size = static_cast<int>(bytes.size()); // the shell gives no path of 2 GiB
+    std::wstring narrowed(bytes.size(), L'\0');      // no code page gives more units than bytes
     const int length = KVWinApi::g_kernelApi->MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, narrowed.data(), size);
     narrowed.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
     return narrowed;
 }
 
-// Empty when no file is used.
+// Empty if no file is used.
 std::wstring FilePath(const std::wstring& applicationName, const std::wstring& applicationVersion)
 {
     const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
@@ -96,20 +86,20 @@ std::wstring FilePath(const std::wstring& applicationName, const std::wstring& a
 
 KVWinApi::CUniqueFile TryToOpen(const std::wstring& path, DWORD disposition)
 {
-    // The content goes out to the collection host: a link that somebody put here is opened itself, never its target.
+    // The content is sent to the collection host, so a link in place of the file is opened itself, never its target.
     constexpr DWORD kFlags = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT;
     return KVWinApi::CUniqueFile(KVWinApi::g_kernelApi->CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                                                                     kShareMode, nullptr, disposition, kFlags, nullptr));
 }
 
-// Scanners and backup programs hold a file for moments.
+// Waits for scanners and backup programs, which hold a file for moments.
 KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD disposition)
 {
     constexpr DWORD kRetryMs = 30;
     constexpr DWORD kRetryTotalMs = 120;
     const DWORD firstTry = KVWinApi::g_kernelApi->GetTickCount();
     KVWinApi::CUniqueFile file = TryToOpen(path, disposition);
-    // Unsigned difference: right across the tick count's wrap at 49.7 days.
+    // Unsigned difference: correct even when the tick count wraps, after 49.7 days.
     while (!file.IsValid() && ::GetLastError() == ERROR_SHARING_VIOLATION &&
            KVWinApi::g_kernelApi->GetTickCount() - firstTry < kRetryTotalMs)
     {
@@ -119,12 +109,27 @@ KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD disposition)
     return file;
 }
 
-// False of a link, and when it cannot be found out.
+// False for a link, and if the attributes are unavailable.
 bool IsFileItself(HANDLE file)
 {
     BY_HANDLE_FILE_INFORMATION information{};
     return ::GetFileInformationByHandle(file, &information) != FALSE &&
            (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+// Leaves an end that an earlier attempt has found. False if the size is unavailable.
+bool FindEnd(HANDLE file, std::optional<std::int64_t>& end)
+{
+    LARGE_INTEGER size{};
+    if (!end)
+    {
+        if (KVWinApi::g_kernelApi->GetFileSizeEx(file, &size) == FALSE)
+        {
+            return false;
+        }
+        end = size.QuadPart;
+    }
+    return true;
 }
 
 bool SetPosition(HANDLE file, std::int64_t position)
@@ -134,7 +139,7 @@ bool SetPosition(HANDLE file, std::int64_t position)
     return ::SetFilePointerEx(file, distance, nullptr, FILE_BEGIN) != FALSE;
 }
 
-// True also of an empty file. Leaves the position at the end.
+// True even for an empty file. Leaves the position at the end.
 bool EndsWithLineEnd(HANDLE file, std::int64_t size)
 {
     char last = kQueueLineEnd;
@@ -148,7 +153,8 @@ bool CutAt(HANDLE file, std::int64_t size)
     return SetPosition(file, size) && ::SetEndOfFile(file) != FALSE;
 }
 
-// In one piece, so that the end of the process cannot tear a line. What a full disk cuts off is taken back as a whole.
+// Writes in one piece, so that the end of the process cannot tear a line. A write that a full disk cuts short is
+// undone.
 bool AppendBytes(HANDLE file, std::int64_t size, std::string_view bytes)
 {
     if (bytes.empty())
@@ -170,7 +176,7 @@ bool AppendBytes(HANDLE file, std::int64_t size, std::string_view bytes)
     return false;
 }
 
-// The first lines of the file, at most limit; nothing when the file cannot be read to there.
+// The first lines of the file, at most limit; nothing if reading them fails.
 std::optional<std::list<std::wstring>> ReadLines(HANDLE file, std::size_t limit)
 {
     constexpr DWORD kChunkSize = 65536;
@@ -203,7 +209,7 @@ CRequestQueueFile::CRequestQueueFile(std::wstring applicationName, std::wstring 
 
 void CRequestQueueFile::Reserve(std::size_t lineBytes)
 {
-    m_saveBytes.reserve(1 + lineBytes); // the line end in front
+    m_saveBytes.reserve(1 + lineBytes); // 1: the line end in front
 }
 
 bool CRequestQueueFile::Save(const std::list<std::wstring>& requests)
@@ -245,9 +251,9 @@ void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueL
     {
         return;
     }
-    // Before the file is emptied: hits that are in memory alone must not depend on an allocation.
+    // Before the file is emptied: the hits are then only in memory and must not depend on an allocation.
     Reserve(GetSizeOfQueueLines(queue) + GetSizeOfQueueLines(*lines));
-    // From here on the entries are this process's alone; without that they would be sent by every process.
+    // The entries must belong to this process alone; otherwise every process would send them.
     if (CutAt(file.Get(), 0))
     {
         queue.splice(queue.end(), *lines);
@@ -271,7 +277,7 @@ bool CRequestQueueFile::HasPath() noexcept
     return !m_path.empty();
 }
 
-// False when the folder cannot be named, or memory is missing. A path that was found before is kept then.
+// If the folder is unavailable or memory is short, the result is false and an earlier path is kept.
 bool CRequestQueueFile::MakeFolderAgain() noexcept
 {
     try
@@ -284,37 +290,28 @@ bool CRequestQueueFile::MakeFolderAgain() noexcept
         m_path.swap(path);
         return true;
     }
-    catch (...) // most likely for lack of memory, which may be over at the next attempt
+    catch (...) // most likely a lack of memory, which may have passed at the next attempt
     {
         return false;
     }
 }
 
-// One attempt of a save. end: where the file ended before the first one, whatever that left behind.
+// One attempt of a save. end: the file's end before the first attempt, whatever earlier ones left behind it.
 bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
 {
     KVWinApi::CUniqueFile file = OpenFile(m_path, OPEN_ALWAYS);
     if (!file.IsValid() && ::GetLastError() == ERROR_PATH_NOT_FOUND && MakeFolderAgain())
     {
-        // Somebody had removed the folder.
+        // The folder was removed.
         file = OpenFile(m_path, OPEN_ALWAYS);
     }
-    if (!file.IsValid() || !IsFileItself(file.Get()))
+    if (!file.IsValid() || !IsFileItself(file.Get()) || !FindEnd(file.Get(), end))
     {
         return false;
     }
-    if (!end)
-    {
-        LARGE_INTEGER size{};
-        if (KVWinApi::g_kernelApi->GetFileSizeEx(file.Get(), &size) == FALSE)
-        {
-            return false;
-        }
-        end = size.QuadPart;
-    }
     if (*end >= kFullSize)
     {
-        // Deliberate: these hits are lost, rather than letting the file grow.
+        // Deliberate: these hits are lost, so that the file does not grow without bound.
         return false;
     }
     std::string_view bytes = m_saveBytes;
@@ -322,7 +319,7 @@ bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
     {
         bytes.remove_prefix(1);
     }
-    // Otherwise somebody left half a line behind: two hits must not become one that nobody tracked.
+    // Otherwise the file ends in half a line, which must not merge with the first hit.
     return AppendBytes(file.Get(), *end, bytes);
 }
 } // namespace GAClient

@@ -11,41 +11,41 @@ namespace GAClient
 /// The file in which the hits of one version of one application wait for a later process.
 ///
 /// Statlet_RequestQueue.txt in the data folder (DataFolder.h): one request string a line, each line ended by a single
-/// line feed. Processes take turns by the named mutex "Statlet_" NAME VERSION, for which an operation waits up to 30
-/// seconds. A file that another program holds without sharing is tried for another 120 milliseconds. Both operations
-/// are silent about what goes wrong.
+/// line feed. Processes take turns with the named mutex "Statlet_" NAME VERSION; an operation waits for it up to 30
+/// seconds. If another program holds the file without sharing, an operation retries for 120 milliseconds. Neither
+/// operation reports why it fails.
 ///
 /// Characters are stored as the low 8 bits of their UTF-16 code units and read back with sign extension: plain ASCII
-/// survives, other characters do not. The asymmetry is deliberate and kept.
+/// survives, other characters do not. Deliberate: the format is fixed, since a file outlives the process that wrote it.
 ///
-/// The data folder is looked for, and made, by the first operation; Save makes it again when it has been removed since.
+/// The first operation finds the data folder and creates it if it is missing; Save creates it again if it was removed.
 /// A link in place of the file is not followed.
 ///
-/// Not synchronised within the process: the outbox calls it under its lock, which comes before the mutex.
+/// Not synchronised within the process: the outbox calls it under its lock, which is taken before the mutex.
 class CRequestQueueFile
 {
 public:
-    /// No file is used when either text is empty.
+    /// If either text is empty, no file is used.
     CRequestQueueFile(std::wstring applicationName, std::wstring applicationVersion);
 
-    /// Reserves the memory that Save needs for lines of so many bytes. After that, and after an operation that found
+    /// Reserves the memory that Save needs for lines of that many bytes. After that, and after an operation that found
     /// the data folder, Save allocates nothing.
     void Reserve(std::size_t lineBytes);
 
-    /// Appends the hits to the file, oldest first. Whatever fails is tried again a few times before the hits are given
-    /// up. False when nothing was written: no file to use, the mutex held by another process, a file of 1 MiB or more,
-    /// a link in place of the file, or a failure of the file system, after which the file is as long as before.
+    /// Appends the hits to the file, oldest first. A step that fails is repeated a few times before the hits are given
+    /// up. False if nothing was written: no file is used, another process holds the mutex, the file has 1 MiB or more,
+    /// a link is in place of the file, or the file system failed; the file is then as long as before.
     bool Save(const std::list<std::wstring>& requests);
 
-    /// Moves the hits of the file to the end of the queue while that holds fewer than queueLimit entries; those beyond
-    /// are discarded. The file is left empty. Reserves what Save needs for the whole queue.
+    /// Moves the hits of the file to the end of the queue while that holds fewer than queueLimit entries; the others
+    /// are discarded. The file is then empty. Reserves the memory that Save needs for the whole queue.
     ///
-    /// When the file cannot be read and emptied, or memory is missing (std::bad_alloc), nothing is loaded and the file
-    /// stays as it is: hits that stayed in it would be sent again by every later process.
+    /// If the file cannot be read and emptied, or memory is short (std::bad_alloc), nothing is loaded and the file is
+    /// unchanged: every later process would send hits that stayed in it again.
     void Load(std::list<std::wstring>& queue, std::int32_t queueLimit);
 
 private:
-    // The shell takes longer to name the folder than a small file takes to be read.
+    // Asks the shell once: that takes longer than reading a small file.
     void FindPath();
     bool HasPath() noexcept;
     bool MakeFolderAgain() noexcept;
@@ -54,7 +54,7 @@ private:
     const std::wstring m_applicationName;
     const std::wstring m_applicationVersion;
     const std::wstring m_mutexName;
-    std::wstring m_path;     // empty until it has been found
-    std::string m_saveBytes; // a line end, then the lines: the first ends a line that somebody left unfinished
+    std::wstring m_path;     // empty until found
+    std::string m_saveBytes; // a line end, then the lines: the line end completes half a line at the file's end
 };
 } // namespace GAClient

@@ -30,7 +30,7 @@ bool CRequestTracker::TrackRequest(const std::wstring& request)
     {
         return true;
     }
-    // As it was passed: the mark tells a later send how long it waited.
+    // As it was passed: a later send needs the mark to know how long the hit waited.
     m_outbox->Append(std::list<std::wstring>(1, request));
     return false;
 }

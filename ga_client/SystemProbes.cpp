@@ -8,7 +8,7 @@ namespace GAClient
 {
 namespace
 {
-// The device context of a window, given back when the owner goes. Null when the system gave none.
+// Owns the device context of a window. Not a CUniqueHandle, since ReleaseDC takes the window as well.
 class CWindowDeviceContext
 {
 public:
@@ -34,7 +34,7 @@ private:
     HDC m_context;
 };
 
-// Empty when the system has no such information about the user's locale.
+// Empty if the user's locale has no such information.
 std::wstring UserLocaleInformation(LCTYPE type)
 {
     const int size = KVWinApi::g_winApi->GetLocaleInfoW(LOCALE_USER_DEFAULT, type, nullptr, 0);
@@ -47,7 +47,7 @@ std::wstring UserLocaleInformation(LCTYPE type)
     {
         return {};
     }
-    return text.c_str(); // without the terminator that the size counts
+    return text.c_str(); // without the terminator, which the size includes
 }
 
 bool IsVersion(OSVERSIONINFOEXW version, DWORD parts, BYTE comparison)
@@ -87,7 +87,7 @@ std::wstring ReportedVersion()
 {
     OSVERSIONINFOEXW version{};
     version.dwOSVersionInfoSize = sizeof(version);
-    // The extended form begins with the plain one, and the size tells the system which of them it fills.
+    // The extended record begins with the plain one, and the size selects which of them the system fills.
     if (KVWinApi::g_winApi->GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&version)) == FALSE)
     {
         return {};
@@ -127,7 +127,7 @@ std::wstring GetOsVersion()
 
 std::wstring GetUserAgent()
 {
-    // The architecture is that of this program, which exists as a 64-bit build only.
+    // The architecture is that of this program, which exists only as a 64-bit build.
     return L"Statlet/1.0 (Windows NT " + GetOsVersion() + L"; x64)";
 }
 } // namespace GAClient

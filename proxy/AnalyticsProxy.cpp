@@ -7,9 +7,12 @@
 
 #include <array>
 #include <list>
+#include <optional>
+#include <utility>
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "analytics_reporting/ProgramLogModule.h"
+#include "device_manager/DeviceKinds.h"
 #include "logging/Trace.h"
 #include "proxy/ProcessSetup.h"
 #include "proxy/ProxyResults.h"
@@ -45,30 +48,45 @@ std::wstring GetPropertyId()
 bool ReadUseSsl()
 {
     bool useSsl = true;
-    // An absent or empty value leaves it true; any other text than "true" has been read, and is false.
+    // An absent or empty value leaves it true; any text except "true" gives false.
     KVUtils::CSxSConfig::_GetIniFile().GetBool(kAnalyticsSection, L"UseSSL", useSsl);
     return useSsl;
+}
+
+bool InitializeEngine(bool optIn)
+{
+    const std::wstring propertyId = GetPropertyId();
+    g_useSsl = ReadUseSsl();
+    return GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl);
 }
 
 // What the command line asks for.
 struct Request
 {
-    explicit Request(const KVUtils::CCommandLine& commandLine)
-        : hasLinkId(commandLine.GetValue(L"linkid", linkId)), hasTabId(commandLine.GetValue(L"tabid", tabId))
-    {
-        commandLine.GetValue(L"connection", connection);
-        commandLine.GetValue(L"network", network);
-    }
-
-    std::wstring linkId;
-    std::wstring tabId;
+    std::optional<std::wstring> linkId; // empty text: the switch has no value
+    std::optional<std::wstring> tabId;
     std::wstring connection;
     std::wstring network;
-    bool hasLinkId; // also with an empty value
-    bool hasTabId;
 };
 
-// Milliseconds that it took, as the clock said after the last pause.
+std::optional<std::wstring> FindSwitch(const KVUtils::CCommandLine& commandLine, const wchar_t* key)
+{
+    std::wstring value;
+    return commandLine.GetValue(key, value) ? std::optional(std::move(value)) : std::nullopt;
+}
+
+Request ReadRequest()
+{
+    const KVUtils::CCommandLine commandLine;
+    Request request;
+    request.linkId = FindSwitch(commandLine, L"linkid");
+    request.tabId = FindSwitch(commandLine, L"tabid");
+    request.connection = FindSwitch(commandLine, L"connection").value_or(L"");
+    request.network = FindSwitch(commandLine, L"network").value_or(L"");
+    return request;
+}
+
+// Returns the wait in milliseconds, by the clock after the last pause.
 DWORD WaitForPendingRequests()
 {
     constexpr DWORD kPauseMs = 1000;
@@ -82,15 +100,15 @@ DWORD WaitForPendingRequests()
         {
             break;
         }
-        // Not through the facade: whoever shortens the wait substitutes the clock.
+        // Not through the facade: to shorten the wait, a substitute replaces the clock.
         ::Sleep(kPauseMs);
-        // Unsigned difference: right across the tick count's wrap at 49.7 days.
+        // Unsigned difference: correct even when the tick count wraps, after 49.7 days.
         elapsed = KVWinApi::g_kernelApi->GetTickCount() - start;
-    } while (elapsed < kLongestWaitMs); // and no further poll when the time is over
+    } while (elapsed < kLongestWaitMs); // after that, no further poll
     return elapsed;
 }
 
-// 0 when the own process is not in the list, or has no parent there.
+// 0 if this process is not in the list, or has no parent there.
 DWORD FindParentProcess(HANDLE snapshot)
 {
     static_assert(sizeof(PROCESSENTRY32W) == 568);
@@ -114,6 +132,33 @@ DWORD FindParentProcess(HANDLE snapshot)
     }
     return parentId;
 }
+
+KVDeviceManager::NetworkKind GetNetworkKind(const std::wstring& network)
+{
+    if (network == L"Network_Ethernet")
+    {
+        return KVDeviceManager::kNetworkWired;
+    }
+    return network == L"Network_Wireless" ? KVDeviceManager::kNetworkWireless : KVDeviceManager::kNetworkUnknown;
+}
+
+// Null: path is that of the program which runs in the process. Otherwise what the log says of the failure.
+const wchar_t* FindProgramOf(HANDLE process, std::wstring& path)
+{
+    HMODULE program = nullptr; // the first module of a process
+    DWORD needed = 0;
+    if (KVWinApi::g_kernelApi->EnumProcessModules(process, &program, sizeof(HMODULE), &needed) == FALSE)
+    {
+        return L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs";
+    }
+    std::array<wchar_t, MAX_PATH + 1> found{}; // one more: the system may not terminate a path that it cuts
+    if (KVWinApi::g_kernelApi->GetModuleFileNameExW(process, program, found.data(), MAX_PATH) == 0)
+    {
+        return L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name";
+    }
+    path = found.data();
+    return nullptr;
+}
 } // namespace
 
 std::wstring g_propertyIdPrefix;
@@ -132,9 +177,7 @@ HRESULT CAnalyticsProxy::Run()
         return PROXY_E_NOT_CALLED_BY_LUMO;
     }
     SuppressStoredCookies(); // before the first request
-    const std::wstring propertyId = GetPropertyId();
-    g_useSsl = ReadUseSsl();
-    if (!GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl))
+    if (!InitializeEngine(optIn))
     {
         KV_LOG(kLogWarning, L"CAnalyticsProxy::Run - Failed to initialize the analytics engine.");
         return PROXY_E_INIT_FAILED;
@@ -144,32 +187,33 @@ HRESULT CAnalyticsProxy::Run()
         KV_LOG(kLogWarning, L"CAnalyticsProxy::Run - Failed to start the analytics engine.");
         return PROXY_E_START_FAILED;
     }
-
-    const KVUtils::CCommandLine commandLine;
-    const Request request(commandLine);
-    int connectionKind = 0;
-    int networkKind = 0;
-    TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
-
-    // Deliberate: each line is written after the call that it announces.
-    if (request.hasLinkId)
-    {
-        GetAnalyticsEngine().TrackLumoLink(request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
-                                           networkKind);
-        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackLumoLink for %s", request.linkId.c_str());
-    }
-    else if (request.hasTabId)
-    {
-        GetAnalyticsEngine().TrackScreenView(request.tabId);
-        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackScreenView for %s", request.tabId.c_str());
-    }
-
+    ReportHit(kvTraceScope);
     GetAnalyticsEngine().Stop();
     const DWORD elapsed = WaitForPendingRequests();
     KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Total wait time is %d ms", static_cast<int>(elapsed));
-    // Deliberate: the engine stays initialised. The process ends now, and its client keeps for a later run what is
-    // left.
+    // Deliberate: the engine stays initialised. The process ends now, and its client saves the remaining hits for a
+    // later run.
     return PROXY_S_DONE;
+}
+
+void CAnalyticsProxy::ReportHit(KVLogging::CLogFunction& kvTraceScope)
+{
+    const Request request = ReadRequest();
+    int connectionKind = 0;
+    int networkKind = 0;
+    TranslateConnectivityType(request.connection, request.network, connectionKind, networkKind);
+    // Deliberate: each line follows the call that it announces. Readers of the logs know this order.
+    if (request.linkId)
+    {
+        GetAnalyticsEngine().TrackLumoLink(*request.linkId, KVUtils::CSxSConfig::GetModelName(), connectionKind,
+                                           networkKind);
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackLumoLink for %s", request.linkId->c_str());
+    }
+    else if (request.tabId)
+    {
+        GetAnalyticsEngine().TrackScreenView(*request.tabId);
+        KV_LOGF(kLogInfo, L"CAnalyticsProxy::Run - Calling TrackScreenView for %s", request.tabId->c_str());
+    }
 }
 
 bool CAnalyticsProxy::IsOptInForAnalytics()
@@ -205,31 +249,25 @@ bool CAnalyticsProxy::IsCalledByLumo()
     {
         return false;
     }
-    HMODULE executable = nullptr; // the first module of a process
-    DWORD needed = 0;
-    if (KVWinApi::g_kernelApi->EnumProcessModules(parent.Get(), &executable, sizeof(HMODULE), &needed) == FALSE)
+    std::wstring parentPath;
+    if (const wchar_t* const failure = FindProgramOf(parent.Get(), parentPath); failure != nullptr)
     {
-        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to the parent processs");
+        KV_LOG(kLogInfo, failure);
         return false;
     }
-    std::array<wchar_t, MAX_PATH + 1> parentPath{}; // one more: a path that was cut may come without its end
-    if (KVWinApi::g_kernelApi->GetModuleFileNameExW(parent.Get(), executable, parentPath.data(), MAX_PATH) == 0)
-    {
-        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to retrieve the parent processs file name");
-        return false;
-    }
-    // Deliberate: exact, in letter case too. A host that the system reports in another case is refused.
-    if (parentPath.data() != GetMshtaPath())
+    // Deliberate: exact, including the letter case. A host whose path is reported in a different case is refused: the
+    // check must not accept more than the one file.
+    const bool isHost = parentPath == GetMshtaPath();
+    if (!isHost)
     {
         KV_LOGF(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - The parent process is not Lumo HTA. Parent: %s",
-                parentPath.data());
-        return false;
+                parentPath.c_str());
     }
-    return true;
+    return isHost;
 }
 
-// The device centre is a 32-bit HTML application: on 64-bit Windows its host stands in the 32-bit system folder. A
-// folder that cannot be found gives a path that no process can have.
+// The device centre is a 32-bit HTML application: on 64-bit Windows its host is in the 32-bit system folder. If that
+// folder is unavailable, the result is a path that no process can have.
 std::wstring CAnalyticsProxy::GetMshtaPath()
 {
     constexpr wchar_t kHostFile[] = L"\\mshta.exe";
@@ -252,24 +290,24 @@ void CAnalyticsProxy::TranslateConnectivityType(std::wstring connection, std::ws
                                                 int& networkKind)
 {
     KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::TranslateConnectivityType");
-    connectionKind = 0;
-    networkKind = 0;
+    connectionKind = KVDeviceManager::kConnectionUnknown;
+    networkKind = KVDeviceManager::kNetworkUnknown;
     if (connection == L"NW")
     {
-        connectionKind = 2;
-        networkKind = network == L"Network_Ethernet" ? 1 : network == L"Network_Wireless" ? 2 : 0;
+        connectionKind = KVDeviceManager::kConnectionNetwork;
+        networkKind = GetNetworkKind(network);
     }
     else if (connection == L"USB")
     {
-        connectionKind = 1;
+        connectionKind = KVDeviceManager::kConnectionUsb;
     }
     else if (connection == L"BT")
     {
-        connectionKind = 4;
+        connectionKind = KVDeviceManager::kConnectionBluetooth;
     }
     else if (connection == L"*")
     {
-        connectionKind = 7;
+        connectionKind = KVDeviceManager::kConnectionAll;
     }
 }
 } // namespace KVAnalyticsProxy

@@ -14,12 +14,12 @@ namespace KVAnalyticsProxy
 {
 namespace
 {
-constexpr int kQuietEnd = 3; // what abort ends with
+constexpr int kQuietEnd = 3; // the exit code of abort
 
-// The thread that may end the process by way of its static objects; 0: none.
+// The thread that may destroy static objects when it ends the process; 0: none.
 constinit std::atomic<DWORD> s_orderlyThread{0};
 
-// What follows calls the system directly: the facade may be gone, or be what failed.
+// The functions below call the system directly: the facade may be destroyed, or may have failed itself.
 
 [[noreturn]] void EndAtOnce() noexcept
 {
@@ -29,12 +29,12 @@ constinit std::atomic<DWORD> s_orderlyThread{0};
 
 DWORD WINAPI EndLater(void*)
 {
-    constexpr DWORD kLongestEndMs = 75000; // the client's is 70 seconds
+    constexpr DWORD kLongestEndMs = 75000; // the client needs up to 70 seconds
     ::Sleep(kLongestEndMs);
     EndAtOnce();
 }
 
-// What failed may hold a lock for ever, even one of the runtime that a static object's end needs.
+// The code that failed may hold a lock for ever, even one of the runtime that static destructors need.
 bool BoundTheEnd() noexcept
 {
     return ::CreateThread(nullptr, 0, &EndLater, nullptr, 0, nullptr) != nullptr;
@@ -43,7 +43,7 @@ bool BoundTheEnd() noexcept
 [[noreturn]] void EndQuietly() noexcept
 {
     DWORD thread = ::GetCurrentThreadId();
-    // Once: what fails on this way arrives here again.
+    // Only once: a failure during the orderly end calls this function again.
     if (s_orderlyThread.compare_exchange_strong(thread, 0) && BoundTheEnd())
     {
         std::exit(kQuietEnd);
@@ -56,7 +56,7 @@ void EndAfterAbort(int)
     EndQuietly();
 }
 
-// Missing on Windows Vista and 7 without update KB2533623, where the search stays as it is.
+// The function is missing on Windows Vista and 7 without update KB2533623; their search order stays unchanged.
 void SearchSystemFolderOnly() noexcept
 {
     using Function = BOOL(WINAPI*)(DWORD);
@@ -75,14 +75,14 @@ CProcessSetup::CProcessSetup() noexcept
     ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     s_orderlyThread = KVWinApi::g_kernelApi->GetCurrentThreadId();
     std::set_terminate(&EndQuietly);
-    // Compilers' runtimes abort where they lack memory for themselves; with Visual C++, whose terminate handlers are a
-    // thread's own, exceptions of other threads end there too.
+    // Compilers' runtimes abort if they lack memory themselves. With Visual C++, whose terminate handlers are per
+    // thread, unhandled exceptions of other threads also end in an abort.
     ::signal(SIGABRT, &EndAfterAbort);
 }
 
 CProcessSetup::~CProcessSetup()
 {
-    // The process is about to end in good order. An end within that end would destroy static objects twice.
+    // The process is about to end in good order. A second orderly end would destroy static objects twice.
     s_orderlyThread = 0;
 }
 
@@ -94,8 +94,8 @@ void SuppressStoredCookies()
 } // namespace KVAnalyticsProxy
 
 #if defined(__GLIBCXX__)
-// The handler that g++'s library starts with, in place of its own: that one prints, and brings 46 KB along for the
-// names of types. A static object that throws before wWinMain ends the process quietly too.
+// Replaces the initial handler of g++'s library, which prints and adds 46 KB for the names of types. A static object
+// that throws before wWinMain thus also ends the process quietly.
 void __gnu_cxx::__verbose_terminate_handler() // NOLINT(readability-identifier-naming): the library's name
 {
     KVAnalyticsProxy::EndQuietly();

@@ -4,11 +4,11 @@
 
 namespace KVAnalyticsProxy
 {
-/// Results of a run, and so the exit codes of the program: HRESULTs of the program's own facility 0x3E8.
+/// Results of a run, which are the exit codes of the program: HRESULTs of the program's own facility 0x3E8.
 
 /// The engine was initialised and started; the tracking call, if any, was made and the wait ended.
 constexpr HRESULT PROXY_S_DONE = 0x03E8C0FB;
-/// The user has not opted in; nothing else was done. Deliberately a success: to decline is no error.
+/// The user has not opted in; nothing else was done. Deliberate: a success, since declining is no error.
 constexpr HRESULT PROXY_S_NOT_OPTED_IN = 0x03E8C0FF;
 /// The analytics engine could not be initialised.
 constexpr HRESULT PROXY_E_INIT_FAILED = static_cast<HRESULT>(0x83E8C0FC);

@@ -1,8 +1,8 @@
-# Sourced by ./check and ./demo: makes sure that what the build needs is there.
-# kv_setup installs what is missing on Debian and Ubuntu, as root or through sudo; elsewhere, or when KV_NO_INSTALL is set,
-# it names what is missing in one line and ends the caller with 1.
+# Sourced by ./check, ./demo and the other scripts: installs what the build needs.
+# kv_setup installs what is missing on Debian and Ubuntu, as root or through sudo; elsewhere, or if KV_NO_INSTALL is set,
+# it names the missing packages in one line and ends the caller with 1.
 
-# What is looked for, and the Debian package that brings it: a command, or the path of a file.
+# Required commands or files (with a path), each with its Debian package.
 kv_requirements="
 x86_64-w64-mingw32-g++-posix g++-mingw-w64-x86-64-posix
 x86_64-w64-mingw32-windres binutils-mingw-w64-x86-64

@@ -22,10 +22,10 @@ using KVAnalyticsReporting::GetAnalyticsEngine;
 
 constexpr std::int64_t kInitialLimit = 500;
 constexpr DWORD kPollMs = 2;
-constexpr DWORD kLoadMs = 40000; // more than the 30 s for which the client itself waits for the file
+constexpr DWORD kLoadMs = 40000; // more than the 30 s that the client itself waits for the file
 constexpr unsigned kHitsBeforeLoad = 20;
 
-// The kinds of hits, each as often as its weight says. Asking for the hardware starts a thread.
+// The kinds of hits with their relative frequency. The hardware query starts a thread.
 struct Kind
 {
     const wchar_t* name;
@@ -223,7 +223,7 @@ void CDriver::CallAny(const std::wstring& label, const std::wstring& kind)
     }
 }
 
-// What becomes of the hits can be told from the queue alone, and only from one that may be full.
+// Only the queue shows what happens to the hits, and only if it may be full.
 void CDriver::Track(const std::vector<std::string>& keys, const std::function<void()>& call)
 {
     const auto count = static_cast<std::int64_t>(keys.size());

@@ -16,32 +16,32 @@
 
 namespace KVSoak
 {
-/// Drives the engine and the client of this process through sessions, and records of every hit whether the client has
-/// taken it: it must take each as long as its queue cannot be full.
+/// Drives the engine and the client of this process through sessions, and records for every hit whether the client
+/// accepted it: it must accept each while its queue cannot be full.
 class CDriver
 {
 public:
     struct Session
     {
         unsigned hits = 0;
-        std::int32_t limit = 500;  // of the queue, once the queue file is loaded; 500, the client's own, before
+        std::int32_t limit = 500;  // of the queue after the queue file is loaded; before that it is 500
         bool waitsForLoad = true;  // before the first hit; otherwise after some of them
-        unsigned fileLines = 500;  // the queue file holds at most so many lines at the start
-        bool paces = true;         // waits from time to time until some hits are sent
+        unsigned fileLines = 500;  // the most lines in the queue file at the start
+        bool paces = true;         // waits now and then until some hits are sent
         bool holds = false;        // sends nothing
-        DWORD lingerMs = 0;        // waits at most so long until all is sent, before it ends the session
-        DWORD flushMs = 0;         // sends at most so long while the client stops
+        DWORD lingerMs = 0;        // the longest wait for all hits to be sent before the session ends
+        DWORD flushMs = 0;         // the longest time for sending while the client stops
         bool uninitializes = true; // otherwise the end of the process ends the session
     };
 
-    /// process: a name without blanks that no other process has. application: names the queue file.
+    /// process: a unique name without blanks. application: names the queue file.
     CDriver(CRecorder& recorder, CWatchedWinApi& winApi, std::wstring process, std::wstring application, unsigned seed);
 
-    /// False when an operation was refused that must not be.
+    /// False if an operation failed that must succeed.
     bool Run(const Session& session);
-    /// A line through each log module, which takes along the lines that could not be written so far.
+    /// Writes a line through each log module, and with it the queued lines.
     void LogLast();
-    /// Records what the process holds.
+    /// Records the gauges of the process.
     void Sample(const char* stretch);
     /// Records how often each traced function was called.
     void RecordCalls();
@@ -74,7 +74,7 @@ private:
     bool m_isLoaded = false;
     bool m_isSound = true;
     std::int64_t m_limit = 500;
-    std::int64_t m_largestSize = 0; // the queue holds at most so many hits
+    std::int64_t m_largestSize = 0; // the most hits that the queue can hold
     ULONGLONG m_start = ::GetTickCount64();
 };
 } // namespace KVSoak

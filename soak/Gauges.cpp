@@ -12,7 +12,7 @@ namespace
 unsigned CountHandles()
 {
     constexpr std::uintptr_t kStep = 4;
-    constexpr unsigned kGap = 256; // the system gives the lowest free value: a longer gap is the end
+    constexpr unsigned kGap = 256; // the system assigns the lowest free value: a longer gap is the end
     unsigned count = 0;
     unsigned missing = 0;
     for (std::uintptr_t value = kStep; missing < kGap; value += kStep)

@@ -6,14 +6,14 @@
 
 namespace KVSoak
 {
-/// What this process holds at a moment.
+/// What this process uses at a moment.
 struct Gauges
 {
     unsigned handles;
     unsigned threads;
-    std::size_t privateBytes; // committed, shared with nobody
+    std::size_t privateBytes; // committed private memory
 };
 
-/// Handles are found by asking for each value whether it is one: not every system tells their number.
+/// Counts handles by testing each value: not every system reports their number.
 Gauges ReadGauges();
 } // namespace KVSoak

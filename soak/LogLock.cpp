@@ -9,7 +9,7 @@ namespace KVSoak
 {
 namespace
 {
-// The writers open the file for moments only, so the next try mostly succeeds.
+// The writers open the file only briefly, so the next attempt usually succeeds.
 HANDLE OpenAlone(const std::wstring& path, const std::wstring& until)
 {
     constexpr DWORD kRetryMs = 1;
@@ -32,7 +32,7 @@ int LockFromTimeToTime(const std::wstring& logFile, const std::wstring& until, u
     unsigned count = 0;
     while (::GetFileAttributesW(until.c_str()) == INVALID_FILE_ATTRIBUTES)
     {
-        // Shorter and longer than the 120 ms for which a writer tries.
+        // Shorter and longer than the 120 ms for which a writer tries to open it.
         ::Sleep(500 + static_cast<DWORD>(random() % 4500));
         const HANDLE file = OpenAlone(logFile, until);
         if (file == INVALID_HANDLE_VALUE)

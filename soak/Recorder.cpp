@@ -9,7 +9,7 @@ namespace KVSoak
 {
 namespace
 {
-// The text between `before` and the next separator; empty when there is none.
+// The text between `before` and the next separator; empty if there is none.
 std::wstring_view ValueAfter(std::wstring_view hit, std::wstring_view before)
 {
     const std::size_t start = hit.find(before);

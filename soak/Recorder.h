@@ -7,20 +7,20 @@
 
 namespace KVSoak
 {
-/// The account that a process gives of itself: a text file of one record a line, a word and fields separated by tabs,
-/// in the order of writing. soak_model.py reads it and tells what each record means. Any thread. Needs the same memory
-/// and the same handles from its first record to its last, so that it does not show in what is measured.
+/// The account of a process: a text file with one record a line, a word and fields separated by tabs, in the order of
+/// writing. The script's soak_model.py reads it and describes each record. Any thread. Its use of memory and handles
+/// stays the same from the first record to the last, so it does not affect what is measured.
 class CRecorder
 {
 public:
-    /// Throws std::runtime_error when the file cannot be made.
+    /// Throws std::runtime_error if the file cannot be created.
     explicit CRecorder(const std::wstring& path);
     ~CRecorder();
     CRecorder(const CRecorder&) = delete;
     CRecorder& operator=(const CRecorder&) = delete;
 
     void Write(std::string_view record);
-    /// Hands on what is buffered, so that it is there also when the process dies.
+    /// Writes what is buffered, so that it survives the end of the process.
     void Flush();
 
 private:
@@ -28,14 +28,14 @@ private:
     std::FILE* m_file;
 };
 
-/// By what a hit can be told from every other: its label, or for the three hits of a session, which have none, the
-/// property id of the session and which of the three it is. `hit` as it was tracked or as it is sent.
+/// Identifies a hit: its label, or for the three hits of a session, which have none, the property id of the session and
+/// which of the three it is. `hit` as it was tracked or as it is sent.
 std::string KeyOf(std::wstring_view hit);
 
 /// The custom dimension that carries the label.
 constexpr unsigned kLabelDimension = 90;
 
-/// The performance counter, which all processes share: it puts what they do to the queue file in order.
+/// The performance counter, which all processes share: it orders their operations on the queue file.
 long long ReadCounter();
 
 /// The units of ASCII text as bytes.

@@ -1,15 +1,15 @@
-// What scripts/soak runs under Wine; the script decides what is right. FOLDER holds the files by which they meet.
+// The program that scripts/soak runs under Wine; the script judges. They communicate by files in FOLDER.
 //
 // kv_soak_program long FOLDER SEED SECONDS QUIET
 //   one process that lives long: at least QUIET hits without a network, then SECONDS with one, then everything is sent
 // kv_soak_program share FOLDER NAME SEED SESSIONS HITS
 //   one of several processes on one queue file
 // kv_soak_program drain FOLDER NAME
-//   sends what is left in that file
+//   sends the hits that remain in that file
 // kv_soak_program lock FOLDER LOGFILE SEED
-//   locks the log file from time to time
+//   locks the log file now and then
 //
-// The exit code is 0, 1 when something was refused that must not be, 2 when the command line is wrong.
+// The exit code is 0, 1 if an operation failed that must succeed, 2 if the command line is wrong.
 
 #include <windows.h>
 
@@ -27,7 +27,7 @@
 
 namespace
 {
-constexpr DWORD kLongestWaitMs = 1200000; // a machine that is busy otherwise takes its time
+constexpr DWORD kLongestWaitMs = 1200000; // a busy machine is slow
 constexpr DWORD kPollMs = 20;
 constexpr DWORD kFinalSendMs = 600000;
 
@@ -36,7 +36,7 @@ unsigned NumberOf(const wchar_t* text)
     return static_cast<unsigned>(std::wcstoul(text, nullptr, 10));
 }
 
-// Tells the script, and waits for its answer. False when it does not come.
+// Notifies the script and waits for its answer. False if none arrives.
 bool Meet(const std::wstring& folder, const std::wstring& tells, const std::wstring& awaits)
 {
     const auto file = [&folder](const std::wstring& name) { return (std::filesystem::path(folder) / name).wstring(); };
@@ -52,7 +52,7 @@ bool Meet(const std::wstring& folder, const std::wstring& tells, const std::wstr
     return false;
 }
 
-// One of the sessions of a process that has a network, though not always a server.
+// A session of a process with a network, though not always with a server.
 KVSoak::CDriver::Session AnySession(KVSoak::CDriver& driver, unsigned hits)
 {
     constexpr std::int32_t kLimits[] = {500, 500, 500, 150, 40};
@@ -112,7 +112,7 @@ KVSoak::CDriver::Session HeldBurst(KVSoak::CDriver& driver)
 bool RunNetworkStretch(KVSoak::CDriver& driver, unsigned seconds)
 {
     constexpr unsigned kBurstEvery = 10;
-    constexpr unsigned kFewest = 20; // on a machine that is busy otherwise the time is over too soon to tell a growth
+    constexpr unsigned kFewest = 20; // too few on a busy machine would not show growth
     bool isSound = true;
     const ULONGLONG start = ::GetTickCount64();
     for (unsigned number = 1; number <= kFewest || ::GetTickCount64() - start < seconds * 1000ULL; ++number)
@@ -189,7 +189,7 @@ int Main(int argc, wchar_t** argv)
         return KVSoak::LockFromTimeToTime(argv[3], std::wstring(argv[2]) + L"\\unlock", NumberOf(argv[4]));
     }
     const std::wstring name = mode == L"long" ? mode : argc > 3 ? argv[3] : L"";
-    // Before the client is made, hence destroyed after it: its end saves the queue.
+    // Constructed before the client and so destroyed after it: the client's destructor saves the queue.
     static KVSoak::CRecorder s_recorder(std::wstring(argc > 2 ? argv[2] : L".") + L"\\" + name + L".account");
     static KVSoak::CWatchedWinApi s_winApi(s_recorder);
     static KVSoak::CWatchedKernelApi s_kernelApi(s_recorder);

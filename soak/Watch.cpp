@@ -6,9 +6,9 @@ namespace KVSoak
 {
 namespace
 {
-constexpr DWORD kPauseMs = 1000; // of the worker; nothing else in the client waits exactly so long
+constexpr DWORD kPauseMs = 1000; // the worker's; no other wait of the client has this length
 constexpr DWORD kShortPauseMs = 10;
-// Under Wine the question whether there is a network takes longer than the exchange, so most answers are made up.
+// Under Wine the test for a network takes longer than the exchange, so most of its results are simulated.
 constexpr unsigned kAskEvery = 16;
 
 bool IsQueueFile(std::wstring_view path)
@@ -96,7 +96,7 @@ BOOL CWatchedWinApi::ReleaseMutex(HANDLE mutex)
 HANDLE CWatchedKernelApi::CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes,
                                       DWORD disposition, DWORD flags, HANDLE pattern)
 {
-    // Only a load writes to a file that must exist: it empties it.
+    // Only a load, which empties the file, opens it for writing without creating it.
     const bool empties = (access & GENERIC_WRITE) != 0 && IsQueueFile(path) &&
                          (disposition == TRUNCATE_EXISTING || disposition == OPEN_EXISTING);
     const std::string content = empties ? ReadWhole(path) : std::string();
@@ -141,7 +141,7 @@ void CWatchedKernelApi::RecordLines(const char* word, const std::string& bytes)
         record += "\t" + KeyOf(line);
         line.clear();
     }
-    // A line without an end belongs to nobody: the model finds it.
+    // A line without an end has no owner: the model reports it.
     m_recorder.Write(record + (line.empty() ? "" : "\thalf a line"));
 }
 } // namespace KVSoak

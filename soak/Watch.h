@@ -11,7 +11,7 @@
 
 namespace KVSoak
 {
-/// The system's own internet and mutexes, with an account of every exchange. The client has one exchange at a time.
+/// The system's internet and mutexes; records every exchange. The client makes one exchange at a time.
 class CWatchedWinApi : public KVWinApi::CWinApi
 {
 public:
@@ -26,10 +26,10 @@ public:
     BOOL InternetCloseHandle(HINTERNET handle) override;
     BOOL ReleaseMutex(HANDLE mutex) override;
 
-    /// While this is set the computer has no network.
+    /// While this is set, the computer has no network.
     std::atomic<bool> isOffline = false;
     std::atomic<unsigned> exchanges = 0;
-    /// How often the turn at the queue file was given back: once for each load and each save.
+    /// How often the queue file's mutex was released: once for each load and each save.
     std::atomic<unsigned> turns = 0;
 
 private:
@@ -40,8 +40,8 @@ private:
     bool m_wasAccepted = false;
 };
 
-/// The system's own files and waits, with an account of every load and save of the queue file. Both happen under the
-/// file's mutex, so the counter in the records puts those of all processes in order.
+/// The system's files and waits; records every load and save of the queue file. Both happen under the file's mutex, so
+/// the counter in the records orders those of all processes.
 class CWatchedKernelApi : public KVWinApi::CKernelApi
 {
 public:
@@ -50,7 +50,7 @@ public:
     HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES attributes, DWORD disposition,
                        DWORD flags, HANDLE pattern) override;
     BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) override;
-    /// The worker pauses for milliseconds rather than a second: most of a run would be pauses otherwise.
+    /// The worker pauses for milliseconds instead of a second; otherwise most of a run would be pauses.
     DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) override;
 
 private:

@@ -1,4 +1,4 @@
-"""A collection server that fails and heals: stands in for the collection host as the proxy of whoever sends hits."""
+"""A collection server that fails and heals: the proxy of programs that send hits, in place of the collection host."""
 
 import random
 import socket
@@ -7,19 +7,19 @@ import time
 
 ANSWERS = {"ok": b"HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 0\r\n\r\n",
            "error": b"HTTP/1.1 503 Busy\r\nConnection: close\r\nContent-Length: 0\r\n\r\n"}
-# What the network does for a while, between times in which all is well:
+# Failures of the network, which alternate with times without one:
 #   error    every hit is refused with a status
-#   refuse   nobody listens
+#   refuse   connections are refused
 #   slam     connections are closed before anything is read
-#   lose     hits are taken, and every other connection or so is closed without an answer
-#   slow     answers take their time
-#   restart  the server goes away, with the hits that it is about to answer, and is back at once
+#   lose     hits are accepted, and about every second connection is closed without an answer
+#   slow     answers are delayed
+#   restart  the server ends, with the hits that it is about to answer, and listens again at once
 FAILURES = ("error", "refuse", "slam", "lose", "slow", "restart")
 ACCEPTED, REFUSED, LOST = "accepted", "refused", "lost"
 
 
 class Arrival:
-    """A hit that the server has read. LOST: nobody was told that it was taken."""
+    """A hit that the server has read. LOST: the client did not receive the answer."""
 
     def __init__(self, target, outcome):
         self.time = time.time()
@@ -28,7 +28,7 @@ class Arrival:
 
 
 class FailingServer:
-    """Listens on a thread of its own until it is closed. All is well at first."""
+    """Listens on a thread of its own until it is closed. Without a failure at first."""
 
     def __init__(self, seed):
         self._random = random.Random(seed)
@@ -52,7 +52,7 @@ class FailingServer:
             return list(self._arrivals)
 
     def fail_and_heal(self):
-        """Lets one failure follow another, each kind as often, with good times between them, until heal()."""
+        """Until heal(), causes all kinds of failures equally often, with times without one in between."""
         self._healing.clear()
         self._schedule = threading.Thread(target=self._run_schedule, daemon=True)
         self._schedule.start()
@@ -81,7 +81,7 @@ class FailingServer:
         threading.Thread(target=self._accept, args=(self._socket, self._gone), daemon=True).start()
 
     def _stop_listening(self):
-        """Nobody else can take the port meanwhile: it stays bound."""
+        """The port stays bound, so that no other program can take it."""
         self._gone.set()
         self._socket.shutdown(socket.SHUT_RDWR)
         self._socket.close()
@@ -131,7 +131,7 @@ class FailingServer:
                     if not self._answer(connection, gone, head.split(b" ")[1].decode("ascii")):
                         return
             except OSError:
-                return  # the client has gone
+                return  # the client has disconnected
 
     def _answer(self, connection, gone, target):
         """False when the connection is to be closed."""
@@ -139,7 +139,7 @@ class FailingServer:
         with self._lock:
             loses = mode == "lose" and self._random.random() < 0.5
             arrival = Arrival(target, LOST if loses else REFUSED if mode == "error" else ACCEPTED)
-            self._arrivals.append(arrival)  # first: whoever has been answered finds it here
+            self._arrivals.append(arrival)  # before the answer, whose receiver may look for it
             delay = self._random.uniform(0.05, 0.4) if mode == "slow" else 0
         if delay and gone.wait(delay):
             arrival.outcome = LOST

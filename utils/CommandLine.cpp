@@ -25,16 +25,15 @@ using CUniqueElements = KVWinApi::CUniqueHandle<ElementsTraits>;
 
 CUniqueElements Split(const wchar_t* commandLine, int& count)
 {
-    if (commandLine == nullptr) // which CommandLineToArgvW may not be given
+    if (commandLine == nullptr) // not a valid argument of CommandLineToArgvW
     {
         return CUniqueElements();
     }
-    return CUniqueElements(
-        KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, CommandLineToArgvW).Or(nullptr)(commandLine, &count));
+    return CUniqueElements(Call(KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, CommandLineToArgvW), commandLine, &count));
 }
 
-// The place is searched by text alone, so it may lie inside the program path. The whole line is the answer when
-// splitting has changed the argument, by taking its quotes away for example.
+// Searches by text alone, so the place may be inside the program path. If splitting has changed the argument, for
+// example by removing its quotes, the result is the whole line.
 std::wstring FromFirstOccurrence(const std::wstring& line, const std::wstring& text)
 {
     const std::size_t position = line.find(text);
@@ -81,7 +80,7 @@ void CCommandLine::CollectSwitches(const wchar_t* const* elements, int count)
             const wchar_t* const name = element + 1;
             if (name[0] == L'\0')
             {
-                continue; // a lone slash or hyphen: the key before it still waits for its value
+                continue; // a lone slash or hyphen: the previous key still waits for its value
             }
             pendingKey = name;
             StartSwitch(name);
@@ -102,7 +101,7 @@ void CCommandLine::StartSwitch(const wchar_t* name)
     }
     catch (const std::length_error&)
     {
-        // A name too long for a string is no reason to fail: it stays pending without an entry.
+        // A name too long for a string must not fail the whole line: it stays pending without an entry.
     }
 }
 

@@ -5,22 +5,22 @@
 
 namespace KVUtils
 {
-/// The command line of the process, taken apart once, at construction, into switches and their values:
+/// The command line of the process, parsed once, at construction, into switches and their values:
 ///
 ///     program.exe /linkid L1 -tabid "a tab"
 ///
-/// A switch begins with a slash or a hyphen and takes at most one value, the element behind it. There is no form with
-/// an equals sign or a colon. A repeated switch starts over; a value without a switch is ignored.
+/// A switch begins with a slash or a hyphen and takes at most one value, the next element. There is no form with an
+/// equals sign or a colon. A repeated switch loses its earlier value; a value without a switch is ignored.
 ///
-/// The line comes from `GetCommandLineW` and is split by `CommandLineToArgvW`, so quotes and backslashes mean what
-/// they mean to that function. When the split fails the object is empty. Immutable, hence safe on any thread.
+/// The line comes from `GetCommandLineW` and is split by `CommandLineToArgvW`, which defines what quotes and
+/// backslashes mean. If the split fails, the object is empty. Immutable and therefore safe on any thread.
 class CCommandLine
 {
 public:
-    /// Keys are equal when they differ in the case of A-Z only; the spelling seen first stays.
+    /// Keys are equal if they differ only in the case of A-Z. The map keeps the spelling that it saw first.
     struct KeyLess
     {
-        /// True when left stands before right.
+        /// True if left sorts before right.
         bool operator()(const std::wstring& left, const std::wstring& right) const noexcept;
     };
     /// Switches and their values.
@@ -29,19 +29,19 @@ public:
     CCommandLine();
     virtual ~CCommandLine() = default;
 
-    /// False when the switch was not given, and value is then left as it is. A switch without a value gives true and
-    /// the empty string.
+    /// If the switch is absent, the result is false and value is unchanged. A switch without a value gives true and the
+    /// empty string.
     virtual bool GetValue(const std::wstring& key, std::wstring& value) const;
-    /// True when the switch was given.
+    /// True if the switch is present, even without a value.
     virtual bool HasKey(const std::wstring& key) const;
-    /// The switches without their slash or hyphen. This and the texts below live as long as the object.
+    /// The switches without slash or hyphen. This reference and those below are valid as long as the object.
     virtual const ArgumentMap& GetArgumentMap() const;
-    /// The first element behind the program path, switch or not; empty when there is none.
+    /// The first element after the program path, switch or not; empty if there is none.
     virtual const std::wstring& GetFirstArgument() const;
-    /// The raw line from the first place where the text of the first argument occurs in it, be it inside the program
-    /// path; the whole line when it does not occur, and empty when there is no argument.
+    /// The raw line from the first occurrence of the first argument's text, even inside the program path. The whole
+    /// line if that text does not occur; empty if there is no argument.
     virtual const std::wstring& GetArgumentString() const;
-    /// The program as the caller of the process spelled it.
+    /// The first element of the line: the program as the process that started this one spelled it.
     virtual const std::wstring& GetProgramPath() const;
 
 private:

@@ -10,9 +10,9 @@ namespace KVUtils
 namespace
 {
 constexpr wchar_t kLongPathPrefix[] = L"\\\\?\\";
-constexpr DWORD kWorkBufferSize = 32000; // characters; about as long as a path can be
+constexpr DWORD kWorkBufferSize = 32000; // characters; close to the system's bound for paths
 
-// A network path, or one that has its prefix already.
+// A network path, or one that already has its prefix.
 bool StartsAsUncPath(const std::wstring& path)
 {
     return path.size() > 2 && path[0] == L'\\' && path[1] == L'\\';

@@ -21,12 +21,12 @@ namespace
 constexpr DWORD kBufferGrowth = 512; // characters of whichever width
 constexpr std::size_t kNumberBufferSize = 32;
 
-// Reads with growing buffers until the text fits: read(buffer, size) returns the length, size - 1 when it has cut it.
-// Throws std::bad_alloc, and leaves the value alone, when there is no memory for it, here or in the system.
+// Reads with growing buffers until the text fits: read(buffer, size) returns the length, or size - 1 if it cut the
+// text. If memory is short, here or in the system, it throws std::bad_alloc and leaves value unchanged.
 template <typename Character, typename Read>
 bool ReadWholeOrThrow(const Read& read, std::basic_string<Character>& value)
 {
-    std::basic_string<Character> buffer; // not the value itself: section or key may be its text
+    std::basic_string<Character> buffer; // not value itself, whose text section or key may be
     DWORD size = 0;
     DWORD length = 0;
     do
@@ -36,8 +36,8 @@ bool ReadWholeOrThrow(const Read& read, std::basic_string<Character>& value)
             throw std::bad_alloc();
         }
         size += kBufferGrowth;
-        buffer.assign(size, Character()); // zeroed, so that a system that writes nothing leaves an empty text
-        ::SetLastError(ERROR_SUCCESS);    // the system does not clear it when the key is absent
+        buffer.assign(size, Character()); // zeroed: if the system writes nothing, the text is empty
+        ::SetLastError(ERROR_SUCCESS);    // the system does not clear it if the key is absent
         length = read(buffer.data(), size);
     } while (length >= size - 1);
     if (length == 0)
@@ -49,7 +49,7 @@ bool ReadWholeOrThrow(const Read& read, std::basic_string<Character>& value)
     return length != 0;
 }
 
-// The same with a lack of memory as an absent value.
+// The same, but a lack of memory counts as an absent value.
 template <typename Character, typename Read> bool ReadWhole(const Read& read, std::basic_string<Character>& value)
 {
     try
@@ -75,7 +75,7 @@ bool IsDigit(wchar_t character)
     return character >= L'0' && character <= L'9';
 }
 
-// Not _wtoi: what it does with a number that does not fit, and which digits it knows, depends on the C runtime.
+// Not _wtoi: its result for a number that does not fit, and the digits that it knows, depend on the C runtime.
 std::int32_t ParseDecimal(std::wstring_view text)
 {
     std::size_t position = std::min(text.find_first_not_of(L" \t"), text.size());
@@ -129,7 +129,7 @@ bool CIniFile::GetInt(const wchar_t* section, const wchar_t* key, std::int32_t& 
         return false;
     }
     value = ParseDecimal(text);
-    // Deliberate: 00, -0 and a blank before the 0 are no numbers here, because they could not be told from plain text.
+    // Deliberate: 00, -0 and a blank before the 0 are not numbers here: like plain text, they parse as 0.
     return value != 0 || text == L"0";
 }
 
@@ -177,7 +177,7 @@ bool CIniFile::SetBool(const wchar_t* section, const wchar_t* key, bool value)
 bool CIniFile::SetInt(const wchar_t* section, const wchar_t* key, std::int32_t value)
 {
     std::array<wchar_t, kNumberBufferSize> text{};
-    if (std::swprintf(text.data(), text.size(), L"%d", static_cast<int>(value)) <= 0)
+    if (std::swprintf(text.data(), text.size(), L"%d", static_cast<int>(value)) <= 0) // a safeguard: any number fits
     {
         return false;
     }
@@ -229,8 +229,8 @@ std::string CIniFile::GetNarrowPath() const
 {
     std::string narrow;
     narrow.reserve(m_path.size());
-    // Deliberate: each unit keeps its low byte, no code page is asked. The narrow operations are for paths that
-    // survive.
+    // Deliberate: each unit keeps its low byte, without a code page. The narrow operations are for ASCII paths, which
+    // this leaves unchanged.
     std::transform(m_path.begin(), m_path.end(), std::back_inserter(narrow),
                    [](wchar_t unit) { return static_cast<char>(unit & 0xFF); });
     return narrow;

@@ -6,15 +6,15 @@
 
 namespace KVUtils
 {
-/// Whether an error code of the system says that it lacked memory, rather than anything about what was asked for.
+/// Whether a system error code means that memory was short, whatever the call was about.
 constexpr bool IsMemoryShortage(DWORD error) noexcept
 {
     return error == ERROR_NOT_ENOUGH_MEMORY || error == ERROR_OUTOFMEMORY || error == ERROR_NO_SYSTEM_RESOURCES ||
            error == ERROR_COMMITMENT_LIMIT || error == ERROR_NOT_ENOUGH_QUOTA;
 }
 
-/// For what decides whether a user has opted out: "there was no memory to look" must not pass for "there is nothing".
-/// Throws std::bad_alloc for an error that is a shortage of memory, and returns for any other.
+/// For the search for the user's opt-out: a search that lacked memory must not count as one that found nothing. Throws
+/// std::bad_alloc if the error is a shortage of memory, and returns for any other.
 inline void ThrowIfMemoryShortage(DWORD error)
 {
     if (IsMemoryShortage(error))
@@ -23,7 +23,7 @@ inline void ThrowIfMemoryShortage(DWORD error)
     }
 }
 
-/// The same for an HRESULT, E_OUTOFMEMORY included.
+/// The same for an HRESULT, including E_OUTOFMEMORY.
 inline void ThrowIfMemoryShortage(HRESULT result)
 {
     if (FAILED(result) && HRESULT_FACILITY(result) == FACILITY_WIN32)

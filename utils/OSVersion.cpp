@@ -8,7 +8,7 @@ namespace KVUtils
 {
 namespace
 {
-std::wstring s_osName; // empty: not worked out yet
+std::wstring s_osName; // empty until determined
 
 OSVERSIONINFOEXW MakeVersionRecord()
 {
@@ -21,7 +21,7 @@ OSVERSIONINFOEXW MakeVersionRecord()
 bool ReportsNtVersion(DWORD major, DWORD minor)
 {
     OSVERSIONINFOEXW version = MakeVersionRecord();
-    // The operation takes the shorter record, tells the two apart by their size and fills either.
+    // The operation takes the shorter record by its type, and fills the longer one if the size says so.
     if (KVWinApi::g_kernelApi->GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&version)) == FALSE)
     {
         return false;
@@ -30,8 +30,8 @@ bool ReportsNtVersion(DWORD major, DWORD minor)
            version.dwMinorVersion == minor;
 }
 
-// Each test asks for 8.1 anew: from there on what GetVersionExW reports is for compatibility and no test may match.
-bool IsWindowsBefore8Point1(DWORD major, DWORD minor)
+// Matches no version from 8.1 on, where GetVersionExW reports a compatibility version. Asks for 8.1 each time.
+bool IsWindowsVersion(DWORD major, DWORD minor)
 {
     return !IsWindows8Point1OrGreater() && ReportsNtVersion(major, minor);
 }
@@ -42,15 +42,15 @@ std::wstring GetBareOSName()
     {
         return L"Microsoft Windows 8.1";
     }
-    if (IsWindowsBefore8Point1(6, 2))
+    if (IsWindowsVersion(6, 2))
     {
         return L"Microsoft Windows 8";
     }
-    if (IsWindowsBefore8Point1(6, 1))
+    if (IsWindowsVersion(6, 1))
     {
         return L"Microsoft Windows 7";
     }
-    if (IsWindowsBefore8Point1(6, 0))
+    if (IsWindowsVersion(6, 0))
     {
         return L"Microsoft Windows Vista";
     }
@@ -74,7 +74,7 @@ std::uint16_t GetNativeProcessorArchitecture()
         reinterpret_cast<GetNativeSystemInfoFunction>(reinterpret_cast<void*>(found))(&information);
         architecture = information.wProcessorArchitecture;
     }
-    // Deliberate: no handle owner, the handle is given back whether or not loading succeeded.
+    // Deliberate: no handle owner, since FreeLibrary is called even if loading failed.
     KVWinApi::g_kernelApi->FreeLibrary(kernel32);
     return architecture;
 }
@@ -85,7 +85,7 @@ bool IsWindows8Point1OrGreater()
     version.dwMajorVersion = 6;
     version.dwMinorVersion = 3;
     version.wServicePackMajor = 0;
-    version.dwPlatformId = VER_PLATFORM_WIN32_NT; // the mask below leaves it out of the comparison
+    version.dwPlatformId = VER_PLATFORM_WIN32_NT; // not compared: the mask below excludes it
     ULONGLONG conditions = ::VerSetConditionMask(0, VER_MAJORVERSION, VER_GREATER_EQUAL);
     conditions = ::VerSetConditionMask(conditions, VER_MINORVERSION, VER_GREATER_EQUAL);
     conditions = ::VerSetConditionMask(conditions, VER_SERVICEPACKMAJOR, VER_GREATER_EQUAL);
@@ -106,7 +106,7 @@ bool IsWindows8Point1()
 
 bool IsWindowsXP()
 {
-    return IsWindowsBefore8Point1(5, 1);
+    return IsWindowsVersion(5, 1);
 }
 
 std::wstring GetOSName()

@@ -8,6 +8,7 @@
 
 #include "logging/Trace.h"
 #include "utils/MemoryShortage.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "utils/UtilsLogModule.h"
 #include "winapi/KernelApi.h"
 
@@ -19,7 +20,7 @@ KV_TRACE_SOURCE(g_logModule, L"PathUtils.cpp");
 
 constexpr wchar_t kSeparator = L'\\';
 
-// Empty for a path without a drive, and for one that cannot be split.
+// Empty if the path has no drive or cannot be split.
 std::wstring GetDrive(const std::wstring& path)
 {
     static_assert(_MAX_DRIVE == 3 && _MAX_DIR == 256 && _MAX_FNAME == 256 && _MAX_EXT == 256);
@@ -62,7 +63,7 @@ std::wstring CPathUtils::GetPathOfExecutable()
     {
         return g_pathOfExecutableOverride;
     }
-    // One character more than the system may use: it does not terminate a path that it has cut, on some versions.
+    // One character more than the system may use: some versions do not terminate a path that they cut.
     std::array<wchar_t, MAX_PATH + 1> buffer{};
     ::SetLastError(ERROR_SUCCESS);
     if (KVWinApi::g_kernelApi->GetModuleFileNameW(nullptr, buffer.data(), MAX_PATH) == 0)

@@ -4,33 +4,30 @@
 
 namespace KVUtils
 {
-/// Path operations. The backslash is the only separator: a forward slash is an ordinary character. None of them
-/// touches the file system. Safe on any thread.
+/// Path operations. The backslash is the only separator: a forward slash is an ordinary character. They do not access
+/// the file system. Safe on any thread.
 class CPathUtils
 {
 public:
-    /// The folder part of a path: all before the last backslash, without it. A root keeps its backslash ("C:\", or a
-    /// lone one). Without any backslash it is the drive ("C:") or empty.
+    /// The folder part of a path: the text before the last backslash. A root keeps its backslash ("C:\", or a lone
+    /// one). If the path has no backslash, it is the drive ("C:") or empty.
     ///
-    /// What counts as having a drive is decided by `_wsplitpath_s`, which refuses a path whose folder part, name or
-    /// extension reaches 256 characters: such a path counts as one without a drive.
+    /// `_wsplitpath_s` finds the drive. It refuses a path whose folder part, name or extension reaches 256 characters;
+    /// such a path has no drive here.
     static std::wstring StripFilename(const std::wstring& path);
 
-    /// The folder of the running executable (`GetModuleFileNameW`, asked each time), without a backslash at the end
-    /// unless it is a root. Empty when the system does not tell. Throws std::bad_alloc when the system lacked memory:
-    /// the settings and the mark of opting out are found from here.
+    /// The folder of the running executable, without a backslash at the end unless it is a root. Each call asks
+    /// `GetModuleFileNameW` for at most 260 characters; where the log and the version need the executable itself, they
+    /// ask for its whole path. Empty if the path is unavailable. If the system lacks memory, it throws std::bad_alloc:
+    /// the settings and the opt-out mark are found relative to this folder.
     static std::wstring GetPathOfExecutable();
 };
 
-/// While not empty, `CPathUtils::GetPathOfExecutable` returns this text as it is, without asking the system. For hosts
-/// that stand in for another program; set it before other threads run.
-extern std::wstring g_pathOfExecutableOverride;
-
-/// The two with one backslash between: at most one backslash each is taken away at the end of `head` and at the
-/// beginning of `tail`. When either is empty the result is the other, unchanged.
+/// Both joined by one backslash, after at most one backslash is removed from the end of `head` and one from the start
+/// of `tail`. If either is empty, the result is the other, unchanged.
 std::wstring CombinePaths(const std::wstring& head, const std::wstring& tail);
 
-/// The text behind the last backslash; without one, behind the last colon; without either, the whole path. Empty for a
-/// path that ends in its separator.
+/// The text after the last backslash; if there is none, after the last colon; if there is neither, the whole path.
+/// Empty if the path ends in its separator.
 std::wstring GetLastPathComponent(const std::wstring& path);
 } // namespace KVUtils

@@ -6,7 +6,7 @@ namespace KVUtils
 {
 namespace
 {
-// Not iswspace: it takes in further characters, U+00A0 among them, depending on the C runtime.
+// Not iswspace: depending on the C runtime it accepts further characters, such as U+00A0.
 constexpr wchar_t kWhiteSpace[] = L" \t\n\r\f\v";
 } // namespace
 
@@ -28,7 +28,7 @@ std::wstring TrimLeft(const std::wstring& text)
 
 std::wstring TrimRight(const std::wstring& text)
 {
-    // npos + 1 is 0: nothing is left of a text without any other character.
+    // npos + 1 is 0: nothing remains of a text that is all white space.
     return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
 }
 

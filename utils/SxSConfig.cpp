@@ -31,7 +31,7 @@ IIniFile& CSxSConfig::_GetIniFile() // NOLINT(readability-identifier-naming): th
     if (s_iniPath.empty())
     {
         s_iniPath = CombinePaths(GetSxSProductFolder(), L"config.ini");
-        if (s_iniPath.empty()) // cannot be, as there is always the file name; kept for safety
+        if (s_iniPath.empty()) // a safeguard: the path always has the file name
         {
             KV_LOGF(kLogError, L"CSxSConfig failed to set ini file path to %s", s_iniPath.c_str());
             return s_iniFile;
@@ -62,8 +62,8 @@ const std::wstring& CSxSConfig::GetDataFolder()
         return s_dataFolder;
     }
     _GetIniFile(); // sets the path
-    // Not ReadString: for lack of memory it would report an absent key, and the opt-out mark would be looked for in the
-    // default folder, where it is not.
+    // Not ReadString: if memory were short, it would report an absent key, and the opt-out mark would be searched for
+    // in the default folder, where it does not exist.
     if (s_iniFile.ReadStringOrThrow(L"Directories", L"DataFolder", s_dataFolder) && !s_dataFolder.empty())
     {
         return s_dataFolder;
@@ -78,7 +78,7 @@ const std::wstring& CSxSConfig::GetDataFolder()
         return s_dataFolder;
     }
     s_dataFolder = CombinePaths(CombinePaths(commonData.data(), L"Norvik"), name);
-    // Deliberate: the text names another function. Those who read the logs know it that way.
+    // Deliberate: the text names a different function. Readers of the logs know this text.
     KV_LOGF(kLogInfo, L"CSxSConfig::SetSxSProductFolder, data folder is %s", s_dataFolder.c_str());
     return s_dataFolder;
 }

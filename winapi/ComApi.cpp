@@ -14,37 +14,37 @@ constinit IComApi* g_comApi = &s_comApi;
 
 HRESULT CComApi::CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid, LPVOID* ppv)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance).OrHresult()(rclsid, pUnkOuter, dwClsContext, riid, ppv);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance), rclsid, pUnkOuter, dwClsContext, riid, ppv);
 }
 
 HRESULT CComApi::CoCreateGuid(GUID* pguid)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateGuid).OrHresult()(pguid);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateGuid), pguid);
 }
 
 HRESULT CComApi::CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitializeEx).OrHresult()(pvReserved, dwCoInit);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitializeEx), pvReserved, dwCoInit);
 }
 
 void CComApi::CoUninitialize()
 {
-    KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).OrNothing()();
+    Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize));
 }
 
 HRESULT CComApi::OleInitialize(LPVOID pvReserved)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, OleInitialize).OrHresult()(pvReserved);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, OleInitialize), pvReserved);
 }
 
 void CComApi::OleUninitialize()
 {
-    KV_SYSTEM_FUNCTION(g_ole32Dll, OleUninitialize).OrNothing()();
+    Call(KV_SYSTEM_FUNCTION(g_ole32Dll, OleUninitialize));
 }
 
 HRESULT CComApi::CreateStreamOnHGlobal(HGLOBAL hGlobal, BOOL fDeleteOnRelease, LPSTREAM* ppstm)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, CreateStreamOnHGlobal).OrHresult()(hGlobal, fDeleteOnRelease, ppstm);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CreateStreamOnHGlobal), hGlobal, fDeleteOnRelease, ppstm);
 }
 
 ULONG CComApi::ReleaseInterface(IUnknown* object)
@@ -54,30 +54,28 @@ ULONG CComApi::ReleaseInterface(IUnknown* object)
 
 HRESULT CComApi::CopyVariant(VARIANTARG* destination, const VARIANTARG* source)
 {
-    const HRESULT cleared = KV_SYSTEM_FUNCTION(g_oleAut32Dll, VariantClear).OrHresult()(destination);
+    const HRESULT cleared = Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, VariantClear), destination);
     if (FAILED(cleared))
     {
         return cleared;
     }
     // The system only reads the source; not every SDK declares it const.
-    return KV_SYSTEM_FUNCTION(g_oleAut32Dll, VariantCopy).OrHresult()(destination, const_cast<VARIANTARG*>(source));
+    return Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, VariantCopy), destination, const_cast<VARIANTARG*>(source));
 }
 
 HRESULT CComApi::CoInitializeSecurity(PSECURITY_DESCRIPTOR pSecDesc, LONG cAuthSvc,
                                       SOLE_AUTHENTICATION_SERVICE* asAuthSvc, void* pReserved1, DWORD dwAuthnLevel,
                                       DWORD dwImpLevel, void* pAuthList, DWORD dwCapabilities, void* pReserved3)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitializeSecurity)
-        .OrHresult()(pSecDesc, cAuthSvc, asAuthSvc, pReserved1, dwAuthnLevel, dwImpLevel, pAuthList, dwCapabilities,
-                     pReserved3);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitializeSecurity), pSecDesc, cAuthSvc, asAuthSvc, pReserved1,
+                dwAuthnLevel, dwImpLevel, pAuthList, dwCapabilities, pReserved3);
 }
 
 HRESULT CComApi::CoSetProxyBlanket(IUnknown* pProxy, DWORD dwAuthnSvc, DWORD dwAuthzSvc, OLECHAR* pServerPrincName,
                                    DWORD dwAuthnLevel, DWORD dwImpLevel, RPC_AUTH_IDENTITY_HANDLE pAuthInfo,
                                    DWORD dwCapabilities)
 {
-    return KV_SYSTEM_FUNCTION(g_ole32Dll, CoSetProxyBlanket)
-        .OrHresult()(pProxy, dwAuthnSvc, dwAuthzSvc, pServerPrincName, dwAuthnLevel, dwImpLevel, pAuthInfo,
-                     dwCapabilities);
+    return Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoSetProxyBlanket), pProxy, dwAuthnSvc, dwAuthzSvc, pServerPrincName,
+                dwAuthnLevel, dwImpLevel, pAuthInfo, dwCapabilities);
 }
 } // namespace KVWinApi

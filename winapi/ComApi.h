@@ -10,15 +10,15 @@ namespace KVWinApi
 {
 /// COM and automation (ole32, oleaut32). Results are HRESULTs.
 ///
-/// ReleaseInterface calls `IUnknown::Release` and returns its result; without an object the result is E_INVALIDARG.
-/// CopyVariant clears the destination with `VariantClear` and then copies with `VariantCopy`; a destination that cannot
-/// be cleared is left as it is and the failure is returned.
+/// ReleaseInterface calls `IUnknown::Release` and returns its result. If the object is null, the result is
+/// E_INVALIDARG. CopyVariant clears the destination with `VariantClear` and then copies with `VariantCopy`. If clearing
+/// fails, it returns that failure and copies nothing.
 ///
 /// Declaration order is slot order and part of the interface.
 class IComApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual HRESULT CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext, REFIID riid,
                                      LPVOID* ppv) = 0;
@@ -41,7 +41,7 @@ public:
     virtual ~IComApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CComApi : public IComApi
 {
 public:
@@ -63,6 +63,6 @@ public:
                               DWORD dwCapabilities) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IComApi* g_comApi;
 } // namespace KVWinApi

@@ -1,12 +1,12 @@
 #pragma once
 
-// For the facade's own source files only: how each of them defines its process-wide instance.
+// For the facade's own source files only: each defines its process-wide instance with KV_FACADE_INSTANCE.
 //
 // Static objects of other files may call the facade from their constructors and destructors, in any order of linking.
-// The instances are therefore constructed before all of them and destroyed after all of them.
+// The instances are therefore constructed before all other static objects and destroyed after them.
 
 #if defined(_MSC_VER)
-#pragma warning(disable : 4073) // "initializers put in library initialization area": that is the purpose
+#pragma warning(disable : 4073) // "initializers put in library initialization area": intended here
 #pragma init_seg(lib)
 #define KV_FACADE_INSTANCE
 #else

@@ -1,6 +1,6 @@
 #pragma once
 
-// Before <windows.h>, which would bring in the conflicting older socket header.
+// Before <windows.h>, which includes an older, conflicting socket header.
 #include <winsock2.h>
 
 #include <windows.h>
@@ -11,16 +11,16 @@
 
 namespace KVWinApi
 {
-/// Network adapters and echo requests (iphlpapi). Results are error codes, but for the handle of IcmpCreateFile, the
+/// Network adapters and echo requests (iphlpapi). Results are error codes, except for the handle of IcmpCreateFile, the
 /// reply count of IcmpSendEcho and the BOOL of IcmpCloseHandle.
 ///
-/// Include before <windows.h> unless WIN32_LEAN_AND_MEAN is defined: that header's old socket header conflicts.
+/// Unless WIN32_LEAN_AND_MEAN is defined, include this before <windows.h>, whose older socket header conflicts.
 ///
 /// Declaration order is slot order and part of the interface.
 class IIPHelperApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual ULONG GetAdaptersInfo(PIP_ADAPTER_INFO AdapterInfo, PULONG SizePointer) = 0;
     virtual ULONG GetAdaptersAddresses(ULONG Family, ULONG Flags, PVOID Reserved,
@@ -42,7 +42,7 @@ public:
     virtual ~IIPHelperApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CIPHelperApi : public IIPHelperApi
 {
 public:
@@ -63,6 +63,6 @@ public:
     DWORD NotifyAddrChange(PHANDLE Handle, LPOVERLAPPED overlapped) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IIPHelperApi* g_ipHelperApi;
 } // namespace KVWinApi

@@ -11,7 +11,7 @@ namespace
 {
 KV_FACADE_INSTANCE CKernelApi s_kernelApi;
 
-// One cache an operation, shared by all objects of the class; empty until a look-up succeeds.
+// One cache for each operation, shared by all objects of the class; null until a look-up succeeds.
 std::atomic<DWORD(WINAPI*)(HANDLE)> s_getProcessId;
 std::atomic<BOOL(WINAPI*)(DWORD, DWORD, DWORD, DWORD, PDWORD)> s_getProductInfo;
 std::atomic<GEOID(WINAPI*)(GEOCLASS)> s_getUserGeoId;
@@ -53,7 +53,7 @@ DWORD CKernelApi::GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD n
 
 DWORD CKernelApi::GetModuleFileNameExW(HANDLE hProcess, HMODULE hModule, LPWSTR lpFilename, DWORD nSize)
 {
-    return KV_SYSTEM_FUNCTION(g_psapiDll, GetModuleFileNameExW).Or(0)(hProcess, hModule, lpFilename, nSize);
+    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, GetModuleFileNameExW), hProcess, hModule, lpFilename, nSize);
 }
 
 BOOL CKernelApi::GetVersionExW(LPOSVERSIONINFOW lpVersionInformation)
@@ -165,13 +165,13 @@ DWORD CKernelApi::WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds)
 DWORD CKernelApi::MsgWaitForMultipleObjectsEx(DWORD nCount, const HANDLE* pHandles, DWORD dwMilliseconds,
                                               DWORD dwWakeMask, DWORD dwFlags)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, MsgWaitForMultipleObjectsEx)
-        .Or(WAIT_FAILED)(nCount, pHandles, dwMilliseconds, dwWakeMask, dwFlags);
+    return CallOr(WAIT_FAILED, KV_SYSTEM_FUNCTION(g_user32Dll, MsgWaitForMultipleObjectsEx), nCount, pHandles,
+                  dwMilliseconds, dwWakeMask, dwFlags);
 }
 
 DWORD CKernelApi::WaitForInputIdle(HANDLE hProcess, DWORD dwMilliseconds)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, WaitForInputIdle).Or(WAIT_FAILED)(hProcess, dwMilliseconds);
+    return CallOr(WAIT_FAILED, KV_SYSTEM_FUNCTION(g_user32Dll, WaitForInputIdle), hProcess, dwMilliseconds);
 }
 
 void CKernelApi::GetLocalTime(LPSYSTEMTIME lpSystemTime)
@@ -244,17 +244,17 @@ HANDLE CKernelApi::CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD 
 
 BOOL CKernelApi::EnumProcesses(DWORD* lpidProcess, DWORD cb, DWORD* cbNeeded)
 {
-    return KV_SYSTEM_FUNCTION(g_psapiDll, EnumProcesses).Or(FALSE)(lpidProcess, cb, cbNeeded);
+    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, EnumProcesses), lpidProcess, cb, cbNeeded);
 }
 
 BOOL CKernelApi::EnumProcessModules(HANDLE hProcess, HMODULE* lphModule, DWORD cb, LPDWORD lpcbNeeded)
 {
-    return KV_SYSTEM_FUNCTION(g_psapiDll, EnumProcessModules).Or(FALSE)(hProcess, lphModule, cb, lpcbNeeded);
+    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, EnumProcessModules), hProcess, lphModule, cb, lpcbNeeded);
 }
 
 DWORD CKernelApi::GetModuleBaseNameW(HANDLE hProcess, HMODULE hModule, LPWSTR lpBaseName, DWORD nSize)
 {
-    return KV_SYSTEM_FUNCTION(g_psapiDll, GetModuleBaseNameW).Or(0)(hProcess, hModule, lpBaseName, nSize);
+    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, GetModuleBaseNameW), hProcess, hModule, lpBaseName, nSize);
 }
 
 HANDLE CKernelApi::OpenProcess(DWORD dwDesiredAccess, BOOL bInheritHandle, DWORD dwProcessId)
@@ -410,7 +410,7 @@ BOOL CKernelApi::FindClose(HANDLE hFindFile)
 
 SHORT CKernelApi::GetAsyncKeyState(int vKey)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetAsyncKeyState).Or(0)(vKey);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetAsyncKeyState), vKey);
 }
 
 BOOL CKernelApi::DeleteFileW(LPCWSTR lpFileName)

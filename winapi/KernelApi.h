@@ -16,8 +16,8 @@ namespace KVWinApi
 ///
 /// BeginThreadEx and EndThreadEx are the C runtime's `_beginthreadex` and `_endthreadex`, MoveMemoryBlock is its
 /// `memmove`. GetProcessId, GetProductInfo and GetUserGeoID do not exist on every supported Windows version and are
-/// looked up at run time: where the function is missing they return 0 and the last error is
-/// ERROR_CALL_NOT_IMPLEMENTED (120).
+/// looked up at run time. If the function is missing, they return 0 and the last error is ERROR_CALL_NOT_IMPLEMENTED
+/// (120).
 ///
 /// Declaration order is slot order and part of the interface.
 class IKernelApi
@@ -28,7 +28,7 @@ public:
 
     virtual ~IKernelApi() = default;
 
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual HMODULE LoadLibraryW(LPCWSTR lpLibFileName) = 0;
     virtual BOOL FreeLibrary(HMODULE hLibModule) = 0;
@@ -165,8 +165,8 @@ public:
 };
 
 /// Forwards every operation to the system. Holds a reference to Kernel32.dll for the run-time look-ups, taken with
-/// `LoadLibraryW` and given back with `FreeLibrary`. Safe on any thread: the three look-up caches are process-wide and
-/// a race only repeats a look-up.
+/// `LoadLibraryW` and released with `FreeLibrary`. Safe on any thread: the three look-up caches are process-wide, and a
+/// race only repeats a look-up.
 class CKernelApi : public IKernelApi
 {
 public:
@@ -304,8 +304,8 @@ public:
                             DWORDLONG dwlConditionMask) override;
 
 protected:
-    /// For substitutes that stand for a system on which Kernel32.dll gives no handle (null) or another one. Takes
-    /// ownership of the handle.
+    /// For substitutes that imitate a system on which loading Kernel32.dll fails (null) or gives a different handle.
+    /// Takes ownership of the handle.
     explicit CKernelApi(HMODULE kernel32) noexcept : m_kernel32(kernel32) {}
 
 private:
@@ -316,6 +316,6 @@ private:
     HMODULE m_kernel32;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IKernelApi* g_kernelApi;
 } // namespace KVWinApi

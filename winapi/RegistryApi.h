@@ -6,13 +6,13 @@ namespace KVWinApi
 {
 /// Registry (advapi32). Results are error codes, ERROR_SUCCESS for success; the last error is not used.
 ///
-/// Deliberate: RegOpenKeyExW has no options parameter, unlike the function behind it, which always receives 0.
+/// Deliberate: RegOpenKeyExW has no options parameter. No caller needs an option, and the system always receives 0.
 ///
 /// Declaration order is slot order and part of the interface.
 class IRegistryApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual LONG RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, PHKEY phkResult) = 0;
     virtual LONG RegCloseKey(HKEY hKey) = 0;
@@ -38,7 +38,7 @@ public:
     virtual ~IRegistryApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CRegistryApi : public IRegistryApi
 {
 public:
@@ -63,6 +63,6 @@ public:
                           PFILETIME lpftLastWriteTime) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IRegistryApi* g_registryApi;
 } // namespace KVWinApi

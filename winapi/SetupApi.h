@@ -7,14 +7,14 @@
 
 namespace KVWinApi
 {
-/// Device installation and the device tree (setupapi, cfgmgr32). CM_ operations return CONFIGRET codes, the others
-/// follow the last-error convention.
+/// Device installation and the device tree (setupapi, cfgmgr32). CM_ operations return CONFIGRET codes; the others set
+/// the last error when they fail.
 ///
 /// Declaration order is slot order and part of the interface.
 class ISetupApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual CONFIGRET CM_Locate_DevNodeW(PDEVINST pdnDevInst, DEVINSTID_W pDeviceID, ULONG ulFlags) = 0;
     virtual CONFIGRET CM_Get_DevNode_Status(PULONG pulStatus, PULONG pulProblemNumber, DEVINST dnDevInst,
@@ -80,7 +80,7 @@ public:
     virtual ~ISetupApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CSetupApi : public ISetupApi
 {
 public:
@@ -143,6 +143,6 @@ public:
                                        DWORD ClassInstallParamsSize) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit ISetupApi* g_setupApi;
 } // namespace KVWinApi

@@ -13,7 +13,7 @@ namespace KVWinApi
 class IShellApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual BOOL ShellExecuteExW(SHELLEXECUTEINFOW* pExecInfo) = 0;
     virtual HINSTANCE ShellExecuteW(HWND hwnd, LPCWSTR lpOperation, LPCWSTR lpFile, LPCWSTR lpParameters,
@@ -26,7 +26,7 @@ public:
     virtual ~IShellApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CShellApi : public IShellApi
 {
 public:
@@ -38,6 +38,6 @@ public:
     HICON ExtractIconW(HINSTANCE hInst, LPCWSTR pszExeFileName, UINT nIconIndex) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IShellApi* g_shellApi;
 } // namespace KVWinApi

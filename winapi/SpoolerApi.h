@@ -6,14 +6,14 @@
 
 namespace KVWinApi
 {
-/// Print spooler (winspool). GetPrinterDataExW and SetPrinterDataExW return error codes, the others follow the
-/// last-error convention.
+/// Print spooler (winspool). GetPrinterDataExW and SetPrinterDataExW return error codes; the others set the last error
+/// when they fail.
 ///
 /// Declaration order is slot order and part of the interface.
 class ISpoolerApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual BOOL OpenPrinterW(LPWSTR pPrinterName, LPHANDLE phPrinter, LPPRINTER_DEFAULTSW pDefault) = 0;
     virtual BOOL ClosePrinter(HANDLE hPrinter) = 0;
@@ -67,7 +67,7 @@ public:
     virtual ~ISpoolerApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CSpoolerApi : public ISpoolerApi
 {
 public:
@@ -120,6 +120,6 @@ public:
                              PDEVMODEW pDevModeInput, DWORD fMode) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit ISpoolerApi* g_spoolerApi;
 } // namespace KVWinApi

@@ -12,7 +12,7 @@ namespace KVWinApi
 class IToolHlpApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual HANDLE CreateToolhelp32Snapshot(DWORD dwFlags, DWORD th32ProcessID) = 0;
     virtual BOOL Process32FirstW(HANDLE hSnapshot, LPPROCESSENTRY32W lppe) = 0;
@@ -22,7 +22,7 @@ public:
     virtual ~IToolHlpApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CToolHlpApi : public IToolHlpApi
 {
 public:
@@ -31,6 +31,6 @@ public:
     BOOL Process32NextW(HANDLE hSnapshot, LPPROCESSENTRY32W lppe) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IToolHlpApi* g_toolHlpApi;
 } // namespace KVWinApi

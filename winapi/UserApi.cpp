@@ -14,52 +14,52 @@ constinit IUserApi* g_userApi = &s_userApi;
 
 HWINSTA CUserApi::OpenWindowStationW(LPCWSTR lpszWinSta, BOOL fInherit, ACCESS_MASK dwDesiredAccess)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, OpenWindowStationW).Or(nullptr)(lpszWinSta, fInherit, dwDesiredAccess);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, OpenWindowStationW), lpszWinSta, fInherit, dwDesiredAccess);
 }
 
 BOOL CUserApi::CloseWindowStation(HWINSTA hWinSta)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, CloseWindowStation).Or(FALSE)(hWinSta);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, CloseWindowStation), hWinSta);
 }
 
 HWINSTA CUserApi::GetProcessWindowStation()
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetProcessWindowStation).Or(nullptr)();
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetProcessWindowStation));
 }
 
 BOOL CUserApi::SetProcessWindowStation(HWINSTA hWinSta)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, SetProcessWindowStation).Or(FALSE)(hWinSta);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, SetProcessWindowStation), hWinSta);
 }
 
 HDESK CUserApi::GetThreadDesktop(DWORD dwThreadId)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetThreadDesktop).Or(nullptr)(dwThreadId);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetThreadDesktop), dwThreadId);
 }
 
 BOOL CUserApi::SetThreadDesktop(HDESK hDesktop)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, SetThreadDesktop).Or(FALSE)(hDesktop);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, SetThreadDesktop), hDesktop);
 }
 
 HDESK CUserApi::OpenDesktopW(LPCWSTR lpszDesktop, DWORD dwFlags, BOOL fInherit, ACCESS_MASK dwDesiredAccess)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, OpenDesktopW).Or(nullptr)(lpszDesktop, dwFlags, fInherit, dwDesiredAccess);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, OpenDesktopW), lpszDesktop, dwFlags, fInherit, dwDesiredAccess);
 }
 
 BOOL CUserApi::CloseDesktop(HDESK hDesktop)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, CloseDesktop).Or(FALSE)(hDesktop);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, CloseDesktop), hDesktop);
 }
 
 BOOL CUserApi::ExitWindowsEx(UINT uFlags, DWORD dwReason)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, ExitWindowsEx).Or(FALSE)(uFlags, dwReason);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, ExitWindowsEx), uFlags, dwReason);
 }
 
 BOOL CUserApi::AllowSetForegroundWindow(DWORD dwProcessId)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, AllowSetForegroundWindow).Or(FALSE)(dwProcessId);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, AllowSetForegroundWindow), dwProcessId);
 }
 
 BOOL CUserApi::GetUserNameW(LPWSTR lpBuffer, LPDWORD pcbBuffer)
@@ -69,66 +69,65 @@ BOOL CUserApi::GetUserNameW(LPWSTR lpBuffer, LPDWORD pcbBuffer)
 
 BOOLEAN CUserApi::GetUserNameExW(EXTENDED_NAME_FORMAT NameFormat, LPWSTR lpNameBuffer, PULONG nSize)
 {
-    return KV_SYSTEM_FUNCTION(g_secur32Dll, GetUserNameExW).Or(FALSE)(NameFormat, lpNameBuffer, nSize);
+    return Call(KV_SYSTEM_FUNCTION(g_secur32Dll, GetUserNameExW), NameFormat, lpNameBuffer, nSize);
 }
 
 BOOL CUserApi::PeekMessageW(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax, UINT wRemoveMsg)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, PeekMessageW)
-        .Or(FALSE)(lpMsg, hWnd, wMsgFilterMin, wMsgFilterMax, wRemoveMsg);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, PeekMessageW), lpMsg, hWnd, wMsgFilterMin, wMsgFilterMax, wRemoveMsg);
 }
 
 DWORD CUserApi::MsgWaitForMultipleObjects(DWORD nCount, const HANDLE* pHandles, BOOL fWaitAll, DWORD dwMilliseconds,
                                           DWORD dwWakeMask)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, MsgWaitForMultipleObjects)
-        .Or(WAIT_FAILED)(nCount, pHandles, fWaitAll, dwMilliseconds, dwWakeMask);
+    return CallOr(WAIT_FAILED, KV_SYSTEM_FUNCTION(g_user32Dll, MsgWaitForMultipleObjects), nCount, pHandles, fWaitAll,
+                  dwMilliseconds, dwWakeMask);
 }
 
 int CUserApi::GetSystemMetrics(int nIndex)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetSystemMetrics).Or(0)(nIndex);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetSystemMetrics), nIndex);
 }
 
 BOOL CUserApi::SystemParametersInfoW(UINT uiAction, UINT uiParam, PVOID pvParam, UINT fWinIni)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, SystemParametersInfoW).Or(FALSE)(uiAction, uiParam, pvParam, fWinIni);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, SystemParametersInfoW), uiAction, uiParam, pvParam, fWinIni);
 }
 
 HICON CUserApi::LoadIconW(HINSTANCE hInstance, LPCWSTR lpIconName)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, LoadIconW).Or(nullptr)(hInstance, lpIconName);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, LoadIconW), hInstance, lpIconName);
 }
 
 BOOL CUserApi::DestroyIcon(HICON hIcon)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, DestroyIcon).Or(FALSE)(hIcon);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, DestroyIcon), hIcon);
 }
 
 UINT CUserApi::RegisterWindowMessageW(LPCWSTR lpString)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, RegisterWindowMessageW).Or(0)(lpString);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, RegisterWindowMessageW), lpString);
 }
 
 UINT_PTR CUserApi::SetTimer(HWND hWnd, UINT_PTR nIDEvent, UINT uElapse, TIMERPROC lpTimerFunc)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, SetTimer).Or(0)(hWnd, nIDEvent, uElapse, lpTimerFunc);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, SetTimer), hWnd, nIDEvent, uElapse, lpTimerFunc);
 }
 
 BOOL CUserApi::GetMessageW(LPMSG lpMsg, HWND hWnd, UINT wMsgFilterMin, UINT wMsgFilterMax)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetMessageW).Or(-1)(lpMsg, hWnd, wMsgFilterMin, wMsgFilterMax);
+    return CallOr(-1, KV_SYSTEM_FUNCTION(g_user32Dll, GetMessageW), lpMsg, hWnd, wMsgFilterMin, wMsgFilterMax);
 }
 
 BOOL CUserApi::SendMessageCallbackW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam, SENDASYNCPROC lpResultCallBack,
                                     ULONG_PTR dwData)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, SendMessageCallbackW)
-        .Or(FALSE)(hWnd, Msg, wParam, lParam, lpResultCallBack, dwData);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, SendMessageCallbackW), hWnd, Msg, wParam, lParam, lpResultCallBack,
+                dwData);
 }
 
 SHORT CUserApi::GetKeyState(int nVirtKey)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetKeyState).Or(0)(nVirtKey);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetKeyState), nVirtKey);
 }
 } // namespace KVWinApi

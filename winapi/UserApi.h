@@ -15,7 +15,7 @@ namespace KVWinApi
 class IUserApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual HWINSTA OpenWindowStationW(LPCWSTR lpszWinSta, BOOL fInherit, ACCESS_MASK dwDesiredAccess) = 0;
     virtual BOOL CloseWindowStation(HWINSTA hWinSta) = 0;
@@ -47,7 +47,7 @@ public:
     virtual ~IUserApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CUserApi : public IUserApi
 {
 public:
@@ -78,6 +78,6 @@ public:
     SHORT GetKeyState(int nVirtKey) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IUserApi* g_userApi;
 } // namespace KVWinApi

@@ -15,55 +15,53 @@ constinit IWinApi* g_winApi = &s_winApi;
 HINTERNET CWinApi::InternetOpenW(LPCWSTR lpszAgent, DWORD dwAccessType, LPCWSTR lpszProxy, LPCWSTR lpszProxyBypass,
                                  DWORD dwFlags)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetOpenW)
-        .Or(nullptr)(lpszAgent, dwAccessType, lpszProxy, lpszProxyBypass, dwFlags);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, InternetOpenW), lpszAgent, dwAccessType, lpszProxy, lpszProxyBypass,
+                dwFlags);
 }
 
 BOOL CWinApi::InternetSetOptionW(HINTERNET hInternet, DWORD dwOption, LPVOID lpBuffer, DWORD dwBufferLength)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetSetOptionW)
-        .Or(FALSE)(hInternet, dwOption, lpBuffer, dwBufferLength);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, InternetSetOptionW), hInternet, dwOption, lpBuffer, dwBufferLength);
 }
 
 HINTERNET CWinApi::InternetConnectW(HINTERNET hInternet, LPCWSTR lpszServerName, INTERNET_PORT nServerPort,
                                     LPCWSTR lpszUserName, LPCWSTR lpszPassword, DWORD dwService, DWORD dwFlags,
                                     DWORD_PTR dwContext)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetConnectW)
-        .Or(nullptr)(hInternet, lpszServerName, nServerPort, lpszUserName, lpszPassword, dwService, dwFlags, dwContext);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, InternetConnectW), hInternet, lpszServerName, nServerPort,
+                lpszUserName, lpszPassword, dwService, dwFlags, dwContext);
 }
 
 BOOL CWinApi::InternetCloseHandle(HINTERNET hInternet)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetCloseHandle).Or(FALSE)(hInternet);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, InternetCloseHandle), hInternet);
 }
 
 HINTERNET CWinApi::HttpOpenRequestW(HINTERNET hConnect, LPCWSTR lpszVerb, LPCWSTR lpszObjectName, LPCWSTR lpszVersion,
                                     LPCWSTR lpszReferrer, LPCWSTR* lplpszAcceptTypes, DWORD dwFlags,
                                     DWORD_PTR dwContext)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, HttpOpenRequestW)
-        .Or(nullptr)(hConnect, lpszVerb, lpszObjectName, lpszVersion, lpszReferrer, lplpszAcceptTypes, dwFlags,
-                     dwContext);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, HttpOpenRequestW), hConnect, lpszVerb, lpszObjectName, lpszVersion,
+                lpszReferrer, lplpszAcceptTypes, dwFlags, dwContext);
 }
 
 BOOL CWinApi::HttpSendRequestW(HINTERNET hRequest, LPCWSTR lpszHeaders, DWORD dwHeadersLength, LPVOID lpOptional,
                                DWORD dwOptionalLength)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, HttpSendRequestW)
-        .Or(FALSE)(hRequest, lpszHeaders, dwHeadersLength, lpOptional, dwOptionalLength);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, HttpSendRequestW), hRequest, lpszHeaders, dwHeadersLength, lpOptional,
+                dwOptionalLength);
 }
 
 BOOL CWinApi::HttpQueryInfoW(HINTERNET hRequest, DWORD dwInfoLevel, LPVOID lpBuffer, LPDWORD lpdwBufferLength,
                              LPDWORD lpdwIndex)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, HttpQueryInfoW)
-        .Or(FALSE)(hRequest, dwInfoLevel, lpBuffer, lpdwBufferLength, lpdwIndex);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, HttpQueryInfoW), hRequest, dwInfoLevel, lpBuffer, lpdwBufferLength,
+                lpdwIndex);
 }
 
 BOOL CWinApi::InternetGetConnectedState(LPDWORD lpdwFlags, DWORD dwReserved)
 {
-    return KV_SYSTEM_FUNCTION(g_winInetDll, InternetGetConnectedState).Or(FALSE)(lpdwFlags, dwReserved);
+    return Call(KV_SYSTEM_FUNCTION(g_winInetDll, InternetGetConnectedState), lpdwFlags, dwReserved);
 }
 
 BOOL CWinApi::GetVersionExW(LPOSVERSIONINFOW lpVersionInformation)
@@ -73,27 +71,27 @@ BOOL CWinApi::GetVersionExW(LPOSVERSIONINFOW lpVersionInformation)
 
 HDC CWinApi::GetDC(HWND hWnd)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetDC).Or(nullptr)(hWnd);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetDC), hWnd);
 }
 
 int CWinApi::ReleaseDC(HWND hWnd, HDC hDC)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, ReleaseDC).Or(0)(hWnd, hDC);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, ReleaseDC), hWnd, hDC);
 }
 
 int CWinApi::GetDeviceCaps(HDC hdc, int index)
 {
-    return KV_SYSTEM_FUNCTION(g_gdi32Dll, GetDeviceCaps).Or(0)(hdc, index);
+    return Call(KV_SYSTEM_FUNCTION(g_gdi32Dll, GetDeviceCaps), hdc, index);
 }
 
 HWND CWinApi::GetDesktopWindow()
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetDesktopWindow).Or(nullptr)();
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetDesktopWindow));
 }
 
 HDC CWinApi::GetWindowDC(HWND hWnd)
 {
-    return KV_SYSTEM_FUNCTION(g_user32Dll, GetWindowDC).Or(nullptr)(hWnd);
+    return Call(KV_SYSTEM_FUNCTION(g_user32Dll, GetWindowDC), hWnd);
 }
 
 HANDLE CWinApi::GetCurrentProcess()
@@ -154,6 +152,6 @@ BOOL CWinApi::ReleaseMutex(HANDLE hMutex)
 
 BOOL CWinApi::SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate)
 {
-    return KV_SYSTEM_FUNCTION(g_shell32Dll, SHGetSpecialFolderPathW).Or(FALSE)(hwnd, pszPath, csidl, fCreate);
+    return Call(KV_SYSTEM_FUNCTION(g_shell32Dll, SHGetSpecialFolderPathW), hwnd, pszPath, csidl, fCreate);
 }
 } // namespace KVWinApi

@@ -9,14 +9,14 @@ namespace KVWinApi
 {
 /// The mixed set that the measurement client uses (wininet, gdi32, user32, kernel32, shell32).
 ///
-/// Deliberate: no virtual destructor, alone among the facade's interfaces; an implementation is never deleted through
-/// the interface.
+/// Deliberate: this interface alone has no virtual destructor. Its table of virtual functions is fixed, and nothing
+/// deletes an implementation through it.
 ///
 /// Declaration order is slot order and part of the interface.
 class IWinApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual HINTERNET InternetOpenW(LPCWSTR lpszAgent, DWORD dwAccessType, LPCWSTR lpszProxy, LPCWSTR lpszProxyBypass,
                                     DWORD dwFlags) = 0;
@@ -57,7 +57,7 @@ public:
     ///@}
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CWinApi : public IWinApi
 {
 public:
@@ -99,6 +99,6 @@ public:
     BOOL SHGetSpecialFolderPathW(HWND hwnd, LPWSTR pszPath, int csidl, BOOL fCreate) override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IWinApi* g_winApi;
 } // namespace KVWinApi

@@ -1,21 +1,21 @@
 #pragma once
 
-// Before <windows.h>, which would bring in the conflicting older socket header.
+// Before <windows.h>, which includes an older, conflicting socket header.
 #include <winsock2.h>
 
 #include <ws2tcpip.h>
 
 namespace KVWinApi
 {
-/// Sockets (ws2_32). Failures are told by WSAGetLastError, which is the thread's last error.
+/// Sockets (ws2_32). WSAGetLastError, which is the thread's last error, reports why a call failed.
 ///
-/// Include before <windows.h> unless WIN32_LEAN_AND_MEAN is defined: that header's old socket header conflicts.
+/// Unless WIN32_LEAN_AND_MEAN is defined, include this before <windows.h>, whose older socket header conflicts.
 ///
 /// Declaration order is slot order and part of the interface.
 class IWinSockApi
 {
 public:
-    /// The system function of this name, with its arguments and its result, unless said otherwise above.
+    /// The system function of this name, with its arguments and its result, except where stated above.
     ///@{
     virtual int WSAStartup(WORD wVersionRequested, LPWSADATA lpWSAData) = 0;
     virtual INT WSAStringToAddressW(LPWSTR AddressString, INT AddressFamily, LPWSAPROTOCOL_INFOW lpProtocolInfo,
@@ -49,7 +49,7 @@ public:
     virtual ~IWinSockApi() = default;
 };
 
-/// Forwards every operation to the system. Stateless, hence safe on any thread.
+/// Forwards every operation to the system. Stateless and therefore safe on any thread.
 class CWinSockApi : public IWinSockApi
 {
 public:
@@ -82,6 +82,6 @@ public:
     int WSAGetLastError() override;
 };
 
-/// The facade in force, never null. Read it at each call and keep no copy: substituting it redirects the whole process.
+/// The current facade, never null. Read it at each call and keep no copy: a substitute redirects the whole process.
 extern constinit IWinSockApi* g_winSockApi;
 } // namespace KVWinApi

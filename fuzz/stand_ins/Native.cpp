@@ -108,7 +108,7 @@ LPWSTR* CommandLineToArgvW(LPCWSTR, int* count)
     {
         return nullptr;
     }
-    // One block for pointers and texts, as the system gives it.
+    // One block for pointers and texts, as the system returns it.
     std::size_t characters = 0;
     for (const std::wstring& element : elements)
     {

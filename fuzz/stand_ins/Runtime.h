@@ -1,6 +1,6 @@
 #pragma once
 
-// What the fuzzed sources take from the C runtime of Windows. Included before everything else.
+// What the fuzzed sources use of the C runtime of Windows. Included before everything else.
 
 #include <cerrno>
 #include <cstdarg>
@@ -15,7 +15,7 @@ constexpr std::size_t _MAX_DIR = 256;
 constexpr std::size_t _MAX_FNAME = 256;
 constexpr std::size_t _MAX_EXT = 256;
 
-/// By the conventions of that runtime: `%s` is wide, `%I64d` a 64-bit number, no end in a buffer that is filled.
+/// By the conventions of that runtime: `%s` is wide, `%I64d` a 64-bit number, no terminator in a full buffer.
 int _vsnwprintf(wchar_t* buffer, std::size_t count, const wchar_t* format, std::va_list arguments);
 int _vscwprintf(const wchar_t* format, std::va_list arguments);
 

@@ -44,7 +44,7 @@ constexpr int HRESULT_CODE(HRESULT result)
 
 struct SYSTEMTIME
 {
-    std::int64_t seconds; // since 1970; all that is asked of it here
+    std::int64_t seconds; // since 1970; all that is needed here
 };
 using LPSYSTEMTIME = SYSTEMTIME*;
 struct FILETIME
@@ -57,5 +57,5 @@ DWORD GetLastError();
 void SetLastError(DWORD error);
 DWORD GetCurrentThreadId();
 BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
-/// The elements that the target has put into g_commandLineElements, whatever the line.
+/// Returns the elements that the target has put into g_commandLineElements, whatever the line.
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count);

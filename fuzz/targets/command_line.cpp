@@ -18,7 +18,7 @@ std::wstring Lower(std::wstring text)
     return text;
 }
 
-// The plain way to do it, on lower-case keys.
+// The straightforward implementation, on lower-case keys.
 std::map<std::wstring, std::wstring> ReadPlainly(const std::vector<std::wstring>& elements)
 {
     std::map<std::wstring, std::wstring> values;
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KVWinApi::g_commandLine.clear();
     while (!input.IsOver())
     {
-        elements.push_back(input.Text(24).c_str()); // zero-terminated, as the system gives them
+        elements.push_back(input.Text(24).c_str()); // zero-terminated, like the system's
         KVWinApi::g_commandLine += elements.back() + L" ";
     }
     const KVUtils::CCommandLine commandLine;

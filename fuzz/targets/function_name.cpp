@@ -7,7 +7,7 @@ using KVFuzz::Require;
 
 namespace
 {
-// The plain way to do it: template arguments out, then cut at "::".
+// The straightforward implementation: removes template arguments, then cuts at "::".
 std::wstring WithoutTemplateArguments(const std::wstring& name)
 {
     std::wstring plain;
@@ -48,12 +48,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     constexpr std::size_t kLongest = 255;
     KVFuzz::Input input(data, size);
-    const std::wstring name = input.Text(600).c_str(); // zero-terminated, as names are
+    const std::wstring name = input.Text(600).c_str(); // zero-terminated, like a name
     const KVLogging::FunctionName split = KVLogging::SplitFunctionName(name.c_str());
 
     const std::wstring plain = WithoutTemplateArguments(name.substr(0, kLongest));
     const std::vector<std::wstring> components = Components(plain);
-    const bool beginsWithColon = !name.empty() && name.front() == L':'; // then nothing stands before the first "::"
+    const bool beginsWithColon = !name.empty() && name.front() == L':'; // then nothing precedes the first "::"
     if (!beginsWithColon && components.size() >= 2)
     {
         const std::wstring& className = components[components.size() - 2];

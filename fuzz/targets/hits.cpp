@@ -43,7 +43,7 @@ std::wstring Item(const wchar_t* key, const std::wstring& value)
     return value.empty() ? L"" : Pair(key, value) + L"&";
 }
 
-// All but the cache buster, which is cut out before texts are compared.
+// Everything except the cache buster, which is removed before texts are compared.
 std::wstring Prefix(const GAClient::ClientInfo& info, const std::wstring& clientId)
 {
     return L"/collect?v=1&z=&" + Item(L"ul", info.userLanguage) + L"de=UTF-8&je=0&" + Item(L"sd", info.colourDepth) +
@@ -81,7 +81,7 @@ std::wstring CutCacheBuster(const std::wstring& request)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     KVFuzz::Input input(data, size);
-    // The choices first: a short input is used up by the texts.
+    // The choices come first: the texts use up a short input.
     const int lifecycle = input.Between(0, 3);
     const bool flag = input.Flag();
     KVWinApi::g_now = input.Between<std::int64_t>(0, 4102444800);

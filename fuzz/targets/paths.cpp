@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(last.find(L'\\') == std::wstring::npos, "a component has no backslash");
     Require(last == head || last.size() < head.size(), "what is cut off is more than nothing");
 
-    // Paths come as zero-terminated texts.
+    // Paths are zero-terminated texts.
     const std::wstring path = head.c_str();
     const std::wstring folder = KVUtils::CPathUtils::StripFilename(path);
     Require(path.starts_with(folder), "a folder begins the path of what is in it");

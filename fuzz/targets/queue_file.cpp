@@ -5,7 +5,7 @@ using KVFuzz::Require;
 
 namespace
 {
-// The plain way to do it, on the whole file.
+// The straightforward implementation, on the whole file.
 std::list<std::wstring> ReadPlainly(const std::string& bytes, std::size_t limit)
 {
     std::list<std::wstring> lines;
@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::list<std::wstring> lines = collector.TakeLines();
     Require(lines == ReadPlainly(bytes, limit), "the pieces do not matter");
 
-    // What was read is what is written and read again.
+    // Writing what was read and reading it again gives the same.
     GAClient::CQueueLineCollector again(lines.size());
     std::string written;
     GAClient::AppendQueueLines(lines, written);

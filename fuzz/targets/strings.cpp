@@ -11,7 +11,7 @@ bool IsWhite(wchar_t character)
     return character == L' ' || (character >= L'\t' && character <= L'\r');
 }
 
-// The plain way to do it.
+// The straightforward implementation.
 std::wstring TrimPlainly(std::wstring text)
 {
     while (!text.empty() && IsWhite(text.front()))

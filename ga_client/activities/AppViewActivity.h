@@ -14,16 +14,16 @@ class IAppViewActivity
 public:
     virtual ~IAppViewActivity() = default;
 
-    /// Puts the request string of a plain screen view into out. Always true.
+    /// Puts the request string of a plain screen view into out. True if one was built, which this library always does.
     virtual bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                               std::wstring& out) = 0;
-    /// Puts the request string of a screen view that starts or ends the session into out. Always true.
+    /// The same for a screen view that starts or ends the session.
     virtual bool BuildSessionRequest(const GAClient::ClientInfo& clientInfo, bool sessionStart, std::wstring& out) = 0;
 };
 
 namespace AppView
 {
-/// Made for one hit; looks at texts that outlive it. An empty screen name is left out of the hit.
+/// Created for one hit; refers to texts that outlive it. An empty screen name is left out of the hit.
 class CAppViewActivity : public IAppViewActivity
 {
 public:

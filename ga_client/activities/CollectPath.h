@@ -5,10 +5,10 @@
 
 namespace Activities
 {
-/// What every request string begins with: path and start of the query. The parameters follow.
+/// The start of every request string: the path and the question mark of the query. The parameters follow.
 inline constexpr wchar_t kCollectPath[] = L"/collect?";
 
-/// Begins a request string in out, in place of what it held, with room for hits of the usual length.
+/// Replaces out by the start of a request string, with memory reserved for a hit of the usual length.
 inline void BeginRequest(std::wstring& out)
 {
     constexpr std::size_t kUsualLength = 512;

@@ -15,14 +15,14 @@ class IEvent
 public:
     virtual ~IEvent() = default;
 
-    /// Puts the request string of the event into out. Always true.
+    /// Puts the request string of the event into out. True if one was built, which this library always does.
     virtual bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                               const GAClient::EventFields& fields, std::wstring& out) = 0;
 };
 
 namespace Event
 {
-/// Made for one hit; looks at texts that outlive it. The screen name tells where the event happened; an empty one is
+/// Created for one hit; refers to texts that outlive it. The event is attributed to the screen; an empty screen name is
 /// left out of the hit.
 class CEventActivity : public IEvent
 {

@@ -14,14 +14,14 @@ class IException
 public:
     virtual ~IException() = default;
 
-    /// Puts the request string of the exception into out. Always true.
+    /// Puts the request string of the exception into out. True if one was built, which this library always does.
     virtual bool BuildRequest(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                               const std::wstring& description, bool fatal, std::wstring& out) = 0;
 };
 
 namespace Exception
 {
-/// Made for one hit; looks at texts that outlive it. An exception belongs to no screen.
+/// Created for one hit; refers to texts that outlive it. An exception has no screen.
 class CExceptionActivity : public IException
 {
 public:

@@ -7,12 +7,12 @@ namespace Http
 {
 namespace
 {
-// A certificate that is out of date or names another host is deliberately good enough for usage figures.
+// Deliberate: certificates with a wrong date or host are accepted. Computers with a wrong clock report usage as well.
 constexpr DWORD kSecureFlags =
     INTERNET_FLAG_SECURE | INTERNET_FLAG_IGNORE_CERT_DATE_INVALID | INTERNET_FLAG_IGNORE_CERT_CN_INVALID;
 constexpr DWORD kPlainFlags = INTERNET_FLAG_RELOAD;
 
-// Zero, which no server answers with, when the status cannot be read.
+// 0, which no server sends, if the status cannot be read.
 DWORD QueryStatus(HINTERNET request)
 {
     DWORD status = 0;
@@ -55,7 +55,8 @@ bool CHttpPostRequest::Open()
 {
     if (m_connection.IsValid())
     {
-        // Deliberate: after a change of the SSL flag the open connection keeps its port until a failure closes it.
+        // Deliberate: after a change of the SSL flag the open connection keeps its port until a failure closes it. A
+        // tracker never changes its flag, so nothing would gain from opening again.
         return true;
     }
     m_session.Reset(KVWinApi::g_winApi->InternetOpenW(L"Statlet", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
@@ -80,7 +81,7 @@ void CHttpPostRequest::ApplyTimeout() noexcept
                                   INTERNET_OPTION_RECEIVE_TIMEOUT};
     for (const DWORD option : kOptions)
     {
-        // Not looked at: without the option the system's own time-out bounds the exchange.
+        // The result is ignored: without the option, the system's own time-out bounds the exchange.
         KVWinApi::g_winApi->InternetSetOptionW(m_session.Get(), option, &m_timeoutMs, sizeof(m_timeoutMs));
     }
 }
@@ -94,10 +95,10 @@ bool CHttpPostRequest::Post() const
     {
         return false;
     }
-    // Deliberate: the length stays 0 though the text is terminated. Whether the header goes out then is the system's
-    // choice; the agent of the session stands in for it.
+    // Deliberate: the length is 0 although the text is terminated. A system that then drops the header sends the agent
+    // of the session instead; any other length would change the agent that receivers see.
     const bool sent = KVWinApi::g_winApi->HttpSendRequestW(request.Get(), m_header.c_str(), 0, nullptr, 0) != FALSE;
-    // The status alone proves nothing: after a secure send that failed, that of the proxy's answer can be left behind.
+    // The status alone proves nothing: after a failed secure send, it can be that of the proxy's answer.
     return sent && IsAccepted(QueryStatus(request.Get()));
 }
 

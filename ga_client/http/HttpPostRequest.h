@@ -15,7 +15,7 @@ class IHttpPostRequest
 public:
     virtual ~IHttpPostRequest() = default;
 
-    /// True when the server answered 200, 201 or 202. Any other outcome is false, tells no reason, and may be retried.
+    /// True if the server answered 200, 201 or 202. Any other outcome is false, without a reason, and may be retried.
     virtual bool Send(const std::wstring& request, bool useSsl) = 0;
 };
 
@@ -23,17 +23,17 @@ public:
 /// are opened at the first send, kept while sends succeed, and closed after any failure, so that the next send opens
 /// afresh.
 ///
-/// Held by value in a request tracker; one thread at a time, under the tracker's lock. It has no time-out of its own:
-/// with a timeout of 0 the system's time-outs bound an exchange.
+/// A member of the outbox, which calls it on one thread at a time, under its lock. It has no time-out of its own: with
+/// a timeout of 0, the system's time-outs bound an exchange.
 class CHttpPostRequest : public IHttpPostRequest
 {
 public:
-    /// The request begins with "/collect?"; an empty one sends the previous one again. Errors in the server
-    /// certificate's date and name are tolerated on purpose, other certificate errors are failures.
+    /// The request begins with "/collect?"; an empty one sends the previous one again. Deliberate: of certificate
+    /// errors, a wrong date or name is tolerated, so that computers with a wrong clock report as well.
     bool Send(const std::wstring& request, bool useSsl) override;
 
-    /// Milliseconds for each of connecting, sending and receiving; 0 for the system's defaults. Read when a connection
-    /// opens, so a change waits for the next one.
+    /// Milliseconds for each of connecting, sending and receiving; 0 means the system's defaults. Read when a
+    /// connection opens, so a change takes effect with the next one.
     void SetTimeout(DWORD timeoutMs) noexcept { m_timeoutMs = timeoutMs; }
 
 private:
@@ -49,6 +49,6 @@ private:
     DWORD m_timeoutMs = 0;
     bool m_useSsl = false;
     KVWinApi::CUniqueInternet m_session;
-    KVWinApi::CUniqueInternet m_connection; // declared after the session, hence closed before it
+    KVWinApi::CUniqueInternet m_connection; // declared after the session and therefore closed first
 };
 } // namespace Http

@@ -8,7 +8,7 @@
 
 namespace Protocols::MeasurementParams
 {
-/// Appends the number in decimal, without a string of its own.
+/// Appends the number in decimal, without a temporary string.
 inline void AppendDecimal(std::wstring& out, std::int64_t number)
 {
     constexpr std::size_t kLongest = 20; // -9223372036854775808

@@ -8,8 +8,8 @@ namespace Protocols::MeasurementParams
 {
 namespace
 {
-// key and value, nothing when the value is empty. The key includes its "=". No "&" after it: for the last parameter of
-// a hit.
+// Appends key and value without "&", for the last parameter of a hit. The key includes its "=". An empty value appends
+// nothing.
 void AppendLast(std::wstring& out, std::wstring_view key, std::wstring_view value)
 {
     if (!value.empty())
@@ -18,7 +18,7 @@ void AppendLast(std::wstring& out, std::wstring_view key, std::wstring_view valu
     }
 }
 
-// key, value and "&", nothing when the value is empty.
+// Appends key, value and "&". An empty value appends nothing.
 void Append(std::wstring& out, std::wstring_view key, std::wstring_view value)
 {
     if (!value.empty())
@@ -27,11 +27,11 @@ void Append(std::wstring& out, std::wstring_view key, std::wstring_view value)
     }
 }
 
-// Dimensions come before metrics, both by number. A value is not left out when it is empty, unlike the parameters of
-// the client itself: the program set it.
+// Dimensions come before metrics, both in numeric order. Unlike the client's own parameters, an empty value is not left
+// out, since the program set it.
 //
-// Deliberate: each stands behind an "&", even where nothing but an "&" stands before it already, as in a screen view
-// without a name (t=appview&&cd1=...).
+// Deliberate: an "&" precedes each, even if the text already ends in one, as in a screen view without a name
+// (t=appview&&cd1=...). Receivers know this form.
 void AppendDimensionText(std::wstring& out, const GAClient::CustomFacts& facts)
 {
     for (const auto& [index, value] : facts.dimensions)
@@ -130,7 +130,7 @@ void CMeasurementUrlParams::AppendCommonPrefix(const GAClient::ClientInfo& clien
     out.append(L"de=UTF-8&je=0&");
     Append(out, L"sd=", clientInfo.colourDepth);
     Append(out, L"sr=", clientInfo.screenResolution);
-    Append(out, L"vp=", clientInfo.screenResolution); // deliberate: the viewport is reported as the whole screen
+    Append(out, L"vp=", clientInfo.screenResolution); // deliberate: a windowless program has no other viewport
     Append(out, L"tid=", clientInfo.propertyId);
     Append(out, L"an=", clientInfo.applicationName);
     Append(out, L"av=", clientInfo.applicationVersion);

@@ -9,10 +9,10 @@
 
 namespace Protocols::MeasurementParams
 {
-/// The parameter texts of the four kinds of hit. Each operation appends to out and is true.
+/// The parameter texts of the four kinds of hit. Each operation appends to out. Always true: nothing is refused.
 ///
-/// Values go out exactly as they are given: no escaping of "&", "=" or "#", no limit of length. Deliberate: callers
-/// pass plain identifiers. A parameter with an empty value is left out with its key.
+/// Values are not changed: no escaping of "&", "=" or "#", no limit of length. Deliberate: callers pass plain
+/// identifiers. A parameter with an empty value is left out with its key.
 ///
 /// Declaration order is slot order and part of the interface.
 class IMeasurementParams
@@ -23,7 +23,7 @@ public:
     /// A screen view, with the custom facts and a queue-time mark.
     virtual bool AppViewParams(const GAClient::ClientInfo& clientInfo, const GAClient::CustomFacts& facts,
                                std::wstring& out) = 0;
-    /// A screen view that starts or ends the session: without custom facts and without a mark.
+    /// A screen view that starts or ends the session, without custom facts and mark.
     virtual bool SessionAppViewParams(const GAClient::ClientInfo& clientInfo, bool sessionStart, std::wstring& out) = 0;
     /// An event, with the custom facts. The lifecycle actions "Start" and "Stop" (exactly these) get no mark, and
     /// "Stop" ends the session.
@@ -34,8 +34,8 @@ public:
                                  const std::wstring& description, bool fatal, std::wstring& out) = 0;
 };
 
-/// The parameters as the query of a URL. Made for one hit on one thread, and looks at texts that outlive it; every
-/// operation draws one cache buster.
+/// The parameters as the query of a URL. Created for one hit on one thread; refers to texts that outlive it. Every
+/// operation uses one cache buster.
 class CMeasurementUrlParams : public IMeasurementParams
 {
 public:

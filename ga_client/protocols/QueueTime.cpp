@@ -16,9 +16,9 @@ namespace
 constexpr wchar_t kMark = L'#';
 constexpr wchar_t kQueueTimeKey[] = L"&qt=";
 
-// As a text stream writes a double: six significant digits, hence 1.234e+06 for 1234 seconds, which servers are used
-// to. Written without a stream and without the C runtime: the one follows the locale of the program that links this
-// library, the other may put three digits into the exponent.
+// The format of a double in a text stream: six significant digits, for example 1.234e+06 for 1234 seconds, which
+// servers know. Neither a stream, which follows the program's locale, nor the C runtime, which may write a three-digit
+// exponent.
 std::wstring FormatMilliseconds(double milliseconds)
 {
     constexpr int kSignificantDigits = 6;
@@ -30,7 +30,7 @@ std::wstring FormatMilliseconds(double milliseconds)
 
 std::wstring QueueTimeSince(std::int64_t markedTime)
 {
-    // Converted before the subtraction: the digits come from a file, and any 64-bit number must do.
+    // Converted before the subtraction, which would overflow for some of the numbers that a file can hold.
     const double seconds = static_cast<double>(CurrentCalendarTime()) - static_cast<double>(markedTime);
     return seconds > 0.0 ? FormatMilliseconds(seconds * 1000.0) : L"0";
 }

@@ -31,21 +31,21 @@ std::wstring GetCommonDataFolder()
     wchar_t folder[MAX_PATH] = {}; // the function's own bound
     constexpr int kCreatedCommonData = CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE;
     static_assert(kCreatedCommonData == 0x8023);
-    const HRESULT result = KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHGetFolderPathW)
-                               .OrHresult()(nullptr, kCreatedCommonData, nullptr, SHGFP_TYPE_CURRENT, folder);
+    const HRESULT result = Call(KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHGetFolderPathW), nullptr,
+                                kCreatedCommonData, nullptr, SHGFP_TYPE_CURRENT, folder);
     return SUCCEEDED(result) ? folder : std::wstring();
 }
 
 FolderAndFile SplitConfiguredName(const std::wstring& name)
 {
-    if (KV_SYSTEM_FUNCTION(g_shlwApiDll, PathIsFileSpecW).Or(FALSE)(name.c_str()) != FALSE)
+    if (Call(KV_SYSTEM_FUNCTION(g_shlwApiDll, PathIsFileSpecW), name.c_str()) != FALSE)
     {
         return {GetCommonDataFolder(), name};
     }
     std::wstring folder = name;
-    KV_SYSTEM_FUNCTION(g_shlwApiDll, PathRemoveFileSpecW).Or(FALSE)(folder.data());
+    Call(KV_SYSTEM_FUNCTION(g_shlwApiDll, PathRemoveFileSpecW), folder.data());
     folder.resize(::wcslen(folder.c_str()));
-    return {folder, KV_SYSTEM_FUNCTION(g_shlwApiDll, PathFindFileNameW).Or(s_noFile)(name.c_str())};
+    return {folder, CallOr(s_noFile, KV_SYSTEM_FUNCTION(g_shlwApiDll, PathFindFileNameW), name.c_str())};
 }
 
 // The configured name, a bare one in its folder.

@@ -57,9 +57,8 @@ std::vector<std::wstring> ListProcessModules()
         ::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, ::GetCurrentProcessId()));
     std::array<HMODULE, kMaxModules> modules{};
     DWORD needed = 0;
-    if (!process.IsValid() ||
-        KV_SYSTEM_FUNCTION(KVWinApi::g_psapiDll, EnumProcessModules)
-                .Or(FALSE)(process.Get(), modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
+    if (!process.IsValid() || Call(KV_SYSTEM_FUNCTION(KVWinApi::g_psapiDll, EnumProcessModules), process.Get(),
+                                   modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
     {
         return paths;
     }

@@ -88,7 +88,7 @@ void InitializeCom(CExtMonitorSettings& settings)
     // Found here, because the block may be destroyed under the system's loader lock, where nothing may be loaded.
     settings.endCom = KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).Find();
     // A failure means that the thread has a different apartment model already: COM runs and is not this block's to end.
-    if (settings.endCom != nullptr && SUCCEEDED(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize).OrHresult()(nullptr)))
+    if (settings.endCom != nullptr && SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize), nullptr)))
     {
         settings.isComInitialized = true;
         settings.comThread = ::GetCurrentThreadId();
@@ -136,8 +136,8 @@ void CExtMonitor::Replace(const MonitorValues& values, const std::wstring& execu
     }
     constexpr DWORD kAnyServer = 0x17; // in-process server and handler, local and remote server
     void* monitor = nullptr;
-    const HRESULT created = KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance)
-                                .OrHresult()(classId, nullptr, kAnyServer, kExtMonitorInterfaceId, &monitor);
+    const HRESULT created = Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoCreateInstance), classId, nullptr, kAnyServer,
+                                 kExtMonitorInterfaceId, &monitor);
     if (SUCCEEDED(created) && monitor != nullptr)
     {
         CUniqueMonitor made(static_cast<IExtMonitor*>(monitor));
@@ -173,7 +173,7 @@ bool CExtMonitor::TakeOver(const MonitorValues& values, CLSID& classId, IExtMoni
     // Guarded here as well: a fault in the system's code must not leave the mutex held.
     const KVUtils::CStructuredExceptionScope translator;
     translator.Run([&] {
-        if (SUCCEEDED(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString).OrHresult()(values.classId.c_str(), &classId)))
+        if (SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString), values.classId.c_str(), &classId)))
         {
             InitializeCom(*settings);
             previous = settings->monitor.exchange(nullptr);

@@ -7,6 +7,7 @@
 #include <functional>
 #include <list>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -64,7 +65,7 @@ public:
     int GetNetworkKind() const override { return 2; }
 };
 
-// A computer without a printer, on which no battery can be found out.
+// A computer without a printer, on which the battery stays unknown.
 class NoPrinters : public KVWinApi::CSpoolerApi
 {
 public:
@@ -81,14 +82,14 @@ public:
     HRESULT CoInitializeEx(LPVOID, DWORD) override { return E_FAIL; }
 };
 
-// One operation that reports, and what it does to the client.
+// An operation that reports, with the calls that the client receives.
 struct Operation
 {
     const char* name;
     std::function<void(IAnalyticsEngine&)> call;
     bool makesSeveralCalls; // by the wording of its refusals
     Calls clientCalls;
-    std::wstring refusedEvents; // what is logged when the client takes no event
+    std::wstring refusedEvents; // logged if the client refuses every event
 };
 void PrintTo(const Operation& operation, std::ostream* stream)
 {
@@ -188,7 +189,7 @@ const std::vector<Operation>& Operations()
     return s_operations;
 }
 
-// What the log calls dimensions.
+// The name in the log of the dimension that the call sets; empty for other calls.
 std::wstring NameOfDimension(const std::wstring& call)
 {
     for (const auto& [index, name] : KVTest::kDimensionNames)
@@ -201,7 +202,7 @@ std::wstring NameOfDimension(const std::wstring& call)
     return L"";
 }
 
-// Counts what is asked of the computer until it is destroyed, and answers as the system does.
+// Counts the queries to the computer while it lives, and passes them to the system.
 class Questions
 {
 public:
@@ -252,13 +253,13 @@ private:
     KVTest::LoaderPatch m_loader;
 };
 
-// The processor's own access violation, not one that is raised.
+// An access violation of the processor, not a raised one.
 KV_NOT_SANITIZED void Touch(const KVTest::ForbiddenPage& page)
 {
     *page.GetChars() = 'x';
 }
 
-// One line of several, with its end; empty when there are fewer.
+// One line of several, with its end; empty if there are fewer.
 std::wstring LineOf(const std::wstring& lines, std::size_t index)
 {
     std::size_t begin = 0;
@@ -273,14 +274,14 @@ class AnalyticsEngineTests : public testing::TestWithParam<Operation>
 {
 protected:
     static bool Initialize() { return GetAnalyticsEngine().Initialize(true, L"XX-3", L"Lumo", true); }
-    // A started engine; what the client was told so far is forgotten.
+    // Starts the engine and forgets the calls of the client so far.
     void Start()
     {
         Initialize();
         GetAnalyticsEngine().Start();
         m_client.TakeCalls();
     }
-    // The client's next call of that beginning throws.
+    // Every call of the client with that beginning throws.
     void Throw(const std::wstring& beginning)
     {
         m_client.answer = [beginning](const std::wstring& call) {
@@ -291,7 +292,7 @@ protected:
             return true;
         };
     }
-    // Runs the operation once for each of its calls, which ends with `end`, and every later call would too.
+    // Runs the operation once for each of its calls. That call, and any later one, runs `end`.
     void ExpectToEndAt(const std::function<void()>& end)
     {
         Start();
@@ -455,7 +456,7 @@ TEST_F(AnalyticsEngineTests, Initialize_WithConsentAgain_FindsTheEngineAsItWas)
 {
     Start();
     EXPECT_FALSE(GetAnalyticsEngine().Initialize(false, L"XX-3", L"Lumo", true));
-    EXPECT_FALSE(Initialize()); // it is initialised already, but the user's consent is back
+    EXPECT_FALSE(Initialize()); // already initialised, but the user's consent is back
     GetAnalyticsEngine().TrackScreenView(L"Home");
     EXPECT_EQ(m_client.TakeCalls(), Calls{L"TrackScreenView|Home"});
 }
@@ -780,7 +781,7 @@ TEST_P(AnalyticsEngineTests, WithoutConsentOrStart_AsksTheComputerNothing)
     GetParam().call(GetAnalyticsEngine());
     EXPECT_EQ(questions.GetCount(), 0);
     Initialize();
-    const int beforeCall = questions.GetCount(); // the version of the program is known by then
+    const int beforeCall = questions.GetCount(); // includes the version of the program
     GetParam().call(GetAnalyticsEngine());
     EXPECT_EQ(questions.GetCount(), beforeCall);
     EXPECT_EQ(s_deviceQuestions, 0);
@@ -829,7 +830,7 @@ TEST_P(AnalyticsEngineTests, WithEventsRefused_LogsEachAndGoesOn)
     m_trace.Enable(KVLogging::kLogWarning);
     GetParam().call(GetAnalyticsEngine());
     EXPECT_EQ(m_client.TakeCalls(), GetParam().clientCalls);
-    // The result of a screen view is not looked at.
+    // The result of a screen view is ignored.
     EXPECT_EQ(m_trace.IsEmpty() ? L"" : m_trace.GetText(), GetParam().refusedEvents);
 }
 
@@ -902,7 +903,7 @@ TEST_P(AnalyticsEngineTests, WithOneCallThatFaultsUnderALockOfTheClient_EndsTher
         Touch(page);
         ::LeaveCriticalSection(&section);
     });
-    // A critical section can be entered again by the thread that has it: the client's next call is not kept out.
+    // The owning thread can enter a critical section again: the client's next call is not blocked.
     m_client.answer = [&](const std::wstring&) {
         ::EnterCriticalSection(&section);
         ::LeaveCriticalSection(&section);
@@ -915,7 +916,32 @@ TEST_P(AnalyticsEngineTests, WithOneCallThatFaultsUnderALockOfTheClient_EndsTher
 INSTANTIATE_TEST_SUITE_P(Each, AnalyticsEngineTests, testing::ValuesIn(Operations()),
                          [](const auto& entry) { return std::string(entry.param.name); });
 
-// What the client has been told when the search for a battery begins.
+// The line numbers of lines with the prefixes of KVLogging::kOptionCounterAndLine, "0123456789 0123: ".
+std::vector<int> LineNumbersOf(const std::wstring& text)
+{
+    std::vector<int> numbers;
+    std::wistringstream lines(text);
+    for (std::wstring line; std::getline(lines, line);)
+    {
+        numbers.push_back(std::stoi(line.substr(11, 4)));
+    }
+    return numbers;
+}
+
+TEST_F(AnalyticsEngineTests, LineNumbers_AreThoseOfTheOperationsStatements)
+{
+    Start();
+    m_client.answer = [](const std::wstring&) { return false; };
+    m_trace.GetRegistry().SetDword(L"Software\\Norvik\\KV\\Logging", L"LogOptions", KVLogging::kOptionCounterAndLine);
+    m_trace.Enable(KVLogging::kLogWarning);
+    GetAnalyticsEngine().TrackSwiftpost(false, true, L"M 1"); // four dimensions and an event, a line of source each
+    const std::vector<int> numbers = LineNumbersOf(m_trace.GetText());
+    ASSERT_EQ(numbers.size(), 5u);
+    const int first = numbers.front();
+    EXPECT_EQ(numbers, (std::vector<int>{first, first + 1, first + 2, first + 3, first + 4}));
+}
+
+// Records the calls that the client received before the search for a battery.
 class ProbeWatch : public KVWinApi::CKernelApi
 {
 public:

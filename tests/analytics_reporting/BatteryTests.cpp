@@ -28,7 +28,7 @@ const CAnalyticsEngine& Engine()
     return dynamic_cast<const CAnalyticsEngine&>(GetAnalyticsEngine());
 }
 
-// The engine's question, on this thread.
+// The engine's query, on this thread.
 class BatteryQueryTests : public testing::Test
 {
 protected:
@@ -156,7 +156,7 @@ TEST_F(BatteryQueryTests, Question_IsTracedUnderItsName)
                                  L"(<-) CAnalyticsEngine::GetBatteryForAnalyticsReporting\r\n");
 }
 
-// Records what becomes of the probe's thread, and lets the test decide how the wait for it ends.
+// Records what happens to the probe's thread, and lets the test decide how the wait for it ends.
 class ThreadWatch : public KVWinApi::CKernelApi
 {
 public:
@@ -185,7 +185,7 @@ public:
         {
             return CKernelApi::WaitForSingleObject(handle, timeoutMs);
         }
-        // A thread that is ended while it starts would leave the locks of the system's loader behind.
+        // A thread that is terminated while it starts would keep the locks of the system's loader.
         EXPECT_EQ(::WaitForSingleObject(isHanging, 20000), WAIT_OBJECT_0);
         return waitResult;
     }
@@ -202,7 +202,7 @@ public:
         }
         return CKernelApi::CloseHandle(handle);
     }
-    // Of the thread, once it has ended.
+    // The exit code of the thread, after its end.
     DWORD GetExitCode() const
     {
         DWORD exitCode = STILL_ACTIVE;
@@ -247,7 +247,7 @@ TEST_F(BatteryProbeTests, Probe_AsksOnAThreadOfItsOwnAndWaitsForIt)
     EXPECT_EQ(m_wmi.calls.back(), L"uninitialize");
 }
 
-// A thread that is terminated inside a first load keeps the lock of the system's loader for ever.
+// A thread that is terminated inside a first load keeps the system's loader lock for ever.
 TEST_F(BatteryProbeTests, Probe_LoadsTheLibrariesOfComBeforeItsThreadStarts)
 {
     KVWinApi::CComApi system;
@@ -258,11 +258,11 @@ TEST_F(BatteryProbeTests, Probe_LoadsTheLibrariesOfComBeforeItsThreadStarts)
     m_kernel.onBegin = [&] {
         for (const KVTest::LoaderPatch::Load& load : loader.GetLoads())
         {
-            loaded.insert(load.Path.substr(load.Path.rfind(L'\\') + 1));
+            loaded.insert(load.path.substr(load.path.rfind(L'\\') + 1));
         }
         for (const KVTest::LoaderPatch::LookUp& lookUp : loader.GetLookUps())
         {
-            found.insert(lookUp.Name);
+            found.insert(lookUp.name);
         }
     };
     EXPECT_NE(ProbeBattery(Engine()), L"");
@@ -329,7 +329,7 @@ TEST_F(BatteryProbeTests, Probe_AfterAnother_BringsTheNewAnswer)
     EXPECT_EQ(ProbeBattery(Engine()), L"Unknown");
 }
 
-// The thread hangs in its first step; it is really terminated.
+// The thread hangs in its first step and is really terminated.
 class HangingProbeTests : public BatteryProbeTests
 {
 protected:

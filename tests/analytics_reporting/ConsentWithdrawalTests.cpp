@@ -1,4 +1,4 @@
-// What becomes of queued hits when the user withdraws consent, with the library's own client.
+// Queued hits after the user has withdrawn consent, with the library's own client.
 
 #include <windows.h>
 
@@ -9,7 +9,7 @@
 
 #include "analytics_reporting/AnalyticsEngine.h"
 #include "ga_client/GAClient.h"
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -19,7 +19,7 @@ using KVAnalyticsReporting::GetAnalyticsEngine;
 
 constexpr DWORD kLongestWaitMs = 20000;
 
-// Three hits are queued, on a computer that has had no connection so far.
+// Three hits are queued on a computer without a connection so far.
 class ConsentWithdrawalTests : public testing::Test
 {
 protected:

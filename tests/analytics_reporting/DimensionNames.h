@@ -4,7 +4,7 @@
 
 namespace KVTest
 {
-/// What the log calls each dimension; numbers that are left out have no name.
+/// The name of each dimension in the log. Numbers that are missing have no name.
 inline constexpr std::pair<int, const wchar_t*> kDimensionNames[] = {
     {1, L"ModelName"},
     {2, L"Manufacturer"},

@@ -2,24 +2,24 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <iterator>
-#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/analytics_reporting/DimensionNames.h"
 
 namespace
 {
-TEST(DimensionsTests, GetName_OfEachNumber_IsWhatTheLogCallsIt)
+using NamedNumbers = std::vector<std::pair<int, std::wstring>>;
+
+TEST(DimensionsTests, All_HaveTheirNumbersAndWhatTheLogCallsThem)
 {
-    const std::map<int, std::wstring> names(std::begin(KVTest::kDimensionNames), std::end(KVTest::kDimensionNames));
-    for (int dimension = 0; dimension < 20; ++dimension)
+    NamedNumbers dimensions;
+    for (const KVAnalyticsReporting::Dimension& dimension : KVAnalyticsReporting::Dimensions::kAll)
     {
-        const auto name = names.find(dimension);
-        EXPECT_EQ(KVAnalyticsReporting::Dimensions::GetName(static_cast<std::uint32_t>(dimension)),
-                  name != names.end() ? name->second : L"Unknown")
-            << dimension;
+        dimensions.emplace_back(static_cast<int>(dimension.number), dimension.name);
     }
+    EXPECT_EQ(dimensions, NamedNumbers(std::begin(KVTest::kDimensionNames), std::end(KVTest::kDimensionNames)));
 }
 } // namespace

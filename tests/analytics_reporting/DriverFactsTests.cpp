@@ -50,18 +50,18 @@ std::wstring ReadVersion(int key)
     return L"RegQueryValueExW " + std::to_wstring(key) + L", DriverVersion, buffer of 520";
 }
 
-// A machine with a registry of the test's own; x64 unless a test says otherwise.
+// A machine with a registry of its own, x64 unless a test chooses otherwise.
 class DriverFactsTests : public testing::Test
 {
 protected:
     std::wstring TypeOf(const RegistryValue& version3)
     {
-        m_registry.Keys[kVersion3][L"Version"] = version3;
+        m_registry.keys[kVersion3][L"Version"] = version3;
         return GetDriverType(L"Acme Laser");
     }
     std::wstring VersionOf(const RegistryValue& version3)
     {
-        m_registry.Keys[kVersion3][L"DriverVersion"] = version3;
+        m_registry.keys[kVersion3][L"DriverVersion"] = version3;
         return GetDriverVersion(L"Acme Laser");
     }
 
@@ -136,54 +136,54 @@ INSTANTIATE_TEST_SUITE_P(DriverFactsTests, DriverEnvironmentTests,
 TEST_F(DriverFactsTests, OtherArchitecture_IsUnknownWhateverTheRegistryHolds)
 {
     KVTest::FakeMachine::SetArchitectures({12});
-    m_registry.Keys[kVersion3] = {{L"Version", Number(3)}, {L"DriverVersion", String(L"1.0")}};
+    m_registry.keys[kVersion3] = {{L"Version", Number(3)}, {L"DriverVersion", String(L"1.0")}};
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"Unknown");
     EXPECT_EQ(GetDriverVersion(L"Acme Laser"), L"Unknown");
 }
 
 TEST_F(DriverFactsTests, DriverName_IsTakenAsItIs)
 {
-    m_registry.Keys[kEnvironments + L"Windows x64\\Drivers\\Version-3\\ Acme \u00E4 Class "][L"Version"] = Number(3);
+    m_registry.keys[kEnvironments + L"Windows x64\\Drivers\\Version-3\\ Acme \u00E4 Class "][L"Version"] = Number(3);
     EXPECT_EQ(GetDriverType(L" Acme \u00E4 Class "), L"V3");
     EXPECT_EQ(GetDriverType(L"Acme \u00E4 Class"), L"Unknown");
 }
 
 TEST_F(DriverFactsTests, GetDriverType_Version3_EndsTheWalk)
 {
-    m_registry.Keys[kVersion3][L"Version"] = Number(3);
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    m_registry.keys[kVersion3][L"Version"] = Number(3);
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"V3");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadType(1), Close(1)}));
 }
 
 TEST_F(DriverFactsTests, GetDriverType_OneFolderOnly_IsFoundInEither)
 {
-    m_registry.Keys[kVersion3][L"Version"] = Number(3);
+    m_registry.keys[kVersion3][L"Version"] = Number(3);
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"V3");
-    m_registry.Keys.clear();
+    m_registry.keys.clear();
     m_calls.clear();
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"V4");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), Open(kVersion4), ReadType(2), Close(2)}));
 }
 
 TEST_F(DriverFactsTests, GetDriverType_TheValueCountsAndNotTheFolder)
 {
-    m_registry.Keys[kVersion3][L"Version"] = Number(4);
-    m_registry.Keys[kVersion4][L"Version"] = Number(3);
+    m_registry.keys[kVersion3][L"Version"] = Number(4);
+    m_registry.keys[kVersion4][L"Version"] = Number(3);
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"V4");
-    m_registry.Keys.erase(kVersion3);
+    m_registry.keys.erase(kVersion3);
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"V3");
 }
 
 TEST_F(DriverFactsTests, GetDriverType_OtherNumber_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
     for (const std::uint32_t other : {0u, 1u, 2u, 5u, 0x103u, 0xFFFFFFFFu})
     {
         EXPECT_EQ(TypeOf(Number(other)), L"V4") << other;
     }
-    m_registry.Keys[kVersion4][L"Version"] = Number(2);
+    m_registry.keys[kVersion4][L"Version"] = Number(2);
     m_calls.clear();
     EXPECT_EQ(TypeOf(Number(2)), L"Unknown");
     EXPECT_EQ(m_calls.size(), 7u);
@@ -193,8 +193,8 @@ TEST_F(DriverFactsTests, GetDriverType_OtherNumber_GoesOnToTheNextFolder)
 
 TEST_F(DriverFactsTests, GetDriverType_AnythingButANumber_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
-    const std::string three = Number(3).Bytes;
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
+    const std::string three = Number(3).bytes;
     for (const DWORD type :
          std::initializer_list<DWORD>{REG_NONE, REG_SZ, REG_EXPAND_SZ, REG_BINARY, REG_DWORD_BIG_ENDIAN, REG_QWORD})
     {
@@ -207,26 +207,26 @@ TEST_F(DriverFactsTests, GetDriverType_AnythingButANumber_GoesOnToTheNextFolder)
 
 TEST_F(DriverFactsTests, GetDriverType_FewerBytesThanANumberHas_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
     for (const std::size_t size : {0u, 1u, 2u, 3u})
     {
-        EXPECT_EQ(TypeOf({REG_DWORD, Number(3).Bytes.substr(0, size)}), L"V4") << size;
+        EXPECT_EQ(TypeOf({REG_DWORD, Number(3).bytes.substr(0, size)}), L"V4") << size;
     }
 }
 
 TEST_F(DriverFactsTests, GetDriverType_MoreBytesToldThanANumberHas_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
     RegistryValue value = Number(3);
-    value.ExtraBytesTold = 4;
+    value.extraBytesTold = 4;
     EXPECT_EQ(TypeOf(value), L"V4");
 }
 
 TEST_F(DriverFactsTests, GetDriverType_ReadFails_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"Version"] = Number(4);
-    RegistryValue denied = Number(3); // the bytes are there nevertheless
-    denied.Error = ERROR_ACCESS_DENIED;
+    m_registry.keys[kVersion4][L"Version"] = Number(4);
+    RegistryValue denied = Number(3); // although the bytes are delivered
+    denied.error = ERROR_ACCESS_DENIED;
     EXPECT_EQ(TypeOf(denied), L"V4");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadType(1), Close(1), Open(kVersion4),
                               ReadType(2), Close(2)}));
@@ -234,8 +234,8 @@ TEST_F(DriverFactsTests, GetDriverType_ReadFails_GoesOnToTheNextFolder)
 
 TEST_F(DriverFactsTests, GetDriverType_NoValue_IsUnknownAndTheKeysAreClosed)
 {
-    m_registry.Keys[kVersion3][L"DriverVersion"] = String(L"1.0");
-    m_registry.Keys[kVersion4] = {};
+    m_registry.keys[kVersion3][L"DriverVersion"] = String(L"1.0");
+    m_registry.keys[kVersion4] = {};
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"Unknown");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadType(1), Close(1), Open(kVersion4),
                               ReadType(2), Close(2)}));
@@ -243,24 +243,24 @@ TEST_F(DriverFactsTests, GetDriverType_NoValue_IsUnknownAndTheKeysAreClosed)
 
 TEST_F(DriverFactsTests, KeysThatCannotBeOpened_AreNeitherReadNorClosed)
 {
-    m_registry.OpenError = ERROR_ACCESS_DENIED;
+    m_registry.openError = ERROR_ACCESS_DENIED;
     EXPECT_EQ(GetDriverType(L"Acme Laser"), L"Unknown");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), Open(kVersion4)}));
 }
 
 TEST_F(DriverFactsTests, GetDriverVersion_FirstFolder_EndsTheWalk)
 {
-    m_registry.Keys[kVersion3][L"DriverVersion"] = String(L"6.1.7600.16385");
-    m_registry.Keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
+    m_registry.keys[kVersion3][L"DriverVersion"] = String(L"6.1.7600.16385");
+    m_registry.keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
     EXPECT_EQ(GetDriverVersion(L"Acme Laser"), L"6.1.7600.16385");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadVersion(1), Close(1)}));
 }
 
 TEST_F(DriverFactsTests, GetDriverVersion_SecondFolder_IsTakenWhenTheFirstTellsNone)
 {
-    m_registry.Keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
+    m_registry.keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
     EXPECT_EQ(GetDriverVersion(L"Acme Laser"), L"10.0.0.1");
-    m_registry.Keys[kVersion3] = {{L"Version", Number(3)}};
+    m_registry.keys[kVersion3] = {{L"Version", Number(3)}};
     m_calls.clear();
     EXPECT_EQ(GetDriverVersion(L"Acme Laser"), L"10.0.0.1");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadVersion(2), Close(2), Open(kVersion4),
@@ -285,7 +285,7 @@ class DriverVersionTextTests : public DriverFactsTests, public testing::WithPara
 
 TEST_P(DriverVersionTextTests, GoesUpToTheFirstZero)
 {
-    m_registry.Keys[kVersion4][L"DriverVersion"] = String(L"not this one");
+    m_registry.keys[kVersion4][L"DriverVersion"] = String(L"not this one");
     EXPECT_EQ(VersionOf(Unterminated(GetParam().stored)), GetParam().expected);
 }
 
@@ -304,17 +304,17 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(DriverFactsTests, GetDriverVersion_BeyondTheBuffer_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
+    m_registry.keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
     EXPECT_EQ(VersionOf(Unterminated(std::wstring(261, L'9'))), L"10.0.0.1");
     EXPECT_EQ(VersionOf(String(std::wstring(260, L'9'))), L"10.0.0.1");
     EXPECT_EQ(VersionOf({REG_SZ, std::string(521, '9')}), L"10.0.0.1");
-    m_registry.Keys.erase(kVersion4);
+    m_registry.keys.erase(kVersion4);
     EXPECT_EQ(GetDriverVersion(L"Acme Laser"), L"Unknown");
 }
 
 TEST_F(DriverFactsTests, GetDriverVersion_HalfACharacterAtTheEnd_IsDropped)
 {
-    EXPECT_EQ(VersionOf({REG_SZ, Unterminated(L"1.0").Bytes + "x"}), L"1.0");
+    EXPECT_EQ(VersionOf({REG_SZ, Unterminated(L"1.0").bytes + "x"}), L"1.0");
     EXPECT_EQ(VersionOf({REG_SZ, "x"}), L"");
 }
 
@@ -323,18 +323,18 @@ TEST_F(DriverFactsTests, GetDriverVersion_MoreBytesToldThanThereIsRoomFor_AreNot
     for (const DWORD extra : {1u, 2u, 4096u, 0xFFFFFFFFu - 520u})
     {
         RegistryValue value = Unterminated(std::wstring(260, L'9'));
-        value.ExtraBytesTold = extra;
+        value.extraBytesTold = extra;
         EXPECT_EQ(VersionOf(value), std::wstring(260, L'9')) << extra;
     }
 }
 
 TEST_F(DriverFactsTests, GetDriverVersion_AnythingButAString_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
+    m_registry.keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
     for (const DWORD type :
          std::initializer_list<DWORD>{REG_NONE, REG_EXPAND_SZ, REG_BINARY, REG_DWORD, REG_MULTI_SZ, REG_QWORD})
     {
-        EXPECT_EQ(VersionOf({type, String(L"1.0").Bytes}), L"10.0.0.1") << type;
+        EXPECT_EQ(VersionOf({type, String(L"1.0").bytes}), L"10.0.0.1") << type;
     }
 }
 
@@ -346,9 +346,9 @@ TEST_F(DriverFactsTests, GetDriverVersion_Number_IsUnknown)
 
 TEST_F(DriverFactsTests, GetDriverVersion_ReadFails_GoesOnToTheNextFolder)
 {
-    m_registry.Keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
-    RegistryValue denied = String(L"1.0"); // the bytes are there nevertheless
-    denied.Error = ERROR_ACCESS_DENIED;
+    m_registry.keys[kVersion4][L"DriverVersion"] = String(L"10.0.0.1");
+    RegistryValue denied = String(L"1.0"); // although the bytes are delivered
+    denied.error = ERROR_ACCESS_DENIED;
     EXPECT_EQ(VersionOf(denied), L"10.0.0.1");
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadVersion(1), Close(1), Open(kVersion4),
                               ReadVersion(2), Close(2)}));
@@ -357,7 +357,7 @@ TEST_F(DriverFactsTests, GetDriverVersion_ReadFails_GoesOnToTheNextFolder)
 TEST_F(DriverFactsTests, ExceptionOfTheRegistry_PassesOnAndTheKeyIsClosed)
 {
     RegistryValue failing;
-    failing.Exception = std::make_exception_ptr(std::runtime_error("of the registry"));
+    failing.exception = std::make_exception_ptr(std::runtime_error("of the registry"));
     EXPECT_THROW(TypeOf(failing), std::runtime_error);
     EXPECT_EQ(m_calls, (Calls{L"GetNativeSystemInfo", Open(kVersion3), ReadType(1), Close(1)}));
     m_calls.clear();
@@ -372,7 +372,7 @@ TEST_F(DriverFactsTests, BothFacts_OpenTheirScopes)
     const std::wstring key = L"Software\\Norvik\\KV\\Logging";
     settings.SetString(key, L"LogFileName", folder.PathOf(L"log.txt"));
     settings.SetDword(key + L"\\analytics_reporting_tests.exe\\driverfacts.cpp", L"LogCategories", 0xFF0);
-    m_registry.Keys[kVersion3] = {{L"Version", Number(3)}, {L"DriverVersion", String(L"1.0")}};
+    m_registry.keys[kVersion3] = {{L"Version", Number(3)}, {L"DriverVersion", String(L"1.0")}};
     GetDriverType(L"Acme Laser");
     GetDriverVersion(L"Acme Laser");
     EXPECT_EQ(KVTest::ReadUtf16File(folder.PathOf(L"log.txt")), L"(->) KVAnalyticsReporting::GetDriverType\r\n"

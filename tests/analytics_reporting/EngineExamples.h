@@ -12,7 +12,7 @@
 
 namespace KVTest
 {
-/// An operation of the engine that reports, and a call of it. docs/events.md shows each.
+/// An operation of the engine that reports, with a call of it. docs/events.md shows each.
 struct EngineExample
 {
     const char* name; // of its test
@@ -85,14 +85,14 @@ inline std::vector<EngineExample> EngineExamples()
     };
 }
 
-/// The printers of docs/events.md: everything is known of the first; the driver of the second is not registered.
+/// The printers of docs/events.md: every fact about the first is known; the driver of the second is not registered.
 inline void InstallExamplePrinters(FakeSpooler& spooler, FakeRegistry& registry)
 {
-    spooler.Printers = {{L"Attic",
+    spooler.printers = {{L"Attic",
                          {{L"DeviceInstanceId", String(L"USBPRINT\\NORVIK\\1")}, {L"Manufacturer", String(L"Norvik")}},
                          L"Norvik 3000 PCL Class"},
                         {L"Hall", {{L"DeviceInstanceId", String(L"SWD\\PRINTENUM\\2")}}, L"Norvik 7000 Class Driver"}};
-    registry.Keys[L"System\\ControlSet001\\Control\\Print\\Environments\\Windows x64\\Drivers\\Version-3\\"
+    registry.keys[L"System\\ControlSet001\\Control\\Print\\Environments\\Windows x64\\Drivers\\Version-3\\"
                   L"Norvik 3000 PCL Class"] = {{L"Version", Number(3)}, {L"DriverVersion", String(L"6.1.7600.16385")}};
 }
 } // namespace KVTest

@@ -5,8 +5,8 @@
 
 namespace KVTest
 {
-/// docs/events.md, as it was copied beside the test programs. Throws std::runtime_error when it cannot be read, or when
-/// a heading is missing. Texts come without the page's backticks.
+/// The copy of docs/events.md beside the test programs. Throws std::runtime_error if it cannot be read or a heading is
+/// missing. Texts are without the page's backticks.
 class EventsPage
 {
 public:
@@ -22,9 +22,9 @@ public:
         std::wstring title;             // its own heading, for example a call
         std::vector<std::wstring> hits; // the indented lines below it
     };
-    /// The headings of the third level below one of the second, with what is indented there.
+    /// The headings of the third level below one of the second, each with the indented lines below it.
     std::vector<Example> GetExamples(const std::wstring& heading) const;
-    /// The hits of the example with that title; throws std::runtime_error when there is not exactly one.
+    /// The hits of the example with that title; throws std::runtime_error unless there is exactly one.
     std::vector<std::wstring> GetHits(const std::wstring& heading, const std::wstring& title) const;
 
 private:

@@ -1,4 +1,4 @@
-// The operations' rows in docs/events.md, compared with the calls that a client records in their order.
+// Compares the rows of docs/events.md about operations with the calls that a client records, in their order.
 
 #include <windows.h>
 
@@ -46,7 +46,7 @@ std::wstring NumbersOf(const std::wstring& cell)
     return numbers;
 }
 
-// As the page's rows: one for each hit, and one for several hits in a row that differ in their values only.
+// The calls as rows of the page: one for each hit, or for several hits in a row that differ only in their values.
 PageRows RowsOf(const std::wstring& operation, const std::vector<std::wstring>& calls)
 {
     PageRows rows;
@@ -119,7 +119,7 @@ TEST_P(EventsPageOrderTests, Rows_AreTheCallsOfTheClientInTheirOrder)
     EXPECT_EQ(RowsOf(GetParam().operation, KVTest::GetRecordingClient().TakeCalls()), expected);
 }
 
-// All but Start and Stop, which the client carries out by itself.
+// Without Start and Stop, whose hits only the library's own client makes.
 std::vector<EngineExample> TrackingExamples()
 {
     std::vector<EngineExample> examples = KVTest::EngineExamples();

@@ -1,4 +1,4 @@
-// docs/events.md against the engine, with the library's own client: what the page says of values, and its whole hits.
+// Compares docs/events.md with the engine and the library's own client: the tables of values and the whole hits.
 
 #include <windows.h>
 
@@ -18,8 +18,8 @@
 #include "tests/analytics_reporting/FakeSystem.h"
 #include "tests/analytics_reporting/FakeWmi.h"
 #include "tests/analytics_reporting/KnownSystem.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 
@@ -36,7 +36,7 @@ constexpr wchar_t kOperations[] = L"## Operations";
 constexpr wchar_t kWholeHits[] = L"## Whole hits";
 constexpr std::uint32_t kFlushBudgetMs = 20000;
 
-// Windows 7 on x64, in the example's second, with a program of version 1.2.3.
+// Windows 7 on x64 at the time of the examples, with a program of version 1.2.3.
 class ExampleSystem : public KVTest::KnownSystem
 {
 public:
@@ -64,7 +64,7 @@ protected:
         KVTest::InstallExamplePrinters(m_spooler, m_registry);
     }
 
-    // What a session sends in which these operations are called, and no end.
+    // The hits of a session with these operations and without an end.
     Texts Send(const std::vector<EngineExample>& examples)
     {
         IAnalyticsEngine& engine = GetAnalyticsEngine();
@@ -126,7 +126,7 @@ Texts OperationsOf(const std::vector<EngineExample>& examples)
 
 TEST(EventsPageTablesTests, Operations_AreThoseOfTheEngine)
 {
-    Texts operations; // each once, whatever the number of its rows
+    Texts operations; // each once, however many rows it has
     for (const EventsPage::Row& row : EventsPage().GetTable(kOperations))
     {
         if (operations.empty() || operations.back() != row.at(0))
@@ -136,7 +136,7 @@ TEST(EventsPageTablesTests, Operations_AreThoseOfTheEngine)
     }
     EXPECT_EQ(operations, OperationsOf(EngineExamples()));
 #if !defined(_MSC_VER)
-    // The three that send nothing, and the destructor, which takes two places.
+    // The three that send nothing, and the destructor, which takes two slots.
     EXPECT_EQ(KVTest::SlotCountOf<IAnalyticsEngine>(), operations.size() + 3 + 2);
 #endif
 }
@@ -156,7 +156,7 @@ TEST(EventsPageTablesTests, WholeHits_AreShownOfEachOperation)
     EXPECT_EQ(titles, calls);
 }
 
-// The value of a parameter of a hit; empty when it has none.
+// The value of a parameter of a hit, empty if it has none.
 std::wstring ParameterOf(const std::wstring& hit, const std::wstring& key)
 {
     const std::size_t place = hit.find(L"&" + key + L"=");
@@ -164,7 +164,7 @@ std::wstring ParameterOf(const std::wstring& hit, const std::wstring& key)
     return place == std::wstring::npos ? L"" : hit.substr(begin, hit.find(L'&', begin) - begin);
 }
 
-// Of the other operations, whose dimensions have an order too, EventsPageOrderTests know the rows.
+// EventsPageOrderTests compare the rows of the other operations, whose dimensions have an order too.
 TEST(EventsPageTablesTests, LifecycleRows_AreThoseOfTheirWholeHits)
 {
     const EventsPage page;
@@ -188,23 +188,19 @@ TEST(EventsPageTablesTests, LifecycleRows_AreThoseOfTheirWholeHits)
 TEST(EventsPageTablesTests, Dimensions_AreThoseOfTheEngine)
 {
     std::vector<EventsPage::Row> expected;
-    for (std::uint32_t number = 0; number < 1000; ++number)
+    for (const KVAnalyticsReporting::Dimension& dimension : KVAnalyticsReporting::Dimensions::kAll)
     {
-        const std::wstring name = KVAnalyticsReporting::Dimensions::GetName(number);
-        if (name != KVAnalyticsReporting::kUnknown)
-        {
-            expected.push_back({std::to_wstring(number), name});
-        }
+        expected.push_back({std::to_wstring(dimension.number), dimension.name});
     }
     std::vector<EventsPage::Row> shown = EventsPage().GetTable(L"## Dimensions");
     for (EventsPage::Row& row : shown)
     {
-        row.resize(2); // what the values are is prose
+        row.resize(2); // the description of the values is prose
     }
     EXPECT_EQ(shown, expected);
 }
 
-// The value that a table of numbers shows for one: its own row's, or that of any other.
+// The value that a table shows for a number: that of its own row, or of the row "any other".
 std::wstring ValueFor(const std::vector<EventsPage::Row>& rows, int number)
 {
     const std::wstring text = std::to_wstring(number);

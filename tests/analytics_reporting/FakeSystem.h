@@ -23,20 +23,20 @@
 
 namespace KVTest
 {
-/// What the fakes below have been asked, in order.
+/// The calls of the fakes below, in order.
 using Calls = std::vector<std::wstring>;
 
 /// A value of the registry or of a printer's data: its type and exactly these bytes.
 struct RegistryValue
 {
-    DWORD Type = REG_NONE;
-    std::string Bytes = {};
-    LONG Error = ERROR_SUCCESS; // any other is the answer in place of the value
-    std::exception_ptr Exception = nullptr;
-    DWORD ExtraBytesTold = 0; // beyond those that there are
+    DWORD type = REG_NONE;
+    std::string bytes = {};
+    LONG error = ERROR_SUCCESS; // any other is returned instead of the value
+    std::exception_ptr exception = nullptr;
+    DWORD extraBytesTold = 0; // more than bytes has
 };
 
-/// A string as it stands, without a terminating zero.
+/// A string without a terminating zero.
 inline RegistryValue Unterminated(const std::wstring& text)
 {
     std::string bytes(text.size() * sizeof(wchar_t), '\0');
@@ -56,7 +56,7 @@ inline RegistryValue Number(std::uint32_t number)
     return {REG_DWORD, bytes};
 }
 
-/// A machine whose processor architecture is that of the list, one for each time it is asked, the last one for ever.
+/// A machine that reports the processor architectures of the list, one at each query, and the last one from then on.
 class FakeMachine : public KVWinApi::CKernelApi
 {
 public:
@@ -99,11 +99,11 @@ public:
     {
         m_calls.push_back(std::wstring(L"RegOpenKeyExW ") + (root == HKEY_LOCAL_MACHINE ? L"HKLM\\" : L"?\\") + path +
                           (access == KEY_QUERY_VALUE ? L", query value" : L", ?"));
-        *key = reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(99)); // nobody may close it after a failure
-        const auto found = Keys.find(path);
-        if (found == Keys.end())
+        *key = reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(99)); // which must not be closed after a failure
+        const auto found = keys.find(path);
+        if (found == keys.end())
         {
-            return OpenError;
+            return openError;
         }
         m_opened.push_back(&found->second);
         *key = reinterpret_cast<HKEY>(m_opened.size());
@@ -121,20 +121,20 @@ public:
             return ERROR_FILE_NOT_FOUND;
         }
         const RegistryValue& value = found->second;
-        if (value.Exception)
+        if (value.exception)
         {
-            std::rethrow_exception(value.Exception);
+            std::rethrow_exception(value.exception);
         }
-        *type = value.Type;
+        *type = value.type;
         const DWORD room = *size;
-        *size = static_cast<DWORD>(value.Bytes.size()) + value.ExtraBytesTold;
-        // As the system does it: what is too long is not delivered in part. An error may still leave bytes behind.
-        if (value.Bytes.size() > room)
+        *size = static_cast<DWORD>(value.bytes.size()) + value.extraBytesTold;
+        // Like the system: a value that is too long is not delivered at all. An error may still leave bytes behind.
+        if (value.bytes.size() > room)
         {
             return ERROR_MORE_DATA;
         }
-        value.Bytes.copy(reinterpret_cast<char*>(buffer), value.Bytes.size());
-        return value.Error;
+        value.bytes.copy(reinterpret_cast<char*>(buffer), value.bytes.size());
+        return value.error;
     }
 
     LONG RegCloseKey(HKEY key) override
@@ -143,8 +143,8 @@ public:
         return ERROR_SUCCESS;
     }
 
-    std::map<std::wstring, std::map<std::wstring, RegistryValue>> Keys; // by path, then by name
-    LONG OpenError = ERROR_FILE_NOT_FOUND;                              // of a key that is not there
+    std::map<std::wstring, std::map<std::wstring, RegistryValue>> keys; // by path, then by name
+    LONG openError = ERROR_FILE_NOT_FOUND;                              // of a missing key
 
 private:
     static std::wstring TextOf(HKEY key) { return std::to_wstring(reinterpret_cast<ULONG_PTR>(key)); }
@@ -160,9 +160,9 @@ public:
     // NOLINTNEXTLINE(bugprone-exception-escape): moving a checked map
     struct Printer
     {
-        std::wstring Name;
-        std::map<std::wstring, RegistryValue> PnPData = {};
-        std::optional<std::wstring> DriverName = {};
+        std::wstring name;
+        std::map<std::wstring, RegistryValue> pnpData = {};
+        std::optional<std::wstring> driverName = {};
     };
 
     explicit FakeSpooler(Calls& calls) : m_calls(calls) {}
@@ -172,25 +172,25 @@ public:
     {
         m_calls.push_back(L"EnumPrintersW flags " + std::to_wstring(flags) + (name == nullptr ? L"" : L", ?") +
                           L", level " + std::to_wstring(level) + TextOf(buffer, size));
-        std::size_t needed = Printers.size() * sizeof(PRINTER_INFO_5W);
-        for (const Printer& printer : Printers)
+        std::size_t needed = printers.size() * sizeof(PRINTER_INFO_5W);
+        for (const Printer& printer : printers)
         {
-            needed += SizeOf(printer.Name);
+            needed += SizeOf(printer.name);
         }
         *neededBytes = static_cast<DWORD>(needed);
         *entryCount = 0;
-        if (size < needed || needed == 0 || !CanEnumerate)
+        if (size < needed || needed == 0 || !canEnumerate)
         {
             return FALSE;
         }
-        BYTE* text = buffer + Printers.size() * sizeof(PRINTER_INFO_5W);
-        for (const Printer& printer : Printers)
+        BYTE* text = buffer + printers.size() * sizeof(PRINTER_INFO_5W);
+        for (const Printer& printer : printers)
         {
             PRINTER_INFO_5W entry{};
             entry.pPrinterName = reinterpret_cast<LPWSTR>(text);
-            std::memcpy(text, printer.Name.c_str(), SizeOf(printer.Name));
+            std::memcpy(text, printer.name.c_str(), SizeOf(printer.name));
             std::memcpy(buffer + *entryCount * sizeof(entry), &entry, sizeof(entry));
-            text += SizeOf(printer.Name);
+            text += SizeOf(printer.name);
             ++*entryCount;
         }
         return TRUE;
@@ -199,9 +199,9 @@ public:
     BOOL OpenPrinterW(LPWSTR name, LPHANDLE handle, LPPRINTER_DEFAULTSW /*defaults*/) override
     {
         m_calls.push_back(std::wstring(L"OpenPrinterW ") + name);
-        const auto found = std::find_if(Printers.begin(), Printers.end(),
-                                        [&](const Printer& printer) { return printer.Name == name; });
-        if (found == Printers.end())
+        const auto found = std::find_if(printers.begin(), printers.end(),
+                                        [&](const Printer& printer) { return printer.name == name; });
+        if (found == printers.end())
         {
             ::SetLastError(ERROR_INVALID_PRINTER_NAME);
             return FALSE;
@@ -221,28 +221,28 @@ public:
                             LPDWORD neededBytes) override
     {
         m_calls.push_back(L"GetPrinterDataExW " + TextOf(handle) + L", " + key + L"\\" + name + TextOf(buffer, size));
-        const auto& values = Opened(handle).PnPData;
+        const auto& values = Opened(handle).pnpData;
         const auto found = values.find(name);
         if (found == values.end() || std::wstring(key) != L"PnPData")
         {
             return ERROR_FILE_NOT_FOUND;
         }
         const RegistryValue& value = found->second;
-        if (value.Exception)
+        if (value.exception)
         {
-            std::rethrow_exception(value.Exception);
+            std::rethrow_exception(value.exception);
         }
-        if (value.Error != ERROR_SUCCESS)
+        if (value.error != ERROR_SUCCESS)
         {
-            return static_cast<DWORD>(value.Error);
+            return static_cast<DWORD>(value.error);
         }
-        *type = value.Type;
-        *neededBytes = static_cast<DWORD>(value.Bytes.size());
-        if (buffer == nullptr || value.Bytes.size() > size)
+        *type = value.type;
+        *neededBytes = static_cast<DWORD>(value.bytes.size());
+        if (buffer == nullptr || value.bytes.size() > size)
         {
             return ERROR_MORE_DATA;
         }
-        value.Bytes.copy(reinterpret_cast<char*>(buffer), value.Bytes.size());
+        value.bytes.copy(reinterpret_cast<char*>(buffer), value.bytes.size());
         return ERROR_SUCCESS;
     }
 
@@ -251,7 +251,7 @@ public:
     {
         m_calls.push_back(L"GetPrinterDriverW " + TextOf(handle) + (environment == nullptr ? L"" : L", ?") +
                           L", level " + std::to_wstring(level) + TextOf(buffer, size));
-        const std::optional<std::wstring>& driverName = Opened(handle).DriverName;
+        const std::optional<std::wstring>& driverName = Opened(handle).driverName;
         if (!driverName)
         {
             ::SetLastError(ERROR_UNKNOWN_PRINTER_DRIVER);
@@ -269,8 +269,8 @@ public:
         return TRUE;
     }
 
-    std::deque<Printer> Printers; // in the order of the spooler
-    bool CanEnumerate = true;     // false: the sizes are told and nothing else
+    std::deque<Printer> printers; // in the order of the spooler
+    bool canEnumerate = true;     // false: only the sizes are reported
 
 private:
     static std::size_t SizeOf(const std::wstring& text) { return (text.size() + 1) * sizeof(wchar_t); }

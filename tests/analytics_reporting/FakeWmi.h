@@ -12,7 +12,7 @@
 
 namespace KVTest
 {
-/// A COM object that counts the references that it has given out and that have not come back.
+/// A COM object that counts its references.
 template <typename Interface> class CountedObject : public Interface
 {
 public:
@@ -23,8 +23,8 @@ public:
     int references = 0;
 };
 
-/// A computer whose WMI answers as the test wants. Each step records its arguments; `onStep` gives its result, and may
-/// throw or fault. Only a battery is given out whatever the result is.
+/// A computer whose WMI answers as the test wants. Each step records its arguments; `onStep` returns its result and may
+/// throw or fault. Only a battery is handed out whatever the result is.
 class FakeWmi : public KVWinApi::CComApi
 {
 public:
@@ -88,7 +88,7 @@ public:
                          Given(context));
             return m_wmi.Give(L"query", m_wmi.batteries, result);
         }
-        // Nothing else of the interface is asked for.
+        // No other operation of the interface is called.
         HRESULT STDMETHODCALLTYPE OpenNamespace(const BSTR, LONG, IWbemContext*, IWbemServices**,
                                                 IWbemCallResult**) override
         {
@@ -195,7 +195,7 @@ public:
             {
                 *returned = 1;
                 m_wmi.battery.AddRef();
-                // Whoever gets it releases it and asks it for nothing else.
+                // The caller only releases it.
                 *objects = reinterpret_cast<IWbemClassObject*>(&m_wmi.battery);
             }
             return m_wmi.onStep(L"next");
@@ -220,7 +220,7 @@ public:
     CountedObject<IUnknown> battery;
     bool hasBattery = false;
     std::function<HRESULT(const std::wstring& step)> onStep = [](const std::wstring&) { return S_OK; };
-    std::function<void()> onRelease = [] {}; // once the reference has been given back; may fault
+    std::function<void()> onRelease = [] {}; // after the release; may fault
     std::vector<std::wstring> calls;
 
 private:

@@ -1,4 +1,4 @@
-// Memory of the caller that cannot be touched, with the library's own client.
+// Memory of the caller that faults when it is touched, with the library's own client.
 
 #include <windows.h>
 
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "analytics_reporting/AnalyticsEngine.h"
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/Faults.h"
 #include "tests/support/ScopedSubstitute.h"
 
@@ -57,7 +57,7 @@ TEST_F(FaultingMemoryTests, TextsThatCannotBeRead_CostTheirHitsAndNothingElse)
     EXPECT_NE(sent[3].find(L"&sc=end&t=event"), std::wstring::npos);
 }
 
-// The client's lock would keep its worker from sending anything more.
+// A lock of the client that stayed held would keep its worker from sending anything more.
 TEST_F(FaultingMemoryTests, AListThatCannotBeWritten_LeavesNoLockBehind)
 {
 #if defined(_GLIBCXX_DEBUG)

@@ -8,7 +8,7 @@
 
 namespace KVTest
 {
-/// A system of that version and processor architecture, whatever the one that the test runs on.
+/// A system of that version and processor architecture, independent of the one that the test runs on.
 class KnownSystem : public KVWinApi::CKernelApi
 {
 public:
@@ -24,7 +24,7 @@ public:
         version->dwPlatformId = VER_PLATFORM_WIN32_NT;
         return TRUE;
     }
-    // Asked for 6.3, or for 6.3 and later: the latter with the service pack.
+    // Called for exactly 6.3, or for 6.3 and later; the latter includes the service pack.
     BOOL VerifyVersionInfoW(LPOSVERSIONINFOEXW, DWORD parts, DWORDLONG) override
     {
         const bool isLater = m_major > 6 || (m_major == 6 && m_minor > 3);

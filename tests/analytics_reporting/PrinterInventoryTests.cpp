@@ -35,15 +35,15 @@ const std::wstring kDrivers = L"System\\ControlSet001\\Control\\Print\\Environme
 RegistryValue Error(LONG error)
 {
     RegistryValue value;
-    value.Error = error;
+    value.error = error;
     return value;
 }
 
-// A computer of the test's own with one printer of each kind that a test asks for.
+// A computer with the printers that a test chooses.
 class PrinterInventoryTests : public testing::Test
 {
 protected:
-    // A printer of which everything is known.
+    // A printer with every fact known.
     static KVTest::FakeSpooler::Printer KnownPrinter(const std::wstring& name = L"Office")
     {
         return {name,
@@ -52,15 +52,15 @@ protected:
     }
     void AddKnownDriver(const std::wstring& driverName = L"Acme Laser 400 PCL Class")
     {
-        m_registry.Keys[kDrivers + L"Version-3\\" + driverName] = {{L"Version", Number(3)},
+        m_registry.keys[kDrivers + L"Version-3\\" + driverName] = {{L"Version", Number(3)},
                                                                    {L"DriverVersion", String(L"6.1.2")}};
     }
-    // The record of the printer as it has become by now, alone on its computer.
+    // The record of the printer in its present state, alone on its computer.
     PrinterProperties RecordOf(const KVTest::FakeSpooler::Printer& printer)
     {
-        m_spooler.Printers = {printer};
+        m_spooler.printers = {printer};
         m_calls.clear();
-        return BuildInstalledPrinterRecord(printer.Name);
+        return BuildInstalledPrinterRecord(printer.name);
     }
     static PrinterProperties KnownRecord()
     {
@@ -109,7 +109,7 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_KnownPrinter_TellsEver
 TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_NoDeviceInstanceId_IsEmptyAndNothingElseIsAsked)
 {
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
-    printer.PnPData.erase(L"DeviceInstanceId");
+    printer.pnpData.erase(L"DeviceInstanceId");
     EXPECT_EQ(RecordOf(printer), PrinterProperties());
     EXPECT_EQ(m_calls, (Calls{L"OpenPrinterW Office", L"GetPrinterDataExW 1, PnPData\\DeviceInstanceId, no buffer of 0",
                               L"ClosePrinter 1"}));
@@ -121,14 +121,14 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_DeviceInstanceIdEmptyO
     for (const RegistryValue& id :
          {String(L""), Unterminated(L""), Number(1), Error(ERROR_ACCESS_DENIED), Error(ERROR_INVALID_HANDLE)})
     {
-        printer.PnPData[L"DeviceInstanceId"] = id;
-        EXPECT_EQ(RecordOf(printer), PrinterProperties()) << id.Type << " " << id.Error;
+        printer.pnpData[L"DeviceInstanceId"] = id;
+        EXPECT_EQ(RecordOf(printer), PrinterProperties()) << id.type << " " << id.error;
     }
 }
 
 TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_UnknownPrinter_IsEmpty)
 {
-    m_spooler.Printers = {KnownPrinter()};
+    m_spooler.printers = {KnownPrinter()};
     EXPECT_EQ(BuildInstalledPrinterRecord(L"Elsewhere"), PrinterProperties());
     EXPECT_EQ(m_calls, (Calls{L"OpenPrinterW Elsewhere"}));
 }
@@ -158,7 +158,7 @@ class ModelNameTests : public PrinterInventoryTests, public testing::WithParamIn
 TEST_P(ModelNameTests, IsTheDriversNameWithoutItsSuffix)
 {
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
-    printer.DriverName = GetParam().driverName;
+    printer.driverName = GetParam().driverName;
     EXPECT_EQ(RecordOf(printer)[1], GetParam().expected);
 }
 
@@ -198,12 +198,12 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_DriverNotTold_LeavesTh
 {
     AddKnownDriver(L"");
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
-    printer.DriverName.reset();
+    printer.driverName.reset();
     const PrinterProperties record{
         {1u, L"Unknown"}, {2u, L"Acme Inc."}, {3u, L"USB"}, {4u, L"Unknown"}, {5u, L"Unknown"}};
     EXPECT_EQ(RecordOf(printer), record);
     EXPECT_EQ(m_calls.back(), L"ClosePrinter 3"); // the registry is not asked
-    printer.DriverName = L"";
+    printer.driverName = L"";
     EXPECT_EQ(RecordOf(printer), record);
     EXPECT_EQ(m_calls.back(), L"ClosePrinter 6");
 }
@@ -211,7 +211,7 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_DriverNotTold_LeavesTh
 TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_DriverIsLookedUpUnderItsWholeName)
 {
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
-    printer.DriverName = L" Acme Driver ";
+    printer.driverName = L" Acme Driver ";
     AddKnownDriver(L"Acme");
     AddKnownDriver(L"Acme Driver");
     EXPECT_EQ(RecordOf(printer),
@@ -231,7 +231,7 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_DriverNotInTheRegistry
 TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_EmptyDriverVersion_IsUnknown)
 {
     AddKnownDriver();
-    m_registry.Keys.begin()->second[L"DriverVersion"] = String(L"");
+    m_registry.keys.begin()->second[L"DriverVersion"] = String(L"");
     EXPECT_EQ(RecordOf(KnownPrinter())[5], L"Unknown");
     EXPECT_EQ(RecordOf(KnownPrinter())[4], L"V3");
 }
@@ -250,17 +250,17 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_NoManufacturer_IsUnkno
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
     for (const RegistryValue& manufacturer : {String(L""), Unterminated(L""), Number(1), Error(ERROR_ACCESS_DENIED)})
     {
-        printer.PnPData[L"Manufacturer"] = manufacturer;
-        EXPECT_EQ(RecordOf(printer)[2], L"Unknown") << manufacturer.Type << " " << manufacturer.Error;
+        printer.pnpData[L"Manufacturer"] = manufacturer;
+        EXPECT_EQ(RecordOf(printer)[2], L"Unknown") << manufacturer.type << " " << manufacturer.error;
     }
-    printer.PnPData.erase(L"Manufacturer");
+    printer.pnpData.erase(L"Manufacturer");
     EXPECT_EQ(RecordOf(printer)[2], L"Unknown");
 }
 
 TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_Manufacturer_IsTakenAsItIs)
 {
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
-    printer.PnPData[L"Manufacturer"] = Unterminated(L" \u00C4cme Driver ");
+    printer.pnpData[L"Manufacturer"] = Unterminated(L" \u00C4cme Driver ");
     EXPECT_EQ(RecordOf(printer)[2], L" \u00C4cme Driver ");
 }
 
@@ -269,13 +269,13 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_Connection_IsByTheBegi
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
     for (const wchar_t* const id : {L"USBPRINT\\ACME\\7&1", L"USBPRINT", L"USBPRINTER", L"USBPRINT\\"})
     {
-        printer.PnPData[L"DeviceInstanceId"] = String(id);
+        printer.pnpData[L"DeviceInstanceId"] = String(id);
         EXPECT_EQ(RecordOf(printer)[3], L"USB") << id;
     }
     for (const wchar_t* const id : {L"usbprint\\ACME\\7&1", L"USBPrint\\ACME", L"USBPRIN", L"USB", L" USBPRINT\\ACME",
                                     L"SWD\\PRINTENUM\\USBPRINT", L"UMB\\UMB\\1", L"x"})
     {
-        printer.PnPData[L"DeviceInstanceId"] = String(id);
+        printer.pnpData[L"DeviceInstanceId"] = String(id);
         EXPECT_EQ(RecordOf(printer)[3], L"Network") << id;
     }
 }
@@ -283,12 +283,12 @@ TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_Connection_IsByTheBegi
 TEST_F(PrinterInventoryTests, BuildInstalledPrinterRecord_ExceptionOfTheSpooler_PassesOnAndThePrinterIsClosed)
 {
     RegistryValue failing;
-    failing.Exception = std::make_exception_ptr(std::runtime_error("of the spooler"));
+    failing.exception = std::make_exception_ptr(std::runtime_error("of the spooler"));
     KVTest::FakeSpooler::Printer printer = KnownPrinter();
-    printer.PnPData[L"Manufacturer"] = failing;
+    printer.pnpData[L"Manufacturer"] = failing;
     EXPECT_THROW(RecordOf(printer), std::runtime_error);
     EXPECT_EQ(m_calls.back(), L"ClosePrinter 3");
-    printer.PnPData[L"DeviceInstanceId"] = failing;
+    printer.pnpData[L"DeviceInstanceId"] = failing;
     EXPECT_THROW(RecordOf(printer), std::runtime_error);
     EXPECT_EQ(m_calls.back(), L"ClosePrinter 4");
 }
@@ -297,11 +297,11 @@ TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_ReplacesTheListInTheOrd
 {
     AddKnownDriver();
     KVTest::FakeSpooler::Printer network = KnownPrinter(L"Attic");
-    network.PnPData[L"DeviceInstanceId"] = String(L"SWD\\DAFWSDPROVIDER\\1");
-    network.DriverName = L"Zebra Driver";
+    network.pnpData[L"DeviceInstanceId"] = String(L"SWD\\DAFWSDPROVIDER\\1");
+    network.driverName = L"Zebra Driver";
     KVTest::FakeSpooler::Printer unnamed = KnownPrinter(L"Bureau");
-    unnamed.PnPData.erase(L"Manufacturer");
-    m_spooler.Printers = {KnownPrinter(L"Zoo"), network, unnamed};
+    unnamed.pnpData.erase(L"Manufacturer");
+    m_spooler.printers = {KnownPrinter(L"Zoo"), network, unnamed};
     std::list<PrinterProperties> records{{{1u, L"before"}}};
     EnumerateInstalledPrinters(records);
     const PrinterProperties networkRecord{
@@ -318,7 +318,7 @@ TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_ReplacesTheListInTheOrd
 TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_PrintersWithoutDeviceInstanceId_AreLeftOut)
 {
     AddKnownDriver();
-    m_spooler.Printers = {
+    m_spooler.printers = {
         {L"Fax"}, KnownPrinter(L"Office"), {L"PDF", {{L"Manufacturer", String(L"Acme")}}, L"Acme"}, {L""}};
     std::list<PrinterProperties> records;
     EnumerateInstalledPrinters(records);
@@ -327,7 +327,7 @@ TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_PrintersWithoutDeviceIn
 
 TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_NoneRemains_IsEmpty)
 {
-    m_spooler.Printers = {{L"Fax"}, {L"PDF"}};
+    m_spooler.printers = {{L"Fax"}, {L"PDF"}};
     std::list<PrinterProperties> records{{{1u, L"before"}}};
     EnumerateInstalledPrinters(records);
     EXPECT_THAT(records, ElementsAre());
@@ -343,8 +343,8 @@ TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_NoPrinter_IsEmpty)
 
 TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_SpoolerFails_IsEmptyAndNoPrinterIsOpened)
 {
-    m_spooler.Printers = {KnownPrinter()};
-    m_spooler.CanEnumerate = false;
+    m_spooler.printers = {KnownPrinter()};
+    m_spooler.canEnumerate = false;
     std::list<PrinterProperties> records{{{1u, L"before"}}};
     EnumerateInstalledPrinters(records);
     EXPECT_THAT(records, ElementsAre());
@@ -355,8 +355,8 @@ TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_SpoolerFails_IsEmptyAnd
 TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_ExceptionOfTheSpooler_PassesOn)
 {
     RegistryValue failing;
-    failing.Exception = std::make_exception_ptr(std::runtime_error("of the spooler"));
-    m_spooler.Printers = {KnownPrinter(), {L"Broken", {{L"DeviceInstanceId", failing}}}};
+    failing.exception = std::make_exception_ptr(std::runtime_error("of the spooler"));
+    m_spooler.printers = {KnownPrinter(), {L"Broken", {{L"DeviceInstanceId", failing}}}};
     std::list<PrinterProperties> records{{{1u, L"before"}}};
     EXPECT_THROW(EnumerateInstalledPrinters(records), std::runtime_error);
     EXPECT_EQ(m_calls.back(), L"ClosePrinter 4");
@@ -369,7 +369,7 @@ TEST_F(PrinterInventoryTests, EnumerateInstalledPrinters_LogsEachStep)
     const std::wstring key = L"Software\\Norvik\\KV\\Logging";
     settings.SetString(key, L"LogFileName", folder.PathOf(L"log.txt"));
     settings.SetDword(key, L"LogCategories", 0xFF0);
-    m_spooler.Printers = {{L"Fax"}, KnownPrinter()};
+    m_spooler.printers = {{L"Fax"}, KnownPrinter()};
     AddKnownDriver();
     std::list<PrinterProperties> records;
     EnumerateInstalledPrinters(records);

@@ -1,4 +1,4 @@
-// Against the spooler and the registry of the system, with printers that the tests put there.
+// With the spooler and the registry of the system, and printers that the tests install.
 
 #include <windows.h>
 
@@ -23,8 +23,8 @@ using testing::UnorderedElementsAre;
 const std::wstring kPrintersKey = L"System\\CurrentControlSet\\Control\\Print\\Printers";
 const std::wstring kDriversKey = L"System\\ControlSet001\\Control\\Print\\Environments\\Windows x64\\Drivers";
 
-// A key below HKEY_LOCAL_MACHINE, made when it is missing. Goes at the end with what is below it, and with those keys
-// above it that were made for it and are empty then.
+// A key below HKEY_LOCAL_MACHINE, created if it is missing. The destructor deletes it with its subkeys, and the keys
+// above it that were created for it and are empty.
 class SeededKey
 {
 public:
@@ -83,13 +83,13 @@ private:
     std::vector<std::wstring> m_made; // outermost first
 };
 
-// Every name has a mark of the test's own, by which its printers are told from others.
+// Every name has a mark of the test, which sets its printers apart from others.
 class RealPrintersTests : public testing::Test
 {
 protected:
     void TearDown() override
     {
-        for (; !m_keys.empty(); m_keys.pop_back()) // in the reverse order: a parent goes when it is empty
+        for (; !m_keys.empty(); m_keys.pop_back()) // in reverse order, since a parent must be empty
         {
         }
     }

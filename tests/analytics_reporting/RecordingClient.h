@@ -10,8 +10,8 @@
 
 namespace KVTest
 {
-/// Stands for the measurement client of the process: RecordingClient.cpp defines GAClient::GetGAClient in place of the
-/// library's. Records each call, texts separated by "|".
+/// Replaces the measurement client of the process: RecordingClient.cpp defines GAClient::GetGAClient instead of the
+/// library. Records each call, with texts separated by "|".
 class RecordingClient : public GAClient::IGAClient
 {
 public:
@@ -36,7 +36,7 @@ public:
 
     std::vector<std::wstring> TakeCalls() { return std::exchange(m_calls, {}); }
 
-    /// The result of a call, by its text; may throw or fault.
+    /// Returns the result of the call with that text; may throw or fault.
     std::function<bool(const std::wstring& call)> answer = [](const std::wstring&) { return true; };
     std::list<std::wstring> queued;
 

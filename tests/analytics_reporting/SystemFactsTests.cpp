@@ -62,7 +62,7 @@ TEST(SystemFactsTests, ProcessorArchitecture_OfASystemThatCannotTell_IsUnknown)
     EXPECT_EQ(GetProcessorArchitectureText(), L"Unknown");
 }
 
-// The name of a system is worked out once in a process: one system a test.
+// A process determines the name of the system once, hence one system per test.
 std::wstring GetOSVersionTextOf(DWORD major, DWORD minor, WORD architecture)
 {
     KVTest::KnownSystem system(major, minor, architecture);
@@ -117,7 +117,7 @@ std::wstring GetVersionOf(const std::wstring& path)
 TEST(SystemFactsTests, ApplicationVersion_IsTheProductVersionOfTheProgram)
 {
     EXPECT_EQ(GetVersionOf(KVTest::PathBesideTest(L"..\\..\\proxy\\KVAnalyticsProxy.exe")), KV_TEST_VERSION);
-    // Its file version is another.
+    // Its file version is different.
     EXPECT_EQ(GetVersionOf(KVTest::PathBesideTest(L"kv_version_product_version.dll")), L"7.8 beta");
 }
 

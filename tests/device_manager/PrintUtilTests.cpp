@@ -30,7 +30,7 @@ using Calls = std::vector<std::wstring>;
 
 constexpr DWORD kEverything = 0xFF0;
 
-// What an out-parameter holds beforehand.
+// The value of an out-parameter before the call.
 constexpr wchar_t kBefore[] = L"before";
 
 std::exception_ptr Failure()
@@ -38,7 +38,7 @@ std::exception_ptr Failure()
     return std::make_exception_ptr(std::runtime_error("of the spooler"));
 }
 
-// Fails the allocations whose sizes lie between the two, and remembers the largest that it failed.
+// Fails allocations of sizes in that range, and remembers the largest that it failed.
 class FailingAllocations
 {
 public:
@@ -65,7 +65,7 @@ private:
     KVTest::AllocationHook m_hook{&Fail};
 };
 
-// Where a damaged answer says that a text is.
+// The place of a text according to a damaged answer.
 struct DamagedPlace
 {
     const char* name;
@@ -87,7 +87,7 @@ const std::vector<DamagedPlace>& DamagedPlaces()
     return s_places;
 }
 
-// A spooler that follows a script, and a log file with all that is said.
+// A spooler that follows a script, and a log file with every message.
 class PrintUtilTests : public testing::Test
 {
 protected:
@@ -110,11 +110,11 @@ private:
 class FindAllPrinterNamesTests : public PrintUtilTests
 {
 protected:
-    // The names that a system with these printers tells.
+    // The names that the system reports for these printers.
     void Script(const std::vector<const wchar_t*>& names)
     {
         const DWORD size = KVTest::ScriptedSpooler::SizeOfEntries(names);
-        m_spooler.EnumAnswers = {{FALSE, size, 0}, {TRUE, size, static_cast<DWORD>(names.size()), names}};
+        m_spooler.enumAnswers = {{FALSE, size, 0}, {TRUE, size, static_cast<DWORD>(names.size()), names}};
     }
     static std::wstring Query() { return L"EnumPrintersW flags 2, no name, level 5, no buffer of 0"; }
     static std::wstring Read(DWORD size)
@@ -135,7 +135,7 @@ TEST_F(FindAllPrinterNamesTests, Printers_ReplaceTheListInTheirOrder)
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"Zebra", L"Acme Laser", L"\\\\server\\Acme", L"Acme Laser"));
     const DWORD size = 4 * 32 + 2 * (6 + 11 + 14 + 11); // the level's records, then the names
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query(), Read(size)}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query(), Read(size)}));
     EXPECT_EQ(Log(), Scope());
 }
 
@@ -144,71 +144,71 @@ TEST_F(FindAllPrinterNamesTests, NoSizeNeeded_IsAFailureAfterOneCall)
     for (const BOOL result : {TRUE, FALSE})
     {
         m_names = {kBefore};
-        m_spooler.EnumAnswers = {{result, 0, 3}};
+        m_spooler.enumAnswers = {{result, 0, 3}};
         EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_E_FAILED);
         EXPECT_THAT(m_names, ElementsAre());
     }
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query(), Query()}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query(), Query()}));
     EXPECT_EQ(Log(), Scope() + Scope());
 }
 
 TEST_F(FindAllPrinterNamesTests, SizeQueryLeavesTheSizeAlone_IsAFailureAfterOneCall)
 {
-    m_spooler.EnumAnswers = {{FALSE}};
+    m_spooler.enumAnswers = {{FALSE}};
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_E_FAILED);
     EXPECT_THAT(m_names, ElementsAre());
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query()}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query()}));
 }
 
 TEST_F(FindAllPrinterNamesTests, SizeQuerySucceeds_IsFollowedByTheSecondCallToo)
 {
     Script({L"A"});
-    m_spooler.EnumAnswers.front().Result = TRUE;
+    m_spooler.enumAnswers.front().result = TRUE;
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"A"));
 }
 
 TEST_F(FindAllPrinterNamesTests, OneByteNeeded_IsEnoughForTheSecondCall)
 {
-    m_spooler.EnumAnswers = {{FALSE, 1, 0}, {TRUE, 1, 0}};
+    m_spooler.enumAnswers = {{FALSE, 1, 0}, {TRUE, 1, 0}};
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre());
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query(), Read(1)}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query(), Read(1)}));
 }
 
 TEST_F(FindAllPrinterNamesTests, SecondCallFails_IsAFailureWithoutNames)
 {
     Script({L"A", L"B"});
-    m_spooler.EnumAnswers.back().Result = FALSE;
+    m_spooler.enumAnswers.back().result = FALSE;
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_E_FAILED);
     EXPECT_THAT(m_names, ElementsAre());
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query(), Read(72)}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query(), Read(72)}));
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(FindAllPrinterNamesTests, PrinterAddedInBetween_IsAFailureWithoutNames)
 {
     Script({L"A", L"B"});
-    m_spooler.EnumAnswers.back() = {FALSE, 108, 0};
+    m_spooler.enumAnswers.back() = {FALSE, 108, 0};
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_E_FAILED);
     EXPECT_THAT(m_names, ElementsAre());
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query(), Read(72)}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query(), Read(72)}));
 }
 
 TEST_F(FindAllPrinterNamesTests, PrinterRemovedInBetween_GivesThoseThatAreLeft)
 {
     Script({L"A", L"B"});
-    m_spooler.EnumAnswers.back() = {TRUE, 36, 1, {L"B"}};
+    m_spooler.enumAnswers.back() = {TRUE, 36, 1, {L"B"}};
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"B"));
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query(), Read(72)}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query(), Read(72)}));
 }
 
 TEST_F(FindAllPrinterNamesTests, MoreEntriesThanTheBufferHolds_AreNotRead)
 {
-    // Two records and room for no third one, whatever the count says.
+    // Room for two records only, whatever the count says.
     Script({L"A", L"B"});
-    m_spooler.EnumAnswers.back().EntryCount = 0xFFFFFFFF;
+    m_spooler.enumAnswers.back().entryCount = 0xFFFFFFFF;
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"A", L"B"));
 }
@@ -223,8 +223,8 @@ TEST_F(FindAllPrinterNamesTests, EntryWithoutName_IsLeftOut)
 TEST_F(FindAllPrinterNamesTests, MoreBytesToldThanThereWasRoomFor_AreNotRead)
 {
     Script({L"A", L"B"});
-    m_spooler.EnumAnswers.back().NeededBytes = 0xFFFFFFFF;
-    m_spooler.EnumAnswers.back().EntryCount = 3;
+    m_spooler.enumAnswers.back().neededBytes = 0xFFFFFFFF;
+    m_spooler.enumAnswers.back().entryCount = 3;
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"A", L"B"));
 }
@@ -234,7 +234,7 @@ TEST_F(FindAllPrinterNamesTests, NameOutsideTheBuffer_IsLeftOut)
     for (const DamagedPlace& place : DamagedPlaces())
     {
         Script({L"A", L"B", L"C"});
-        m_spooler.EnumAnswers.back().Damage = [&place](BYTE* buffer, DWORD size) {
+        m_spooler.enumAnswers.back().damage = [&place](BYTE* buffer, DWORD size) {
             const void* const name = place.find(buffer, size);
             std::memcpy(buffer + sizeof(PRINTER_INFO_5W), &name, sizeof(name));
         };
@@ -246,7 +246,7 @@ TEST_F(FindAllPrinterNamesTests, NameOutsideTheBuffer_IsLeftOut)
 TEST_F(FindAllPrinterNamesTests, NameWithoutAnEndInTheBuffer_IsLeftOut)
 {
     Script({L"A", L"B", L"C"});
-    m_spooler.EnumAnswers.back().Damage = [](BYTE* buffer, DWORD size) { buffer[size - sizeof(wchar_t)] = 'x'; };
+    m_spooler.enumAnswers.back().damage = [](BYTE* buffer, DWORD size) { buffer[size - sizeof(wchar_t)] = 'x'; };
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"A", L"B"));
 }
@@ -255,11 +255,11 @@ TEST_F(FindAllPrinterNamesTests, NameWithHalfAZeroAtTheEndOfTheBuffer_IsLeftOut)
 {
     Script({L"A", L"B"});
     const DWORD oddSize = KVTest::ScriptedSpooler::SizeOfEntries({L"A", L"B"}) + 1;
-    for (KVTest::ScriptedSpooler::EnumAnswer& answer : m_spooler.EnumAnswers)
+    for (KVTest::ScriptedSpooler::EnumAnswer& answer : m_spooler.enumAnswers)
     {
-        answer.NeededBytes = oddSize;
+        answer.neededBytes = oddSize;
     }
-    m_spooler.EnumAnswers.back().Damage = [](BYTE* buffer, DWORD size) { buffer[size - 3] = 'x'; };
+    m_spooler.enumAnswers.back().damage = [](BYTE* buffer, DWORD size) { buffer[size - 3] = 'x'; };
     EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_S_OK);
     EXPECT_THAT(m_names, ElementsAre(L"A"));
 }
@@ -267,14 +267,14 @@ TEST_F(FindAllPrinterNamesTests, NameWithHalfAZeroAtTheEndOfTheBuffer_IsLeftOut)
 TEST_F(FindAllPrinterNamesTests, BufferCannotBeAllocated_IsOutOfMemoryAfterOneCall)
 {
     constexpr DWORD kNeeded = 1u << 20;
-    m_spooler.EnumAnswers = {{FALSE, kNeeded, 0}};
+    m_spooler.enumAnswers = {{FALSE, kNeeded, 0}};
     {
         const FailingAllocations fail(kNeeded);
         EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_E_OUT_OF_MEMORY);
     }
     EXPECT_EQ(FailingAllocations::Largest(), kNeeded);
     EXPECT_THAT(m_names, ElementsAre());
-    EXPECT_EQ(m_spooler.Calls, (Calls{Query()}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Query()}));
     EXPECT_EQ(Log(), Scope());
 }
 
@@ -282,9 +282,9 @@ TEST_F(FindAllPrinterNamesTests, NameCannotBeAllocated_IsOutOfMemoryWithoutNames
 {
     const std::wstring name(500'000, L'n');
     Script({L"A", name.c_str(), L"C"});
-    for (KVTest::ScriptedSpooler::EnumAnswer& answer : m_spooler.EnumAnswers)
+    for (KVTest::ScriptedSpooler::EnumAnswer& answer : m_spooler.enumAnswers)
     {
-        *answer.NeededBytes += 10'000; // tells the buffer from the name
+        *answer.neededBytes += 10'000; // sets the buffer apart from the name
     }
     {
         const FailingAllocations fail(1'000'002, 1'001'000);
@@ -297,11 +297,11 @@ TEST_F(FindAllPrinterNamesTests, NameCannotBeAllocated_IsOutOfMemoryWithoutNames
 TEST_F(FindAllPrinterNamesTests, ExceptionOfTheSpooler_PassesOn)
 {
     Script({L"A"});
-    m_spooler.EnumAnswers.front().Exception = Failure();
+    m_spooler.enumAnswers.front().exception = Failure();
     EXPECT_THROW(CPrintUtil::FindAllPrinterNames(m_names), std::runtime_error);
     EXPECT_THAT(m_names, ElementsAre());
     Script({L"A"});
-    m_spooler.EnumAnswers.back().Exception = Failure();
+    m_spooler.enumAnswers.back().exception = Failure();
     EXPECT_THROW(CPrintUtil::FindAllPrinterNames(m_names), std::runtime_error);
     EXPECT_EQ(Log(), Scope() + Scope());
 }
@@ -337,10 +337,10 @@ protected:
 
 TEST_F(GetPrinterDataValueTests, Value_IsReadInTwoCalls)
 {
-    m_spooler.DataAnswers = {Needs(10), Delivers(BytesOf(std::wstring(L"Acme\0", 5)))};
+    m_spooler.dataAnswers = {Needs(10), Delivers(BytesOf(std::wstring(L"Acme\0", 5)))};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"Acme");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(10));
+    EXPECT_EQ(m_spooler.calls, AfterRead(10));
     EXPECT_EQ(Log(), Scope());
 }
 
@@ -365,7 +365,7 @@ TEST_P(MissingArgumentTests, IsInvalidWithoutAnyCall)
         CPrintUtil::GetPrinterDataValue(GetParam().printerName, GetParam().keyName, GetParam().valueName, m_value),
         PRINT_E_INVALID_PARAMETER);
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, Calls());
+    EXPECT_EQ(m_spooler.calls, Calls());
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - Invalid parameter"));
 }
 
@@ -381,16 +381,16 @@ INSTANTIATE_TEST_SUITE_P(PrintUtilTests, MissingArgumentTests,
 
 TEST_F(GetPrinterDataValueTests, PrinterCannotBeOpened_IsInvalidAndNothingIsClosed)
 {
-    m_spooler.CanOpen = FALSE;
+    m_spooler.canOpen = FALSE;
     EXPECT_EQ(Get(), PRINT_E_INVALID_PARAMETER);
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, (Calls{Open()}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Open()}));
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - OpenPrinter(Acme Laser) failed"));
 }
 
 TEST_F(GetPrinterDataValueTests, NameOfAPrinterThatCannotBeOpened_IsLoggedLetterByLetter)
 {
-    m_spooler.CanOpen = FALSE;
+    m_spooler.canOpen = FALSE;
     EXPECT_EQ(CPrintUtil::GetPrinterDataValue(L"50 %s \u00E4", L"k", L"v", m_value), PRINT_E_INVALID_PARAMETER);
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - OpenPrinter(50 %s \u00E4) failed"));
 }
@@ -414,10 +414,10 @@ class FailedQueryTests : public GetPrinterDataValueTests, public testing::WithPa
 
 TEST_P(FailedQueryTests, GivesItsResultAndClosesThePrinter)
 {
-    m_spooler.DataAnswers = {{GetParam().status, REG_SZ, 10}};
+    m_spooler.dataAnswers = {{GetParam().status, REG_SZ, 10}};
     EXPECT_EQ(Get(), GetParam().expected);
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope(GetParam().expectedLine));
 }
 
@@ -437,46 +437,46 @@ INSTANTIATE_TEST_SUITE_P(PrintUtilTests, FailedQueryTests,
 
 TEST_F(GetPrinterDataValueTests, AnyOtherType_IsNotAString)
 {
-    // No size is told: the type counts first.
+    // The size is not reported: the type is judged first.
     for (const DWORD type : {0u, 2u, 3u, 4u, 5u, 6u, 7u, 11u, 0x10001u})
     {
-        m_spooler.DataAnswers = {{ERROR_MORE_DATA, type, type % 2 == 0 ? 10u : 0u}};
-        m_spooler.Calls.clear();
+        m_spooler.dataAnswers = {{ERROR_MORE_DATA, type, type % 2 == 0 ? 10u : 0u}};
+        m_spooler.calls.clear();
         EXPECT_EQ(Get(), PRINT_E_NOT_A_STRING) << type;
         EXPECT_EQ(m_value, kBefore) << type;
-        EXPECT_EQ(m_spooler.Calls, AfterQuery()) << type;
+        EXPECT_EQ(m_spooler.calls, AfterQuery()) << type;
     }
 }
 
 TEST_F(GetPrinterDataValueTests, WrongType_IsLogged)
 {
-    m_spooler.DataAnswers = {{ERROR_MORE_DATA, REG_DWORD, 4}};
+    m_spooler.dataAnswers = {{ERROR_MORE_DATA, REG_DWORD, 4}};
     EXPECT_EQ(Get(), PRINT_E_NOT_A_STRING);
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - GetPrinterDataEx() failed : Wrong data type"));
 }
 
 TEST_F(GetPrinterDataValueTests, TypeNotTold_IsNotAString)
 {
-    m_spooler.DataAnswers = {{ERROR_MORE_DATA, std::nullopt, 10}};
+    m_spooler.dataAnswers = {{ERROR_MORE_DATA, std::nullopt, 10}};
     EXPECT_EQ(Get(), PRINT_E_NOT_A_STRING);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
 }
 
 TEST_F(GetPrinterDataValueTests, NoBytes_AreTheEmptyTextAndASuccess)
 {
-    m_spooler.DataAnswers = {{ERROR_MORE_DATA, REG_SZ, 0}};
+    m_spooler.dataAnswers = {{ERROR_MORE_DATA, REG_SZ, 0}};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"");
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - GetPrinterDataEx() failed : cbData == 0"));
 }
 
 TEST_F(GetPrinterDataValueTests, SizeNotTold_IsTheEmptyTextAndASuccess)
 {
-    m_spooler.DataAnswers = {{ERROR_MORE_DATA, REG_SZ, std::nullopt}};
+    m_spooler.dataAnswers = {{ERROR_MORE_DATA, REG_SZ, std::nullopt}};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"");
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
 }
 
 struct TextCase
@@ -498,10 +498,10 @@ class ValueTextTests : public GetPrinterDataValueTests, public testing::WithPara
 TEST_P(ValueTextTests, HasHalfAsManyCharactersLessATerminatingZero)
 {
     const auto size = static_cast<DWORD>(GetParam().bytes.size());
-    m_spooler.DataAnswers = {Needs(size), Delivers(GetParam().bytes)};
+    m_spooler.dataAnswers = {Needs(size), Delivers(GetParam().bytes)};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, GetParam().expected);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(size));
+    EXPECT_EQ(m_spooler.calls, AfterRead(size));
     EXPECT_EQ(Log(), Scope());
 }
 
@@ -526,25 +526,25 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(GetPrinterDataValueTests, ValueBecomesShorterInBetween_IsReadAsFarAsItGoes)
 {
-    m_spooler.DataAnswers = {Needs(100), Delivers(BytesOf(L"New" + kZero))};
+    m_spooler.dataAnswers = {Needs(100), Delivers(BytesOf(L"New" + kZero))};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"New");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(100));
+    EXPECT_EQ(m_spooler.calls, AfterRead(100));
 }
 
 TEST_F(GetPrinterDataValueTests, ValueBecomesEmptyInBetween_IsTheEmptyText)
 {
-    m_spooler.DataAnswers = {Needs(100), Delivers("")};
+    m_spooler.dataAnswers = {Needs(100), Delivers("")};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"");
 }
 
 TEST_F(GetPrinterDataValueTests, ValueGrowsInBetween_IsAFailure)
 {
-    m_spooler.DataAnswers = {Needs(6), {ERROR_MORE_DATA, REG_SZ, 12}};
+    m_spooler.dataAnswers = {Needs(6), {ERROR_MORE_DATA, REG_SZ, 12}};
     EXPECT_EQ(Get(), PRINT_E_FAILED);
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(6));
+    EXPECT_EQ(m_spooler.calls, AfterRead(6));
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - GetPrinterDataEx() failed the 2nd time"));
 }
 
@@ -552,11 +552,11 @@ TEST_F(GetPrinterDataValueTests, SecondCallFails_IsAFailureWhateverTheReason)
 {
     for (const DWORD status : {5u, 2u, 1u, 6u, 0xFFFFFFFFu})
     {
-        m_spooler.DataAnswers = {Needs(8), {status, REG_SZ, 8, BytesOf(L"Acme")}};
-        m_spooler.Calls.clear();
+        m_spooler.dataAnswers = {Needs(8), {status, REG_SZ, 8, BytesOf(L"Acme")}};
+        m_spooler.calls.clear();
         EXPECT_EQ(Get(), PRINT_E_FAILED) << status;
         EXPECT_EQ(m_value, kBefore) << status;
-        EXPECT_EQ(m_spooler.Calls, AfterRead(8)) << status;
+        EXPECT_EQ(m_spooler.calls, AfterRead(8)) << status;
     }
 }
 
@@ -564,19 +564,19 @@ TEST_F(GetPrinterDataValueTests, MoreBytesToldThanThereWasRoomFor_AreNotRead)
 {
     for (const DWORD told : {10u, 12u, 4096u, 0x80000000u, 0xFFFFFFFFu})
     {
-        m_spooler.DataAnswers = {Needs(8), {ERROR_SUCCESS, REG_SZ, told, BytesOf(L"AcmeInc.")}};
+        m_spooler.dataAnswers = {Needs(8), {ERROR_SUCCESS, REG_SZ, told, BytesOf(L"AcmeInc.")}};
         EXPECT_EQ(Get(), PRINT_S_OK) << told;
         EXPECT_EQ(m_value, L"Acme") << told;
     }
     // The buffer has room for the other half of an odd size's last byte, which is not delivered either.
-    m_spooler.DataAnswers = {Needs(7), {ERROR_SUCCESS, REG_SZ, 8, BytesOf(L"Acme")}};
+    m_spooler.dataAnswers = {Needs(7), {ERROR_SUCCESS, REG_SZ, 8, BytesOf(L"Acme")}};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"Acm");
 }
 
 TEST_F(GetPrinterDataValueTests, SecondCallDoesNotTellTheSize_IsOfTheSizeOfTheFirst)
 {
-    m_spooler.DataAnswers = {Needs(10), {ERROR_SUCCESS, REG_SZ, std::nullopt, BytesOf(L"Acme" + kZero)}};
+    m_spooler.dataAnswers = {Needs(10), {ERROR_SUCCESS, REG_SZ, std::nullopt, BytesOf(L"Acme" + kZero)}};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"Acme");
 }
@@ -584,30 +584,30 @@ TEST_F(GetPrinterDataValueTests, SecondCallDoesNotTellTheSize_IsOfTheSizeOfTheFi
 TEST_F(GetPrinterDataValueTests, BufferCannotBeAllocated_IsOutOfMemoryAndClosesThePrinter)
 {
     constexpr DWORD kNeeded = 1u << 20;
-    m_spooler.DataAnswers = {Needs(kNeeded)};
+    m_spooler.dataAnswers = {Needs(kNeeded)};
     {
         const FailingAllocations fail(kNeeded);
         EXPECT_EQ(Get(), PRINT_E_OUT_OF_MEMORY);
     }
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - GetPrinterDataEx() exception thrown"));
 }
 
 TEST_F(GetPrinterDataValueTests, AbsurdSize_IsAskedForWholeAndIsOutOfMemory)
 {
-    m_spooler.DataAnswers = {Needs(0xFFFFFFFF)};
+    m_spooler.dataAnswers = {Needs(0xFFFFFFFF)};
     {
         const FailingAllocations fail(1u << 20);
         EXPECT_EQ(Get(), PRINT_E_OUT_OF_MEMORY);
     }
     EXPECT_GE(FailingAllocations::Largest(), 0xFFFFFFFFu); // and not what is left of it in 32 bits
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
 }
 
 TEST_F(GetPrinterDataValueTests, OtherExceptionOfTheAllocation_PassesOnAndClosesThePrinter)
 {
-    m_spooler.DataAnswers = {Needs(1u << 20)};
+    m_spooler.dataAnswers = {Needs(1u << 20)};
     {
         const KVTest::AllocationHook hook([](std::size_t byteCount) {
             if (byteCount >= 1u << 20)
@@ -617,45 +617,45 @@ TEST_F(GetPrinterDataValueTests, OtherExceptionOfTheAllocation_PassesOnAndCloses
         });
         EXPECT_THROW(Get(), std::logic_error);
     }
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDataValueTests, ExceptionOfTheFirstCall_PassesOnAndClosesThePrinter)
 {
-    m_spooler.DataAnswers = {{.Exception = Failure()}};
+    m_spooler.dataAnswers = {{.exception = Failure()}};
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDataValueTests, ExceptionOfTheSecondCall_PassesOnAndClosesThePrinter)
 {
-    m_spooler.DataAnswers = {Needs(8), {.Exception = Failure()}};
-    m_spooler.CloseError = ERROR_INVALID_HANDLE; // nothing to say of it on this way out
+    m_spooler.dataAnswers = {Needs(8), {.exception = Failure()}};
+    m_spooler.closeError = ERROR_INVALID_HANDLE; // which is not logged when an exception passes
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_value, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(8));
+    EXPECT_EQ(m_spooler.calls, AfterRead(8));
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDataValueTests, ClosingFails_IsLoggedWithTheErrorAndKeepsTheResult)
 {
-    m_spooler.CloseError = ERROR_INVALID_HANDLE;
-    m_spooler.DataAnswers = {Needs(8), Delivers(BytesOf(L"Acme"))};
+    m_spooler.closeError = ERROR_INVALID_HANDLE;
+    m_spooler.dataAnswers = {Needs(8), Delivers(BytesOf(L"Acme"))};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_value, L"Acme");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(8));
+    EXPECT_EQ(m_spooler.calls, AfterRead(8));
     EXPECT_EQ(Log(), Scope(L"ClosePrinter failed with err = 6"));
 }
 
 TEST_F(GetPrinterDataValueTests, ClosingFailsAfterAFailure_IsLoggedBehindIt)
 {
-    m_spooler.CloseError = ERROR_INVALID_PRINTER_NAME;
-    m_spooler.DataAnswers = {{ERROR_ACCESS_DENIED}};
+    m_spooler.closeError = ERROR_INVALID_PRINTER_NAME;
+    m_spooler.dataAnswers = {{ERROR_ACCESS_DENIED}};
     EXPECT_EQ(Get(), PRINT_E_ACCESS_DENIED);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope(L"GetPrinterDataValue - GetPrinterDataEx() failed : Access denied",
                            L"ClosePrinter failed with err = 1801"));
 }
@@ -667,7 +667,7 @@ protected:
     void Script(const wchar_t* driverName)
     {
         const DWORD size = KVTest::ScriptedSpooler::SizeOfDriver(driverName);
-        m_spooler.DriverAnswers = {{FALSE, size}, {TRUE, size, driverName}};
+        m_spooler.driverAnswers = {{FALSE, size}, {TRUE, size, driverName}};
     }
     static std::wstring Open() { return L"OpenPrinterW Acme Laser, default access"; }
     static std::wstring Query() { return L"GetPrinterDriverW 1234, no environment, level 1, no buffer of 0"; }
@@ -691,7 +691,7 @@ TEST_F(GetPrinterDriverNameTests, Driver_IsReadInTwoCalls)
     Script(L"Acme Laser PCL Class");
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_name, L"Acme Laser PCL Class");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(8 + 2 * 21));
+    EXPECT_EQ(m_spooler.calls, AfterRead(8 + 2 * 21));
     EXPECT_EQ(Log(), Scope());
 }
 
@@ -699,16 +699,16 @@ TEST_F(GetPrinterDriverNameTests, EmptyPrinterName_IsAFailureWithoutAnyCall)
 {
     EXPECT_EQ(CPrintUtil::GetPrinterDriverName(L"", m_name), PRINT_E_FAILED);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, Calls());
+    EXPECT_EQ(m_spooler.calls, Calls());
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDriverNameTests, PrinterCannotBeOpened_IsInvalidAndNothingIsClosed)
 {
-    m_spooler.CanOpen = FALSE;
+    m_spooler.canOpen = FALSE;
     EXPECT_EQ(Get(), PRINT_E_INVALID_PARAMETER);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, (Calls{Open()}));
+    EXPECT_EQ(m_spooler.calls, (Calls{Open()}));
     EXPECT_EQ(Log(), Scope());
 }
 
@@ -716,26 +716,26 @@ TEST_F(GetPrinterDriverNameTests, NoSizeForARecord_IsAFailureAndClosesThePrinter
 {
     for (const DWORD needed : {0u, 1u, 7u})
     {
-        m_spooler.DriverAnswers = {{FALSE, needed}};
-        m_spooler.Calls.clear();
+        m_spooler.driverAnswers = {{FALSE, needed}};
+        m_spooler.calls.clear();
         EXPECT_EQ(Get(), PRINT_E_FAILED) << needed;
         EXPECT_EQ(m_name, kBefore) << needed;
-        EXPECT_EQ(m_spooler.Calls, AfterQuery()) << needed;
+        EXPECT_EQ(m_spooler.calls, AfterQuery()) << needed;
     }
 }
 
 TEST_F(GetPrinterDriverNameTests, SizeNotTold_IsAFailureAndClosesThePrinter)
 {
-    m_spooler.DriverAnswers = {{FALSE}};
+    m_spooler.driverAnswers = {{FALSE}};
     EXPECT_EQ(Get(), PRINT_E_FAILED);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDriverNameTests, SizeQuerySucceeds_IsFollowedByTheSecondCallToo)
 {
     Script(L"Acme");
-    m_spooler.DriverAnswers.front().Result = TRUE;
+    m_spooler.driverAnswers.front().result = TRUE;
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_name, L"Acme");
 }
@@ -743,37 +743,37 @@ TEST_F(GetPrinterDriverNameTests, SizeQuerySucceeds_IsFollowedByTheSecondCallToo
 TEST_F(GetPrinterDriverNameTests, SecondCallFails_IsAFailureAndClosesThePrinter)
 {
     Script(L"Acme");
-    m_spooler.DriverAnswers.back().Result = FALSE;
+    m_spooler.driverAnswers.back().result = FALSE;
     EXPECT_EQ(Get(), PRINT_E_FAILED);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(18));
+    EXPECT_EQ(m_spooler.calls, AfterRead(18));
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDriverNameTests, DriverChangesInBetween_IsReadFromTheBufferOfTheFirstSize)
 {
     Script(L"Acme Laser");
-    m_spooler.DriverAnswers.back() = {TRUE, 12, L"A"};
+    m_spooler.driverAnswers.back() = {TRUE, 12, L"A"};
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_name, L"A");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(30));
+    EXPECT_EQ(m_spooler.calls, AfterRead(30));
 }
 
 TEST_F(GetPrinterDriverNameTests, RecordWithoutName_IsAFailureAndClosesThePrinter)
 {
-    m_spooler.DriverAnswers = {{FALSE, 8}, {TRUE, 8, nullptr}};
+    m_spooler.driverAnswers = {{FALSE, 8}, {TRUE, 8, nullptr}};
     EXPECT_EQ(Get(), PRINT_E_FAILED);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(8));
+    EXPECT_EQ(m_spooler.calls, AfterRead(8));
 }
 
 TEST_F(GetPrinterDriverNameTests, MoreBytesToldThanThereWasRoomFor_AreNotRead)
 {
     Script(L"Acme");
-    m_spooler.DriverAnswers.back().NeededBytes = 0xFFFFFFFF;
+    m_spooler.driverAnswers.back().neededBytes = 0xFFFFFFFF;
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_name, L"Acme");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(18));
+    EXPECT_EQ(m_spooler.calls, AfterRead(18));
 }
 
 TEST_F(GetPrinterDriverNameTests, NameOutsideTheBuffer_IsAFailureAndClosesThePrinter)
@@ -781,24 +781,24 @@ TEST_F(GetPrinterDriverNameTests, NameOutsideTheBuffer_IsAFailureAndClosesThePri
     for (const DamagedPlace& place : DamagedPlaces())
     {
         Script(L"Acme");
-        m_spooler.DriverAnswers.back().Damage = [&place](BYTE* buffer, DWORD size) {
+        m_spooler.driverAnswers.back().damage = [&place](BYTE* buffer, DWORD size) {
             const void* const name = place.find(buffer, size);
             std::memcpy(buffer, &name, sizeof(name));
         };
-        m_spooler.Calls.clear();
+        m_spooler.calls.clear();
         EXPECT_EQ(Get(), PRINT_E_FAILED) << place.name;
         EXPECT_EQ(m_name, kBefore) << place.name;
-        EXPECT_EQ(m_spooler.Calls, AfterRead(18)) << place.name;
+        EXPECT_EQ(m_spooler.calls, AfterRead(18)) << place.name;
     }
 }
 
 TEST_F(GetPrinterDriverNameTests, NameWithoutAnEndInTheBuffer_IsAFailureAndClosesThePrinter)
 {
     Script(L"Acme");
-    m_spooler.DriverAnswers.back().Damage = [](BYTE* buffer, DWORD size) { buffer[size - sizeof(wchar_t)] = 'x'; };
+    m_spooler.driverAnswers.back().damage = [](BYTE* buffer, DWORD size) { buffer[size - sizeof(wchar_t)] = 'x'; };
     EXPECT_EQ(Get(), PRINT_E_FAILED);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(18));
+    EXPECT_EQ(m_spooler.calls, AfterRead(18));
 }
 
 TEST_F(GetPrinterDriverNameTests, EmptyName_IsTheEmptyTextAndASuccess)
@@ -811,63 +811,63 @@ TEST_F(GetPrinterDriverNameTests, EmptyName_IsTheEmptyTextAndASuccess)
 TEST_F(GetPrinterDriverNameTests, BufferCannotBeAllocated_IsOutOfMemoryAndClosesThePrinter)
 {
     constexpr DWORD kNeeded = 1u << 20;
-    m_spooler.DriverAnswers = {{FALSE, kNeeded}};
+    m_spooler.driverAnswers = {{FALSE, kNeeded}};
     {
         const FailingAllocations fail(kNeeded);
         EXPECT_EQ(Get(), PRINT_E_OUT_OF_MEMORY);
     }
     EXPECT_EQ(FailingAllocations::Largest(), kNeeded);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(GetPrinterDriverNameTests, NameCannotBeAllocated_IsOutOfMemoryAndClosesThePrinter)
 {
     const std::wstring name(500'000, L'n');
-    constexpr DWORD kNeeded = 1'010'000; // tells the buffer from the name
-    m_spooler.DriverAnswers = {{FALSE, kNeeded}, {TRUE, kNeeded, name.c_str()}};
+    constexpr DWORD kNeeded = 1'010'000; // sets the buffer apart from the name
+    m_spooler.driverAnswers = {{FALSE, kNeeded}, {TRUE, kNeeded, name.c_str()}};
     {
         const FailingAllocations fail(1'000'002, 1'001'000);
         EXPECT_EQ(Get(), PRINT_E_OUT_OF_MEMORY);
     }
     EXPECT_GE(FailingAllocations::Largest(), 1'000'002u);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(kNeeded));
+    EXPECT_EQ(m_spooler.calls, AfterRead(kNeeded));
 }
 
 TEST_F(GetPrinterDriverNameTests, ExceptionOfTheSpooler_PassesOnAndClosesThePrinter)
 {
-    m_spooler.DriverAnswers = {{.Exception = Failure()}};
+    m_spooler.driverAnswers = {{.exception = Failure()}};
     EXPECT_THROW(Get(), std::runtime_error);
-    EXPECT_EQ(m_spooler.Calls, AfterQuery());
-    m_spooler.Calls.clear();
-    m_spooler.DriverAnswers = {{FALSE, 20}, {.Exception = Failure()}};
+    EXPECT_EQ(m_spooler.calls, AfterQuery());
+    m_spooler.calls.clear();
+    m_spooler.driverAnswers = {{FALSE, 20}, {.exception = Failure()}};
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_name, kBefore);
-    EXPECT_EQ(m_spooler.Calls, AfterRead(20));
+    EXPECT_EQ(m_spooler.calls, AfterRead(20));
     EXPECT_EQ(Log(), Scope() + Scope());
 }
 
 TEST_F(GetPrinterDriverNameTests, ClosingFails_KeepsTheResultAndIsNotLogged)
 {
     Script(L"Acme");
-    m_spooler.CloseError = ERROR_INVALID_HANDLE;
+    m_spooler.closeError = ERROR_INVALID_HANDLE;
     EXPECT_EQ(Get(), PRINT_S_OK);
     EXPECT_EQ(m_name, L"Acme");
-    EXPECT_EQ(m_spooler.Calls, AfterRead(18));
+    EXPECT_EQ(m_spooler.calls, AfterRead(18));
     EXPECT_EQ(Log(), Scope());
 }
 
 TEST_F(PrintUtilTests, EachPrinterHandle_IsTheOneThatWasOpened)
 {
-    m_spooler.Printer = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(0xABC));
-    m_spooler.DataAnswers = {{ERROR_FILE_NOT_FOUND}};
-    m_spooler.DriverAnswers = {{FALSE, 0}};
+    m_spooler.printerHandle = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(0xABC));
+    m_spooler.dataAnswers = {{ERROR_FILE_NOT_FOUND}};
+    m_spooler.driverAnswers = {{FALSE, 0}};
     std::wstring text;
     CPrintUtil::GetPrinterDataValue(L"p", L"k", L"v", text);
     CPrintUtil::GetPrinterDriverName(L"p", text);
-    EXPECT_EQ(m_spooler.Calls,
+    EXPECT_EQ(m_spooler.calls,
               (Calls{L"OpenPrinterW p, default access", L"GetPrinterDataExW abc, k, v, no buffer of 0",
                      L"ClosePrinter abc", L"OpenPrinterW p, default access",
                      L"GetPrinterDriverW abc, no environment, level 1, no buffer of 0", L"ClosePrinter abc"}));

@@ -19,7 +19,7 @@
 
 namespace KVTest
 {
-/// The bytes of a text as the registry keeps them, without a terminating zero.
+/// The bytes of a text as the registry stores them, without a terminating zero.
 inline std::string BytesOf(const std::wstring& text)
 {
     std::string bytes(text.size() * sizeof(wchar_t), '\0');
@@ -27,109 +27,109 @@ inline std::string BytesOf(const std::wstring& text)
     return bytes;
 }
 
-/// A spooler that answers by a script, call by call, and records each call with all its arguments. A call for which the
-/// script has no answer fails the test.
+/// A spooler that answers call by call from a script, and records each call with all its arguments. A call without an
+/// answer in the script fails the test.
 class ScriptedSpooler : public KVWinApi::CSpoolerApi
 {
 public:
-    /// Changes what has been written to the caller's buffer of that many bytes.
+    /// Changes the caller's buffer of that many bytes after the answer was written.
     using Damaging = std::function<void(BYTE* buffer, DWORD size)>;
 
-    /// What the spooler writes; what is not set is left alone. Bytes are written as far as there is room.
+    /// What the spooler writes. A member without a value leaves the argument unchanged; bytes are cut to the room.
     struct DataAnswer
     {
-        DWORD Status = ERROR_SUCCESS;
-        std::optional<DWORD> Type = {};
-        std::optional<DWORD> NeededBytes = {};
-        std::string Bytes = {};
-        std::exception_ptr Exception = nullptr; // thrown in place of an answer
+        DWORD status = ERROR_SUCCESS;
+        std::optional<DWORD> type = {};
+        std::optional<DWORD> neededBytes = {};
+        std::string bytes = {};
+        std::exception_ptr exception = nullptr; // thrown instead of an answer
     };
-    /// Records of names, null for an entry without one, then the names themselves, as far as there is room.
+    /// Records of names, null for an entry without one, then the names themselves, cut to the room.
     struct EnumAnswer
     {
-        BOOL Result = FALSE;
-        std::optional<DWORD> NeededBytes = {};
-        std::optional<DWORD> EntryCount = {};
-        std::vector<const wchar_t*> Names = {};
-        std::exception_ptr Exception = nullptr;
-        Damaging Damage = {};
+        BOOL result = FALSE;
+        std::optional<DWORD> neededBytes = {};
+        std::optional<DWORD> entryCount = {};
+        std::vector<const wchar_t*> names = {};
+        std::exception_ptr exception = nullptr;
+        Damaging damage = {};
     };
     struct DriverAnswer
     {
-        BOOL Result = FALSE;
-        std::optional<DWORD> NeededBytes = {};
-        const wchar_t* Name = nullptr;
-        std::exception_ptr Exception = nullptr;
-        Damaging Damage = {};
+        BOOL result = FALSE;
+        std::optional<DWORD> neededBytes = {};
+        const wchar_t* name = nullptr;
+        std::exception_ptr exception = nullptr;
+        Damaging damage = {};
     };
 
     BOOL OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) override
     {
-        Calls.push_back(L"OpenPrinterW " + std::wstring(name) + (defaults == nullptr ? L", default access" : L", ?"));
-        *printer = Printer; // also when it fails: nobody may close it then
-        return CanOpen;
+        calls.push_back(L"OpenPrinterW " + std::wstring(name) + (defaults == nullptr ? L", default access" : L", ?"));
+        *printer = printerHandle; // even after a failure, when it must not be closed
+        return canOpen;
     }
 
     BOOL ClosePrinter(HANDLE printer) override
     {
-        Calls.push_back(L"ClosePrinter " + TextOf(printer));
-        ::SetLastError(CloseError);
-        return CloseError == ERROR_SUCCESS;
+        calls.push_back(L"ClosePrinter " + TextOf(printer));
+        ::SetLastError(closeError);
+        return closeError == ERROR_SUCCESS;
     }
 
     BOOL EnumPrintersW(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size, LPDWORD neededBytes,
                        LPDWORD entryCount) override
     {
-        Calls.push_back(L"EnumPrintersW flags " + std::to_wstring(flags) + (name == nullptr ? L", no name" : L", ?") +
+        calls.push_back(L"EnumPrintersW flags " + std::to_wstring(flags) + (name == nullptr ? L", no name" : L", ?") +
                         L", level " + std::to_wstring(level) + TextOf(buffer, size));
-        const EnumAnswer answer = Next(EnumAnswers);
-        Put(answer.NeededBytes, neededBytes);
-        Put(answer.EntryCount, entryCount);
-        const std::size_t entryBytes = answer.Names.size() * sizeof(PRINTER_INFO_5W);
+        const EnumAnswer answer = Next(enumAnswers);
+        Put(answer.neededBytes, neededBytes);
+        Put(answer.entryCount, entryCount);
+        const std::size_t entryBytes = answer.names.size() * sizeof(PRINTER_INFO_5W);
         if (buffer != nullptr && size >= entryBytes)
         {
             BYTE* text = buffer + entryBytes;
-            for (std::size_t i = 0; i < answer.Names.size(); ++i)
+            for (std::size_t i = 0; i < answer.names.size(); ++i)
             {
                 PRINTER_INFO_5W entry{};
-                entry.pPrinterName = AppendText(text, buffer + size, answer.Names[i]);
+                entry.pPrinterName = AppendText(text, buffer + size, answer.names[i]);
                 std::memcpy(buffer + i * sizeof(entry), &entry, sizeof(entry));
             }
         }
-        Apply(answer.Damage, buffer, size);
-        return answer.Result;
+        Apply(answer.damage, buffer, size);
+        return answer.result;
     }
 
     DWORD GetPrinterDataExW(HANDLE printer, LPCWSTR key, LPCWSTR value, LPDWORD type, LPBYTE buffer, DWORD size,
                             LPDWORD neededBytes) override
     {
-        Calls.push_back(L"GetPrinterDataExW " + TextOf(printer) + L", " + key + L", " + value + TextOf(buffer, size));
-        const DataAnswer answer = Next(DataAnswers);
-        Put(answer.Type, type);
-        Put(answer.NeededBytes, neededBytes);
+        calls.push_back(L"GetPrinterDataExW " + TextOf(printer) + L", " + key + L", " + value + TextOf(buffer, size));
+        const DataAnswer answer = Next(dataAnswers);
+        Put(answer.type, type);
+        Put(answer.neededBytes, neededBytes);
         if (buffer != nullptr)
         {
-            answer.Bytes.copy(reinterpret_cast<char*>(buffer), size);
+            answer.bytes.copy(reinterpret_cast<char*>(buffer), size);
         }
-        return answer.Status;
+        return answer.status;
     }
 
     BOOL GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, LPBYTE buffer, DWORD size,
                            LPDWORD neededBytes) override
     {
-        Calls.push_back(L"GetPrinterDriverW " + TextOf(printer) +
+        calls.push_back(L"GetPrinterDriverW " + TextOf(printer) +
                         (environment == nullptr ? L", no environment" : L", ?") + L", level " + std::to_wstring(level) +
                         TextOf(buffer, size));
-        const DriverAnswer answer = Next(DriverAnswers);
-        Put(answer.NeededBytes, neededBytes);
+        const DriverAnswer answer = Next(driverAnswers);
+        Put(answer.neededBytes, neededBytes);
         if (buffer != nullptr && size >= sizeof(DRIVER_INFO_1W))
         {
             BYTE* text = buffer + sizeof(DRIVER_INFO_1W);
-            const DRIVER_INFO_1W information{AppendText(text, buffer + size, answer.Name)};
+            const DRIVER_INFO_1W information{AppendText(text, buffer + size, answer.name)};
             std::memcpy(buffer, &information, sizeof(information));
         }
-        Apply(answer.Damage, buffer, size);
-        return answer.Result;
+        Apply(answer.damage, buffer, size);
+        return answer.result;
     }
 
     /// The room that an answer with these names takes.
@@ -147,13 +147,13 @@ public:
         return static_cast<DWORD>(sizeof(DRIVER_INFO_1W) + (name.size() + 1) * sizeof(wchar_t));
     }
 
-    BOOL CanOpen = TRUE;
-    DWORD CloseError = ERROR_SUCCESS; // with which closing fails
-    HANDLE Printer = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(0x1234));
-    std::deque<EnumAnswer> EnumAnswers;
-    std::deque<DataAnswer> DataAnswers;
-    std::deque<DriverAnswer> DriverAnswers;
-    std::vector<std::wstring> Calls;
+    BOOL canOpen = TRUE;
+    DWORD closeError = ERROR_SUCCESS; // with which closing fails
+    HANDLE printerHandle = reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(0x1234));
+    std::deque<EnumAnswer> enumAnswers;
+    std::deque<DataAnswer> dataAnswers;
+    std::deque<DriverAnswer> driverAnswers;
+    std::vector<std::wstring> calls;
 
 private:
     template <typename Answer> static Answer Next(std::deque<Answer>& answers)
@@ -165,9 +165,9 @@ private:
         }
         Answer answer = answers.front();
         answers.pop_front();
-        if (answer.Exception)
+        if (answer.exception)
         {
-            std::rethrow_exception(answer.Exception);
+            std::rethrow_exception(answer.exception);
         }
         return answer;
     }
@@ -186,7 +186,7 @@ private:
             damage(buffer, size);
         }
     }
-    // Null for a text that is null or that the room up to the end does not hold.
+    // Null for a text that is null or does not fit before the end.
     static LPWSTR AppendText(BYTE*& place, const BYTE* end, const wchar_t* text)
     {
         const std::size_t size = text != nullptr ? (std::wcslen(text) + 1) * sizeof(wchar_t) : 0;

@@ -1,14 +1,14 @@
-// Stands in for the device centre's host. Put in the host's place it is the parent that the program looks for; put
-// anywhere else it is a stranger.
+// Stands in for the device centre's host. At the host's path it is the parent process that the program accepts; at any
+// other path it is a stranger.
 //
 // kv_mshta FILE MILLISECONDS
-//   FILE           holds the command line of the child, UTF-16 little endian without byte-order mark, which goes to
-//                  CreateProcessW as it is. In a file, because whoever starts this program from a Unix shell has no say
-//                  in how its own arguments are quoted.
-//   MILLISECONDS   the longest time that the child may take
+//   FILE           the command line of the child, UTF-16 little endian without byte-order mark, passed to
+//                  CreateProcessW unchanged. It is in a file, because a program started from a Unix shell does not
+//                  receive its arguments with their original quotes.
+//   MILLISECONDS   the longest time to wait for the child
 //
 // Prints the child's exit code and the time from start to end in milliseconds, as 0x%08X %u, and ends with 0. Ends with
-// 1 when the child cannot be started or had to be ended.
+// 1 if the child cannot be started or does not end in time.
 
 #include <windows.h>
 

@@ -1,13 +1,13 @@
 // kv_library_loader protected|unprotected
 //
-// Makes the system load what it loads for the product's sake: an encrypted request, the query for the battery, the list
-// of printers. With "protected" the process is set up before as the program's is. Prints
+// Makes the system load the libraries that the product's calls need: an encrypted request, the battery query, the list
+// of printers. "protected" first sets up the process as the program does. Prints
 //
-//   start PATH    a module that was loaded before
-//   end PATH      a module that is loaded at the end
+//   start PATH    a module loaded before these calls
+//   end PATH      a module loaded after them
 //   sent 0|1      whether the request was delivered
-//   battery TEXT  what the query answered
-//   printers N    how many printers there are; -1: the spooler does not say
+//   battery TEXT  the result of the query
+//   printers N    the number of printers, or -1 if the spooler does not report it
 
 #include <winsock2.h>
 

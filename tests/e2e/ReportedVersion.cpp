@@ -1,5 +1,5 @@
 // kv_reported_version and kv_manifested_version, which has the manifest of the product's program: print the version of
-// Windows that GetVersionExW reports, and the newest of 6.1, 6.3 and 10.0 that VerifyVersionInfoW knows of.
+// Windows that GetVersionExW reports, and the newest of 6.1, 6.3 and 10.0 that VerifyVersionInfoW accepts.
 
 #include <windows.h>
 

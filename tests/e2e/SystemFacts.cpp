@@ -1,4 +1,4 @@
-// kv_system_facts: prints what the system says about itself, so that tests need not know the machine that they run on:
+// kv_system_facts: prints what the system reports about itself, so tests do not depend on the machine:
 // the width and height of the screen in pixels, the bits per pixel, and the user's language and country.
 
 #include <windows.h>

@@ -1,22 +1,19 @@
-#!/usr/bin/env python3
 """demo_run.py BUILD_TREE FOLDER: runs the program as an installed product would, and shows what it does.
 
-Everything it shows it also checks, and ends with 1 when something is not as it must be. FOLDER receives the product and
-the Wine prefix. Nothing leaves this computer: a collection server on 127.0.0.1 is the user's proxy.
+Checks everything that it shows, and ends with 1 if something is wrong. FOLDER receives the product and the Wine prefix.
+Nothing leaves this computer: a collection server on 127.0.0.1 is the user's proxy.
 """
 
 import pathlib
-import re
 import shutil
 import signal
 import sys
 import textwrap
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
-import hits
-from collection_server import CollectionServer
-from product import HOST, Files, Product
-from wine_prefix import WinePrefix
+from kvtest import hits
+from kvtest.collection_server import CollectionServer
+from kvtest.product import HOST, Files, Product
+from kvtest.wine_prefix import WinePrefix
 
 CONFIGURATION = """\
 [Analytics]
@@ -72,7 +69,7 @@ class Demo:
             print(f"    {key:<4} {hits.parameter_name(key):<20} {value}")
 
     def take_log(self):
-        """The lines of the trace log so far; it begins anew."""
+        """The lines of the trace log so far; the file is removed."""
         file = self.product.prefix.path(LOG_FILE)
         lines = file.read_bytes().decode("utf-16-le").splitlines()
         file.unlink()

@@ -1,13 +1,13 @@
-"""What nobody should do to the program: it ends with a documented result, in time, without a crash or a message box.
+"""Bad input: the program ends with a documented result, in time, without a crash or a message box.
 
 A crash would be an exit code that is none of the results, a message box a run that does not end."""
 
 import os
 import urllib.parse
 
-import hits
-from product import LOGGING_KEY, make_file
-from program_test import PLAIN, ReportingTest
+from kvtest import hits
+from kvtest.product import LOGGING_KEY, make_file
+from kvtest.program_test import PLAIN, ReportingTest
 
 USER_SHELL_FOLDERS = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders"
 SHELL_FOLDERS = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"
@@ -112,7 +112,7 @@ class AbsurdCommandLineTests(ReportingTest):
         self.assertDone(self.product.command_line(f"/tabid {screen}"), lambda run: run.screen_run(screen))
 
     def test_line_end_in_a_value(self):
-        """The value goes out as it is, so the tracked hit is no proper request and is lost. The others are not."""
+        """The value is sent unchanged, so the tracked hit is not a valid request and is lost, unlike the others."""
         server = self.serve()
         self.assertEnds(self.product.start('/tabid "a\r\nb"'), "PROXY_S_DONE")
         expected = self.product.expected_hits().screen_run("a")
@@ -164,7 +164,7 @@ class FolderTests(ReportingTest):
         self.assertInitFails()
 
     def test_profile_folder_that_cannot_be_written(self):
-        """A file stands where the client's folder should be."""
+        """A file has the name of the client's folder."""
         make_file(self.product.client_folder)
         self.assertInitFails()
 

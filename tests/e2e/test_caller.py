@@ -1,7 +1,7 @@
-"""Who may start the program: the host of the device centre, at exactly its path."""
+"""The caller check: only the host of the device centre, at exactly its path, may start the program."""
 
-from product import PROXY_E_NOT_CALLED_BY_LUMO
-from program_test import ReportingTest
+from kvtest.product import PROXY_E_NOT_CALLED_BY_LUMO
+from kvtest.program_test import ReportingTest
 
 COMMAND_PROMPT = "C:\\windows\\system32\\cmd.exe"
 

@@ -11,11 +11,8 @@ import tempfile
 import time
 import unittest
 
-from collection_server import CLOSE, CollectionServer
-from wine_prefix import SOURCE
-
-sys.path.insert(0, str(SOURCE / "tests" / "support"))
-from certificates import make_authority, make_certificate
+from kvtest.certificates import make_authority, make_certificate
+from kvtest.collection_server import CLOSE, CollectionServer
 
 TARGET = "http://collect.norvik.example:80/collect?v=1&cd=a%20b&cd3=USB&qt=0"
 SECONDS = 5
@@ -115,7 +112,7 @@ class CollectionServerTests(unittest.TestCase):
 
 class CommandTests(unittest.TestCase):
     def test_prints_each_hit(self):
-        command = [sys.executable, SOURCE / "tests" / "e2e" / "collection_server.py", "--answer", "202"]
+        command = [sys.executable, "-m", "kvtest.collection_server", "--answer", "202"]
         with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as server:
             try:
                 port = re.fullmatch(r"listening on 127\.0\.0\.1:([0-9]+)\n", server.stdout.readline())[1]

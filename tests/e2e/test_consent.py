@@ -1,7 +1,7 @@
-"""Who has opted in: the participation program beside the executable, and no mark of having opted out."""
+"""Consent: the participation program exists beside the executable, and the mark of opting out does not exist."""
 
-from product import make_file
-from program_test import PLAIN, ProgramTest
+from kvtest.product import make_file
+from kvtest.program_test import PLAIN, ProgramTest
 
 
 class ConsentTests(ProgramTest):

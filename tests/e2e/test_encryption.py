@@ -1,6 +1,6 @@
 """UseSSL: encrypted hits go to port 443, others to port 80."""
 
-from program_test import ProgramTest
+from kvtest.program_test import ProgramTest
 
 
 class EncryptionTests(ProgramTest):

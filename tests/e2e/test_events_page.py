@@ -1,8 +1,8 @@
 """The program's own runs in docs/events.md against what arrives at a server, hit by hit and letter by letter."""
 
-import hits
-from program_test import PLAIN, ReportingTest
-from wine_prefix import SOURCE
+from kvtest import hits
+from kvtest.program_test import PLAIN, ReportingTest
+from kvtest.wine import SOURCE
 
 PAGE = SOURCE / "docs" / "events.md"
 # What the page says of computer and program.

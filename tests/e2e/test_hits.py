@@ -1,7 +1,7 @@
 """What a run reports: all hits of it, whole, in their order."""
 
-import hits
-from program_test import PLAIN, ReportingTest
+from kvtest import hits
+from kvtest.program_test import PLAIN, ReportingTest
 
 
 class RunTests(ReportingTest):

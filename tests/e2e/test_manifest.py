@@ -4,11 +4,11 @@ does not count. Shown by a program that has the same manifest and prints the ver
 import os
 import pathlib
 
-from product import make_file
-from program_test import ProgramTest
+from kvtest.product import make_file
+from kvtest.program_test import ProgramTest
 
 PROGRAM = "C:\\Versions\\version.exe"
-# Tells the system that the program knows Windows 8.1 and 10.
+# Declares that the program supports Windows 8.1 and 10.
 DECLARING = b"""<?xml version="1.0" encoding="UTF-8" standalone="yes"?>
 <assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
 <compatibility xmlns="urn:schemas-microsoft-com:compatibility.v1"><application>

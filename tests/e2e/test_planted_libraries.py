@@ -4,8 +4,8 @@ library the system loads for an encrypted request, for the query for the battery
 import os
 import pathlib
 
-from product import make_file
-from program_test import ProgramTest
+from kvtest.product import make_file
+from kvtest.program_test import ProgramTest
 
 FOLDER = "C:\\Planted"
 # Those that the system loads by LoadLibraryW, from the program's folder first. Of others that are imported late Wine takes

@@ -3,9 +3,9 @@
 import concurrent.futures
 import time
 
-import hits
-from product import make_file
-from program_test import ReportingTest
+from kvtest import hits
+from kvtest.product import make_file
+from kvtest.program_test import ReportingTest
 
 CLIENT_ID = "3f2504e0-4f89-11d3-9a0c-0305e82c3301"
 
@@ -153,7 +153,7 @@ class OfflineTests(ReportingTest):
         self.assertEnds(self.product.start("/tabid Scan"), "PROXY_S_DONE")
         delivered = [request.path for request in server.requests]
         screen_run = self.product.expected_hits().screen_run("Scan")
-        # Both runs begin with the same hits: the cache buster starts anew in each.
+        # Both runs begin with the same hits, because their cache busters are the same.
         self.assertEqual(sorted(map(hits.sent, delivered)), sorted(link_run + screen_run))
         self.assertEqual([hit for hit in map(hits.sent, delivered) if hit in (link_run[2], screen_run[2])].count(
             link_run[2]), 1)

@@ -1,12 +1,12 @@
-"""How the program ends when something fails that nobody can catch: with 3, without a word, and with the hits of earlier
+"""How the program ends after a failure that no handler catches: with 3, without a message, and with the hits of earlier
 runs in the queue file. A program of the same sources has the failures built in (tests/proxy/FailingProgram.cpp)."""
 
 import os
 import pathlib
 
-import hits
-from product import Product, make_file
-from program_test import LONGEST_RUN_MS, ReportingTest
+from kvtest import hits
+from kvtest.product import Product, make_file
+from kvtest.program_test import LONGEST_RUN_MS, ReportingTest
 
 QUIET_END = 3
 EARLIER = ["/collect?v=1&t=appview&cd=Before1#1416096000", "/collect?v=1&t=appview&cd=Before2#1416096001"]

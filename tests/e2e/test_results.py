@@ -1,8 +1,8 @@
 """Every result as the parent sees it, all 32 bits. PROXY_E_START_FAILED has no test here: the engine starts whenever it
 could be initialised, so nothing from outside brings it about."""
 
-from product import HOST, make_file
-from program_test import ReportingTest
+from kvtest.product import HOST, make_file
+from kvtest.program_test import ReportingTest
 
 
 class ResultTests(ReportingTest):
@@ -32,7 +32,7 @@ class ResultTests(ReportingTest):
 
 
 class StandInTests(ReportingTest):
-    """The stand-in of the host sees what the other tests rely on."""
+    """The stand-in of the host reports what the other tests rely on."""
 
     def start_ending(self, arguments):
         self.product.place_host()

@@ -5,9 +5,9 @@ import pathlib
 import re
 import time
 
-from product import LOGGING_KEY
-from program_test import ReportingTest
-from wine_prefix import SOURCE, to_windows
+from kvtest.product import LOGGING_KEY
+from kvtest.program_test import ReportingTest
+from kvtest.wine import SOURCE, to_windows
 
 LOG_FILE = "C:\\trace.log"
 EVERYTHING = 0x66000FF0

@@ -1,7 +1,7 @@
-"""A user who did not opt in: the program leaves no trace of itself, in no file, no registry key and no connection."""
+"""For a user who did not opt in, the program changes no file and no registry key, and makes no connection."""
 
-from product import HOST, make_file
-from program_test import PLAIN, ReportingTest
+from kvtest.product import HOST, make_file
+from kvtest.program_test import PLAIN, ReportingTest
 
 
 class UntouchedTests(ReportingTest):

@@ -1,42 +1,66 @@
-"""How long a run waits for its hits to be taken, and what it does meanwhile. A run whose hits nobody takes lasts twelve
-seconds of real time."""
+"""How long a run waits until its hits are accepted, and what it does during that time. A run whose hits are never accepted
+lasts twelve seconds of real time."""
 
-import hits
-from collection_server import CLOSE
-from program_test import LONGEST_WAIT_MS, ReportingTest
+import itertools
+import re
+import statistics
 
-# The pause that is under way when the time is over, and what the system adds to each of them.
+from kvtest import hits
+from kvtest.collection_server import CLOSE
+from kvtest.program_test import LONGEST_WAIT_MS, ReportingTest
+
+LOG_FILE = "C:\\trace.log"
+NOTES_OF_PROGRESS = 0x10
+# The pause that is under way when the time is over, and what the system adds to it and to the client's end.
 MARGIN_MS = 2500
+# Between two attempts, which are one second and an exchange apart; on a busy machine an exchange is slow.
+LONGEST_PAUSE_SECONDS = 4
 
 
-class WaitingTests(ReportingTest):
+class LoggingTest(ReportingTest):
+    """The run's own clock and the times of its files measure the wait. The time from start to end would include the loading
+    and the unloading of the process, which take seconds on a busy machine."""
+
+    def setUp(self):
+        super().setUp()
+        self.product.log_to(LOG_FILE, NOTES_OF_PROGRESS, 0)
+
+    def waited_ms(self):
+        """What the last line of the log, written when the wait ends, says of it."""
+        last_line = self.prefix.path(LOG_FILE).read_bytes().decode("utf-16-le").splitlines()[-1]
+        self.assertRegex(last_line, r"Run - Total wait time is [0-9]+ ms$")
+        return int(re.search("([0-9]+) ms$", last_line)[1])
+
+    def saved_after_ms(self):
+        """The time from the end of the wait until the client has written the queue file."""
+        return (self.product.queue_file.stat().st_mtime_ns - self.prefix.path(LOG_FILE).stat().st_mtime_ns) / 1e6
+
+
+class WaitingTests(LoggingTest):
     def wait_in_vain(self, **server_options):
-        """The server after a run of which it took nothing."""
+        """The server after a run of which it accepted nothing."""
         server = self.serve(**server_options)
-        start_and_end_ms = self.time_of_a_run_without_consent()
         run = self.product.start("/linkid L1 /connection USB")
         self.assertEqual(run.result, "PROXY_S_DONE")
         self.assertGreaterEqual(run.elapsed_ms, LONGEST_WAIT_MS)
-        self.assertLessEqual(run.elapsed_ms, LONGEST_WAIT_MS + MARGIN_MS + start_and_end_ms)
+        self.assertGreaterEqual(self.waited_ms(), LONGEST_WAIT_MS)
+        self.assertLessEqual(self.waited_ms() + self.saved_after_ms(), LONGEST_WAIT_MS + MARGIN_MS)
         self.assertEqual([hits.stored(hit) for hit in self.product.queued_hits()],
                          self.product.expected_hits().link_run("L1", "Unknown", "USB"))
         return server
-
-    def time_of_a_run_without_consent(self):
-        """What the process itself takes, on a machine that may be busy."""
-        self.product.opt_out()
-        run = self.product.start("/linkid L1")
-        self.assertEqual(run.result, "PROXY_S_NOT_OPTED_IN")
-        self.product.opt_out_mark().unlink()
-        return run.elapsed_ms
 
     def assertOnlyFirstTried(self, server):
         """About once a second, for as long as the run lasted."""
         first = self.product.expected_hits().session_start()
         self.assertEqual({request.path for request in server.requests}, {first})
-        self.assertIn(len(server.requests), range(8, 15))
-        seconds = server.requests[-1].at - server.requests[0].at
-        self.assertGreaterEqual(seconds / (len(server.requests) - 1), 0.95)
+        self.assertLess(len(server.requests), 15)
+        times = [request.at for request in server.requests]
+        self.assertGreater(times[-1] - times[0], LONGEST_WAIT_MS / 1000 - LONGEST_PAUSE_SECONDS)
+        # A busy machine lengthens pauses, and shortens one when the server sees the request before it late.
+        pauses = [later - earlier for earlier, later in itertools.pairwise(times)]
+        self.assertGreaterEqual(statistics.median(pauses), 0.95)
+        self.assertLess(min(pauses), 1.5)
+        self.assertLess(max(pauses), LONGEST_PAUSE_SECONDS)
 
     def test_nothing_listens(self):
         server = self.wait_in_vain(is_listening=False)
@@ -62,10 +86,11 @@ class WaitingTests(ReportingTest):
         self.assertEqual({request.path for request in server.requests}, {first})
 
 
-class RecoveryTests(ReportingTest):
+class RecoveryTests(LoggingTest):
     def test_run_ends_as_soon_as_its_hits_are_taken(self):
         self.serve()
-        self.assertLess(self.product.start("/linkid L1").elapsed_ms, LONGEST_WAIT_MS)
+        self.assertEnds(self.product.start("/linkid L1"), "PROXY_S_DONE")
+        self.assertLess(self.waited_ms(), LONGEST_WAIT_MS)
         self.assertEqual(self.product.queued_hits(), [])
 
     def test_run_without_consent_does_not_wait(self):

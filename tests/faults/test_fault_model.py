@@ -1,13 +1,9 @@
 """The model of scripts/faults: that it accepts what may happen, and finds what must not. Needs no Wine."""
 
-import pathlib
-import sys
 import unittest
 
-sys.dont_write_bytecode = True  # the folders of the sources stay clean
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "faults"))
-import fault_model
-from fault_model import (ABORTED, CRASH, DONE, DOUBLED, HANG, HANGS, INVENTED, KILLED, LOST, NOT_OPTED_IN, PRINTS, QUIET,
+from kvtest import fault_model
+from kvtest.fault_model import (ABORTED, CRASH, DONE, DOUBLED, HANG, HANGS, INVENTED, KILLED, LOST, NOT_OPTED_IN, PRINTS, QUIET,
                          REPORTED, TORN, Journal, Outcome, older_hit)
 
 OLDER = 3

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 
@@ -25,7 +25,7 @@ using Requests = std::list<std::wstring>;
 namespace
 {
 constexpr DWORD kLongMs = 20000; // that no test reaches when all is well
-// Longer than a test may take: not even on a machine that stands still for a while does it end before the stop.
+// Longer than a test may take: it does not end before the stop, even on a machine that is stalled for a while.
 constexpr DWORD kBeyondTheTestMs = 600000;
 
 // An event of the test's own. Waiting has an end.
@@ -153,7 +153,7 @@ public:
     int failingLooks = 0; // at the thread's exit code, so many of the next ones
     std::atomic<int> sectionsDeleted = 0;
     std::atomic<DWORD> longestWait = kBeyondTheTestMs;
-    // However slow the computer is, the worker has not tried again when the test goes on.
+    // However slow the computer is, the worker has not tried again when the test continues.
     std::atomic<bool> idleLastsUntilStop = false;
     std::function<void()> entered = [] {}; // after each critical section
     std::atomic<DWORD> joinBound = 0;
@@ -301,7 +301,7 @@ TEST_F(AsyncRequestTrackerTests, Start_WithNullThread_RunsNeverthelessAndStopSav
     EXPECT_FALSE(m_tracker->Start());
     Track({L"a"});
     EXPECT_TRUE(m_tracker->Stop());
-    EXPECT_EQ(m_kernelApi.joinBound, 0U); // nobody to wait for
+    EXPECT_EQ(m_kernelApi.joinBound, 0U); // no thread to wait for
     EXPECT_EQ(FileBytes(), "a\n");
 }
 
@@ -325,7 +325,7 @@ TEST_F(AsyncRequestTrackerTests, Destruction_ClosesWhatIsOpenAndSavesNothing)
     EXPECT_FALSE(FileExists());
 }
 
-// The lock goes with the last share of what it guards.
+// The lock is destroyed with the last share of what it guards.
 TEST_F(AsyncRequestTrackerTests, Destruction_WithoutThread_LeavesNoShare)
 {
     for (const HANDLE noThread : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE})
@@ -555,7 +555,7 @@ TEST_F(AsyncRequestTrackerTests, Flush_EndsWhenItsTimeIsOverAndNotBefore)
     m_tracker->SetFlushBudget(100);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(m_tracker->Stop());
-    // All hits together would take four seconds. A little less than the budget: the timer runs by another clock.
+    // All hits together would take four seconds. A little less than the budget: the timer runs by a different clock.
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(80));
     const std::size_t sent = m_winApi.Paths().size() - 1;
     EXPECT_LT(sent, 10U); // five exchanges fit in
@@ -674,7 +674,7 @@ TEST_F(AsyncRequestTrackerTests, WorkerLeftBehind_FinishesWithWhatItShares)
     EXPECT_TRUE(m_tracker->Start());
     ASSERT_TRUE(isSending.Wait());
     EXPECT_TRUE(m_tracker->Stop());
-    EXPECT_FALSE(m_tracker->Start()); // its worker is not gone
+    EXPECT_FALSE(m_tracker->Start()); // its worker still exists
     m_tracker.reset();
     EXPECT_EQ(m_kernelApi.sectionsDeleted, 0); // the lock that it holds
     goOn.Set();
@@ -731,7 +731,7 @@ TEST_F(AsyncRequestTrackerTests, JoinThatCannotWait_WaitsNeverthelessUntilAllIsS
 
 // Callers while the worker sends.
 
-// The first section that the caller enters is the door of the lock; from there on nobody passes it.
+// The first section that the caller enters is the door of the lock; no thread passes it from then on.
 TEST_F(AsyncRequestTrackerTests, Caller_WaitsForOneExchangeOnly)
 {
     std::atomic<int> exchanges = 0;

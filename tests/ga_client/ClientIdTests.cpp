@@ -4,7 +4,7 @@
 
 #include <regex>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 
@@ -193,7 +193,7 @@ TEST_F(ClientIdTests, NoDataFolder_FailsWithANewIdAndUsesNoFile)
     EXPECT_EQ(m_winApi.writes, 0);
 }
 
-// The generator, or what writes its result down, is missing.
+// The generator, or the function that formats its result, is missing.
 TEST_F(ClientIdTests, GeneratorThatFails_GivesAnEmptyIdWhichIsWritten)
 {
     for (const wchar_t* const library : {L"rpcrt4.dll", L"ole32.dll"})

@@ -1,8 +1,8 @@
 // A program that tracks hits as any other does, for the tests that need several processes or the end of one.
 //
 // kv_client_program PORT FOLDER APPLICATION MODE NAME COUNT
-//   PORT         of the server on this computer that stands for the collection host
-//   FOLDER       that stands for the user's local application data
+//   PORT         of the server on this computer that replaces the collection host
+//   FOLDER       that replaces the user's local application data
 //   MODE         send: waits up to 15 seconds until all is sent, then leaves
 //                leave: leaves at once, as a program whose user is in a hurry
 //                abandon: leaves while an exchange is under way that outlasts the time to wait for it

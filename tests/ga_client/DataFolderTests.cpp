@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 

@@ -7,20 +7,19 @@
 #include <stdexcept>
 
 #include "ga_client/DataFolder.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/FailingAllocations.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 
 using GAClient::CGAClient;
 using GAClient::IGAClient;
+using KVTest::kMark;
 using KVTest::SamplePrefix;
 using Requests = std::list<std::wstring>;
 
 namespace
 {
-constexpr wchar_t kMark[] = L"#1416096000";
-
 // Fails to make the event of an asynchronous tracker, in the way that the tracker takes for a failure.
 class EventApi : public KVTest::FixedTimeApi
 {
@@ -448,7 +447,7 @@ TEST_F(GAClientTests, MaxQueuedRequests_BelowOne_IsIgnored)
     m_client->SetMaxQueuedRequests(-5);
     for (int i = 0; i < 501; ++i)
     {
-        EXPECT_TRUE(m_client->TrackScreenView(L"Home")); // also of a hit that is dropped
+        EXPECT_TRUE(m_client->TrackScreenView(L"Home")); // even of a dropped hit
     }
     EXPECT_EQ(Queue().size(), 500U);
 }
@@ -502,7 +501,7 @@ TEST_F(GAClientTests, Uninitialize_TellsThatTheSaveFailed)
 {
     ASSERT_TRUE(::CreateDirectoryW(QueueFile().c_str(), nullptr));
     EXPECT_FALSE(m_client->Uninitialize(false, 0));
-    EXPECT_FALSE(m_client->Stop()); // the tracker is gone nevertheless
+    EXPECT_FALSE(m_client->Stop()); // the tracker is destroyed nevertheless
 }
 
 namespace

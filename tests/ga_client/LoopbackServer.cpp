@@ -99,7 +99,7 @@ LoopbackServer::~LoopbackServer()
     }
     catch (...)
     {
-        std::terminate(); // a thread that cannot be joined would use what is gone
+        std::terminate(); // a thread that cannot be joined would use destroyed objects
     }
 }
 
@@ -229,7 +229,7 @@ bool LoopbackServer::ServeRequest(SOCKET connection, std::string& received)
     ::Sleep(answer.delayMs);
     if (IsAccepting(answer.bytes))
     {
-        // Before the bytes go out: whoever has the answer finds the hit here.
+        // Before the bytes are sent: a client that has the answer finds the hit here.
         const std::lock_guard<std::mutex> hold(m_mutex);
         m_accepted.push_back(request.target);
     }

@@ -13,8 +13,8 @@
 
 namespace KVTest
 {
-/// A real HTTP server on 127.0.0.1, in this process, that answers as the test wants it. Every connection has a thread
-/// of its own. Stop and destruction end each connection as soon as it is idle. Throws std::runtime_error when it cannot
+/// A real HTTP server on 127.0.0.1, in this process, whose answers the test chooses. Every connection has a thread of
+/// its own. Stop and destruction end each connection as soon as it is idle. Throws std::runtime_error if it cannot
 /// listen.
 class LoopbackServer
 {

@@ -8,9 +8,9 @@
 #include <regex>
 
 #include "ga_client/DataFolder.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/LoopbackServer.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 
 using KVTest::LoopbackServer;

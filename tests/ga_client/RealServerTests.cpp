@@ -8,8 +8,8 @@
 
 #include "ga_client/AsyncRequestTracker.h"
 #include "ga_client/SyncRequestTracker.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/RedirectedInternet.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 
 using KVTest::LoopbackServer;

@@ -6,8 +6,8 @@
 
 namespace KVTest
 {
-/// Sends what is meant for the collection host to a server on this computer; all else is the system's own WinINet. The
-/// environment's proxy, if there is one, is left out. Base is the facade class to build on.
+/// Redirects connections to the collection host to a server on this computer; otherwise the system's own WinINet.
+/// Ignores a proxy of the environment. Base is the facade class to derive from.
 template <typename Base> class RedirectedInternet : public Base
 {
 public:

@@ -5,7 +5,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/KernelApi.h"
@@ -23,7 +23,7 @@ namespace
 constexpr std::int32_t kDefaultLimit = 500;
 constexpr std::size_t kFullSize = 1048576;
 
-// Records what happens to the mutex, and answers the wait as the test wants it.
+// Records the calls for the mutex, and returns the wait result that the test chooses.
 class MutexApi : public KVTest::LocalFolderApi
 {
 public:
@@ -368,7 +368,7 @@ TEST_F(RequestQueueFileTests, Load_OfLinesOfOneMebibyte)
 
 TEST_F(RequestQueueFileTests, Load_OfManyLines)
 {
-#if defined(_GLIBCXX_DEBUG) // a checked build has its heap checked too, which takes minutes for so many blocks
+#if defined(_GLIBCXX_DEBUG) // a checked build also checks its heap, which takes minutes for so many blocks
     constexpr int kLines = 2000;
 #else
     constexpr int kLines = 100000;
@@ -798,7 +798,7 @@ TEST_F(QueueFileRetryTests, Load_WithACallThatFails_LeavesTheFileOrTakesTheHits)
     EXPECT_EQ(Load(), Requests({L"a", L"half"}));
 }
 
-// Zeros, as a loss of power leaves them in place of what was written last.
+// Zeros, which a power failure leaves in place of the bytes written last.
 
 TEST_F(RequestQueueFileTests, Load_SkipsLinesThatBeginWithZero)
 {
@@ -821,8 +821,8 @@ TEST_F(RequestQueueFileTests, Load_CountsNoLineOfZeros)
     EXPECT_EQ(Load(2), Requests({L"a", L"b"}));
 }
 
-// Links. The system that the tests run on may follow a link whatever it is asked for, so both halves are looked at: how
-// the file is opened, and what is done with one that turns out to be a link.
+// Links. The system that the tests run on may follow a link whatever the flags, so both halves are tested: how the file
+// is opened, and what happens to a file that turns out to be a link.
 
 TEST_F(RequestQueueFileTests, File_IsOpenedItselfAndNeverEmptiedByOpening)
 {
@@ -992,7 +992,7 @@ class RequestQueueFileModelTests : public RequestQueueFileTests, public testing:
 };
 } // namespace
 
-// 1250 steps for each of eight seeds: saves, loads with any limit, and files that somebody else wrote.
+// 1250 steps for each of eight seeds: saves, loads with any limit, and files of other writers.
 TEST_P(RequestQueueFileModelTests, RandomHistory_IsThatOfTheModel)
 {
     constexpr int kSteps = 1250;

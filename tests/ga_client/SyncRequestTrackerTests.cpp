@@ -8,8 +8,8 @@
 #include <type_traits>
 
 #include "ga_client/RequestOutbox.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/FailingAllocations.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/Faults.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"

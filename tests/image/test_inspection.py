@@ -8,7 +8,6 @@ import struct
 import sys
 import unittest
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
 _loader = importlib.machinery.SourceFileLoader("inspect_image", str(pathlib.Path(__file__).parent / "inspect_image"))
 inspect_image = importlib.util.module_from_spec(importlib.util.spec_from_loader("inspect_image", _loader))
 _loader.exec_module(inspect_image)

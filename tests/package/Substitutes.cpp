@@ -1,6 +1,6 @@
-// Built with the installed package: a class derived from each class of the facade, as a program's tests have them.
-// Without the package's definitions psapi.h would give some operations of the kernel facade other names here than in
-// the library.
+// Built with the installed package: a class derived from each class of the facade, as the tests of a program define
+// them. Without the package's definitions psapi.h would rename some operations of the kernel facade here but not in the
+// library.
 
 #include "winapi/IPHelperApi.h"
 #include "winapi/WinSockApi.h"

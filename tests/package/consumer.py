@@ -1,4 +1,4 @@
-"""Programs that other people build with the installed package."""
+"""Programs of other projects, built with the installed package."""
 
 import os
 import pathlib
@@ -16,14 +16,14 @@ class Consumer:
         self.build_folder = self.folder / "build"
 
     def make(self, files):
-        """Starts anew with these files, {name: content}."""
+        """Replaces the folder's content by these files, {name: content}."""
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir()
         for name, content in files.items():
             (self.folder / name).write_text(content, encoding="utf-8")
 
     def copy(self, folder):
-        """Starts anew with a copy of that folder."""
+        """Replaces the folder by a copy of that folder."""
         shutil.rmtree(self.folder, ignore_errors=True)
         shutil.copytree(folder, self.folder)
 
@@ -38,7 +38,7 @@ class Consumer:
         return self.build_folder / f"{name}.exe"
 
     def strangers(self):
-        """The files that the build has read and that belong neither to the consumer nor to the package nor to the compiler."""
+        """Files that the build has read and that are not the consumer's, the package's or the compiler's."""
         read = place.run("ninja", "-t", "deps", folder=self.build_folder)
         read = [line.strip() for line in read.splitlines() if line.startswith("    ")]
         linked = place.run("ninja", "-t", "inputs", "all", folder=self.build_folder).splitlines()
@@ -56,6 +56,6 @@ def is_strange(path):
 
 
 def guide_files():
-    """The files of the guide: each stands in a block of its own, below its name."""
+    """The files of the guide: each is a code block below its name."""
     guide = (place.package() / "share" / "KVAnalytics" / "docs" / "using-the-libraries.md").read_text(encoding="utf-8")
     return dict(re.findall(r"^`([^`\n]+)`[^\n]*:\n\n```[a-z]+\n(.*?)^```$", guide, re.MULTILINE | re.DOTALL))

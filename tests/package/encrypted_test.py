@@ -1,18 +1,13 @@
-"""What tests share that look at what programs report, on a computer of their own with encrypted connections."""
+"""The base of tests of what programs report, each on a computer of its own with encrypted connections."""
 
-import os
-import sys
-
-import hits
 import place
-from program_test import ProgramTest
-
-sys.path.insert(0, str(place.SOURCE / "tests" / "support"))
-from certificates import make_authority, make_certificate, openssl
+from kvtest import hits
+from kvtest.certificates import make_authority, make_certificate, openssl
+from kvtest.program_test import ProgramTest
 
 
 class EncryptedTest(ProgramTest):
-    """The user trusts the collection server, which takes all hits."""
+    """The user trusts the collection server, which accepts all hits."""
 
     def setUp(self):
         super().setUp()

@@ -1,11 +1,10 @@
-#!/usr/bin/env python3
-"""Where the package is installed and used as another program's author would: in a folder outside this tree.
+"""The folder outside this tree where the package is installed and used like by the author of a different program.
 
-    place.py make     makes the folder and installs the package there, in another place than it ends up in
-    place.py pack     makes the archives and unpacks them there
-    place.py remove   removes it with all that tests have put there
+    place.py make     creates the folder, installs the package there, and moves the package
+    place.py pack     creates the archives and unpacks them there
+    place.py remove   removes it with everything in it
 
-What the build made comes from the environment: see CMakeLists.txt.
+The environment names the results of the build: see CMakeLists.txt.
 """
 
 import os
@@ -16,12 +15,13 @@ import sys
 import tempfile
 import zipfile
 
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
+from kvtest.wine import SOURCE
+
 BUILD = pathlib.Path(os.environ["KV_PACKAGE_BUILD"])
 VERSION = os.environ["KV_PACKAGE_VERSION"]
 HOST = os.environ["KV_PACKAGE_HOST"]
 PROGRAM = pathlib.Path(os.environ["KV_PACKAGE_PROGRAM"])
-# Of the compiler and what belongs to it.
+# Of the compiler and its files.
 SYSTEM = pathlib.Path("/usr")
 BUILD_SECONDS = 540
 
@@ -29,7 +29,7 @@ _NOTE = BUILD / "package-place.txt"
 
 
 def run(*command, folder=None, **environment):
-    """The output of a command that must succeed. Of the caller's environment it sees nothing but the path."""
+    """The output of a command that must succeed. It receives nothing of the caller's environment except PATH."""
     done = run_for_status(*command, folder=folder, **environment)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(map(str, command))} ended with {done.returncode}:\n{done.stdout[:8000]}")
@@ -68,7 +68,7 @@ def make():
 
 
 def archive(component):
-    """What the archive of that component holds, unpacked."""
+    """The unpacked archive of that component."""
     return folder() / component
 
 

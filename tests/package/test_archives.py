@@ -1,18 +1,17 @@
-"""What is installed and packed: all that somebody needs, no more, and nothing that tells where it was built."""
+"""The installed package and the archives: everything that is needed, nothing else, and no path of the build machine."""
 
 import hashlib
-import pathlib
 import re
 import struct
-import sys
 import unittest
 import zlib
 
 import place
+from kvtest.product import RESULT_NAMES
 
 HEADERS = """
     analytics_reporting/AnalyticsEngine.h analytics_reporting/ProgramLogModule.h
-    device_manager/Device.h
+    device_manager/Device.h device_manager/DeviceKinds.h
     ga_client/ClientInfo.h ga_client/CustomFacts.h ga_client/EventFields.h ga_client/GAClient.h
     logging/LastErrorRestore.h logging/line/ErrorTextFormatter.h logging/line/FormatCheck.h logging/LineSink.h
     logging/LogFlags.h logging/LogFunction.h logging/LogModule.h logging/LogSourceFile.h logging/MonitorInterface.h
@@ -84,7 +83,7 @@ class InstalledPackageTests(unittest.TestCase):
         for name in files_of(place.package()):
             found = paths_in(place.package() / name, [str(place.SOURCE), str(place.BUILD), str(place.folder()), first,
                                                       "/usr/", "/home/", "/root/", "/tmp/", "/build/"])
-            # The guide tells where a build tree stands below the source tree.
+            # The guide names the path of a build tree below the source tree.
             if name.endswith("using-the-libraries.md"):
                 found = [text for text in found if text != "/build/"]
             self.assertEqual(found, [], name)
@@ -125,7 +124,7 @@ class InstalledPackageTests(unittest.TestCase):
 
 
 def headings(page):
-    """The names by which links lead to the headings of a page."""
+    """The link names of the headings of a page."""
     texts = re.findall(r"^#+ (.*)$", page.read_text(encoding="utf-8"), re.MULTILINE)
     return {re.sub(r"[^\w -]", "", text.lower()).replace(" ", "-") for text in texts}
 
@@ -146,7 +145,7 @@ class ArchiveTests(unittest.TestCase):
         for name in PROGRAM:
             texts = [str(place.SOURCE), str(place.BUILD), str(place.folder()), "/home/", "/root/"]
             if not name.startswith("symbols/"):
-                texts.append("/usr/") # where the compiler's own sources stand is told by its debug information
+                texts.append("/usr/") # the debug information names the paths of the compiler's sources
             self.assertEqual(paths_in(place.archive("program") / name, texts), [], name)
 
     def test_texts_have_the_line_ends_of_windows_and_no_gaps(self):
@@ -156,8 +155,6 @@ class ArchiveTests(unittest.TestCase):
             self.assertNotIn(b"@", content, name)
 
     def test_readme_tells_version_host_and_exit_codes(self):
-        sys.path.insert(0, str(place.SOURCE / "tests" / "e2e"))
-        from product import RESULT_NAMES
         readme = (place.archive("program") / "readme.txt").read_text(encoding="ascii")
         self.assertIn(f"proxy {place.VERSION}\n", readme)
         self.assertIn(f"\\Statlet\\LumoLink\\{place.VERSION}:\n", readme)

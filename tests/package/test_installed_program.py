@@ -4,7 +4,7 @@ import shutil
 
 import place
 from encrypted_test import EncryptedTest
-from product import Product
+from kvtest.product import Product
 
 FOLDER = "C:\\Program Files\\Norvik\\Device Centre"
 

@@ -3,10 +3,10 @@
 import pathlib
 import shutil
 
-import hits
 from consumer import Consumer
 from encrypted_test import EncryptedTest
-from wine_prefix import registry_text, to_windows
+from kvtest import hits
+from kvtest.wine import registry_text, to_windows
 
 FOLDER = "C:\\Program Files\\Example"
 

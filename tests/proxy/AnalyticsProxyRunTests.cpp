@@ -30,7 +30,7 @@ protected:
         m_around.commandLine = L"program.exe " + arguments;
         return CAnalyticsProxy().Run();
     }
-    // What the engine was told of the hit.
+    // The tracking calls that the engine got.
     Calls Hits(const std::wstring& arguments)
     {
         EXPECT_EQ(Run(arguments), PROXY_S_DONE);
@@ -50,7 +50,7 @@ protected:
         EXPECT_EQ(Run(), PROXY_S_DONE);
         return m_engine.calls.at(0);
     }
-    // The line stands in the log after the tracking call and before the next.
+    // The line is in the log after the tracking call and before the next call.
     void ExpectLineAfterTheCall(const std::wstring& arguments, const std::wstring& line)
     {
         m_trace.Enable(KVLogging::kLogInfo);

@@ -12,6 +12,7 @@
 #include "tests/support/AllocationHook.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/TraceCapture.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "winapi/WinApi.h"
 
 namespace
@@ -160,8 +161,8 @@ TEST_F(ConsentTests, AMarkThatCannotBeLookedAt_CountsAsAbsent)
     EXPECT_TRUE(Check());
 }
 
-// A user who has opted out, on a system that lacks memory somewhere on the way to the mark. The check must not end with
-// an answer: the default folder, where an earlier step would make it look, has no mark.
+// A user who opted out, on a system that lacks memory at some step before the mark is found. The check must have no
+// result: the default folder, in which it would otherwise search, has no mark.
 class ConsentWithoutMemoryTests : public ConsentTests
 {
 protected:
@@ -169,7 +170,7 @@ protected:
 
     void ExpectNoAnswer()
     {
-        // Without the log: what it reads on the way is not what this is about.
+        // Without the log, whose own reading is not part of this test.
         EXPECT_THROW(KVAnalyticsProxy::CAnalyticsProxy().IsOptInForAnalytics(), std::bad_alloc);
     }
 };
@@ -201,7 +202,7 @@ TEST_F(ConsentWithoutMemoryTests, DataFolderNotRead_GivesNoAnswer)
     const KVTest::ScopedSubstitute swap(KVWinApi::g_winApi, profile);
     ExpectNoAnswer();
     ExpectNoAnswer();                        // nothing of the first attempt is kept
-    profile.error = ERROR_SHARING_VIOLATION; // a file that somebody holds open reads as one without keys
+    profile.error = ERROR_SHARING_VIOLATION; // a file that is held open reads as one without keys
     EXPECT_TRUE(KVAnalyticsProxy::CAnalyticsProxy().IsOptInForAnalytics());
 }
 
@@ -279,7 +280,7 @@ TEST_F(ConsentWithoutMemoryTests, ProductFolderNotFound_GivesNoAnswer)
 
 int s_allocationsLeft = 0;
 
-// Whether the user is taken for one who has opted in; nothing when the allocation of that number failed loudly.
+// Whether the user counts as opted in; nothing if the allocation of that number threw.
 std::optional<bool> CheckWithFailingAllocation(int number)
 {
     s_allocationsLeft = number;

@@ -4,7 +4,7 @@
 //   allocation   the next allocation of the main thread fails
 //   again        the same, and on the way out a static object ends the process once more
 //   abort        the main thread aborts, as the runtime does when it lacks memory for itself
-//   thread       another thread lets an exception out
+//   thread       a second thread lets an exception escape
 
 #include <windows.h>
 
@@ -28,7 +28,7 @@ bool IsFailure(const wchar_t* name)
     return std::wcsstr(::GetCommandLineW(), (std::wstring(L"/failure ") + name).c_str()) != nullptr;
 }
 
-// Until the worker has taken over what the queue file holds, besides the two hits of the run's own.
+// Until the worker has loaded the hits of the queue file, besides the run's own two hits.
 void WaitForEarlierHits()
 {
     constexpr int kTries = 1000;

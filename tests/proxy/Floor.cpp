@@ -1,6 +1,6 @@
 #include <windows.h>
 
-// kv_floor: what every run of the program does at least: it asks the registry whether to log, and ends.
+// kv_floor: the least that every run of the program does: it asks the registry whether to log, and ends.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
 {
     HKEY key = nullptr;

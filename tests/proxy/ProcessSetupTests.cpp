@@ -39,7 +39,7 @@ TEST(ProcessSetupTests, ASystemWithoutTheFunction_KeepsItsSearch)
     KVTest::LoaderPatch loader;
     loader.LackFunctions();
     const CProcessSetup setup;
-    EXPECT_EQ(loader.GetLookUps().at(0).Name, "SetDefaultDllDirectories");
+    EXPECT_EQ(loader.GetLookUps().at(0).name, "SetDefaultDllDirectories");
     EXPECT_TRUE(IsFoundBesideTheProgram());
 }
 

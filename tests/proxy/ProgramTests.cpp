@@ -36,7 +36,7 @@ protected:
     KVTest::LoadedModules Run() const { return KVTest::RunAndListModules(L"\"" + ProgramPath() + L"\" /linkid a"); }
     static std::set<std::wstring> LoadedAtLeast()
     {
-        return KVTest::RunAndListModules(KVTest::PathBesideTest(L"kv_floor.exe")).Names;
+        return KVTest::RunAndListModules(KVTest::PathBesideTest(L"kv_floor.exe")).names;
     }
 
 private:
@@ -49,18 +49,18 @@ TEST_F(ProgramLoadTests, RunThatEndsAtTheConsentCheck_LoadsNoFurtherLibrary)
 {
     NameDataFolder();
     const KVTest::LoadedModules run = Run();
-    EXPECT_EQ(run.ExitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
-    EXPECT_EQ(run.Names, LoadedAtLeast());
-    EXPECT_EQ(run.Names.count(L"kernel32.dll"), 1u);
+    EXPECT_EQ(run.exitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
+    EXPECT_EQ(run.names, LoadedAtLeast());
+    EXPECT_EQ(run.names.count(L"kernel32.dll"), 1u);
 }
 
 TEST_F(ProgramLoadTests, RunThatEndsAtTheConsentCheck_LoadsTheShellToFindTheDataFolder)
 {
     const KVTest::LoadedModules run = Run();
-    EXPECT_EQ(run.ExitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
-    EXPECT_EQ(run.Names.count(L"shell32.dll"), 1u);
-    EXPECT_EQ(run.Names.count(L"wininet.dll"), 0u);
-    EXPECT_EQ(run.Names.count(L"winspool.drv"), 0u);
+    EXPECT_EQ(run.exitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
+    EXPECT_EQ(run.names.count(L"shell32.dll"), 1u);
+    EXPECT_EQ(run.names.count(L"wininet.dll"), 0u);
+    EXPECT_EQ(run.names.count(L"winspool.drv"), 0u);
 }
 
 TEST_F(ProgramLoadTests, RunThatEndsAtTheCallerCheck_LoadsWhatTheCheckNeeds)
@@ -68,10 +68,10 @@ TEST_F(ProgramLoadTests, RunThatEndsAtTheCallerCheck_LoadsWhatTheCheckNeeds)
     NameDataFolder();
     OptIn();
     const KVTest::LoadedModules run = Run();
-    EXPECT_EQ(run.ExitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_E_NOT_CALLED_BY_LUMO));
+    EXPECT_EQ(run.exitCode, static_cast<DWORD>(KVAnalyticsProxy::PROXY_E_NOT_CALLED_BY_LUMO));
     std::set<std::wstring> expected = LoadedAtLeast();
     expected.insert(L"psapi.dll");
-    EXPECT_EQ(run.Names, expected);
+    EXPECT_EQ(run.names, expected);
 }
 
 TEST(ProgramTests, VersionResource_SaysWhatTheBuildSays)

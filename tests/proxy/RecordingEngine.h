@@ -9,8 +9,8 @@
 
 namespace KVTest
 {
-/// Stands for the engine of the process: RecordingEngine.cpp defines KVAnalyticsReporting::GetAnalyticsEngine in place
-/// of the library's. Records each call, texts separated by "|".
+/// Replaces the engine of the process: RecordingEngine.cpp defines KVAnalyticsReporting::GetAnalyticsEngine in place of
+/// the library's. Records each call, with texts separated by "|".
 class RecordingEngine : public KVAnalyticsReporting::IAnalyticsEngine
 {
 public:
@@ -33,13 +33,13 @@ public:
     void TrackInstallResult(int resultCode, const std::wstring& modelName) override;
     void TrackLumoLink(const std::wstring& linkId, const std::wstring& modelName, int connectionKind,
                        int networkKind) override;
-    /// The list that comes in is recorded by its length.
+    /// Records the length of the list that it gets.
     bool HasPendingRequests(std::list<std::wstring>& requests) override;
 
     std::vector<std::wstring> calls;
-    /// The result of a call, by its text. Called before the call ends.
+    /// Gives the result of a call, by its text. Called before the call ends.
     std::function<bool(const std::wstring& call)> answer = [](const std::wstring&) { return true; };
-    /// How many requests are still pending at each poll; none when the list is over.
+    /// The number of pending requests at each poll; 0 after the end of the list.
     std::list<int> pending;
 
 private:

@@ -13,7 +13,7 @@
 
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
-#include "utils/PathUtils.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "winapi/KernelApi.h"
 #include "winapi/ShellApi.h"
 #include "winapi/ToolHlpApi.h"
@@ -21,9 +21,9 @@
 
 namespace KVTest
 {
-/// What the program finds around itself, all of it as it must be for a report: it stands in a product folder with a
-/// config.ini, beside the participation program, and was started by the device centre's host. A test changes what it is
-/// about. Everything but the calls named here is the system's own.
+/// The surroundings of the program, initially as a report needs them: a product folder with a config.ini, the
+/// participation program beside the program, and the device centre's host as parent. Each test changes its own part.
+/// All calls except those named here are the system's own.
 ///
 /// Calls about processes are recorded in `processCalls`.
 class Surroundings
@@ -52,7 +52,7 @@ public:
         return folder + std::wstring(L"\\mshta.exe");
     }
 
-    /// The whole of config.ini; the data folder is added.
+    /// Writes the whole config.ini; adds the data folder.
     void WriteConfig(const std::string& content) const
     {
         std::string dataFolder;
@@ -124,7 +124,7 @@ public:
         {
             m_surroundings.Record(NameOf(L"path ", process) + (module == ParentModule() ? L" " : L" other ") +
                                   std::to_wstring(size));
-            // The system fills the whole buffer when the path is longer, and leaves its end out.
+            // If the path is longer, the system fills the whole buffer and omits the end.
             return static_cast<DWORD>(m_surroundings.parentPath.copy(path, size));
         }
         BOOL CloseHandle(HANDLE handle) override
@@ -187,7 +187,7 @@ public:
             {
                 return FALSE;
             }
-            entry->dwSize = 1; // whoever goes on has to set it again
+            entry->dwSize = 1; // the next call has to set it again
             entry->th32ProcessID = m_surroundings.processes[m_next].first;
             entry->th32ParentProcessID = m_surroundings.processes[m_next].second;
             ++m_next;
@@ -235,9 +235,9 @@ public:
     };
 
     std::wstring commandLine = L"program.exe";
-    std::function<void()> onCommandLine = [] {}; // called when it is asked for
-    std::function<void()> onTick = [] {};        // called when the clock is asked
-    std::list<DWORD> ticks;                      // what the clock says, in order; then the system's
+    std::function<void()> onCommandLine = [] {}; // called when it is read
+    std::function<void()> onTick = [] {};        // called when the clock is read
+    std::list<DWORD> ticks;                      // the readings of the clock, in order; then the system's
     std::vector<std::pair<DWORD, DWORD>> processes = {{4, 0}, {kParentId, 4}, {kOwnId, kParentId}, {5000, kOwnId}};
     bool takesSnapshot = true;
     bool opensParent = true;
@@ -245,7 +245,7 @@ public:
     std::wstring parentPath = HostPath();
     WORD architecture = PROCESSOR_ARCHITECTURE_AMD64;
     HRESULT shellResult = S_OK;
-    DWORD markError = ERROR_SUCCESS; // with which looking at the mark of opting out fails
+    DWORD markError = ERROR_SUCCESS; // why the opt-out mark cannot be accessed
     std::vector<std::wstring> processCalls;
     std::vector<std::wstring> attributeCalls;
     std::vector<std::wstring> shellCalls;

@@ -1,14 +1,10 @@
 """The model of scripts/soak: that it accepts what the rules allow, and finds what they do not. Needs no Wine."""
 
-import pathlib
-import sys
 import types
 import unittest
 
-sys.dont_write_bytecode = True  # the folders of the sources stay clean
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "soak"))
-import soak_model
-from soak_model import ACCEPTED, LOST, REFUSED
+from kvtest import soak_model
+from kvtest.soak_model import ACCEPTED, LOST, REFUSED
 
 TIME = 1795294790
 A, B, C, D = (f"p0-1-{number}-screen" for number in range(4))

@@ -22,7 +22,7 @@ AllocationHook::~AllocationHook()
 }
 } // namespace KVTest
 
-// Replaces the one of the standard library in the whole test program; the other forms end here.
+// Replaces that of the standard library in the whole program; the standard library's other forms call this one.
 void* operator new(std::size_t byteCount)
 {
     if (const KVTest::AllocationHook::Hook hook = s_hook)

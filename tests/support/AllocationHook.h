@@ -4,8 +4,8 @@
 
 namespace KVTest
 {
-/// While the object lives, the hook sees the size of every allocation of this process by `operator new`, before it is
-/// made, and may throw in its place. One at a time.
+/// While the object lives, `operator new` of this process calls the hook with the size of each allocation before it
+/// allocates; the hook may throw. One at a time. Needs the target kv_allocation_hook.
 class AllocationHook
 {
 public:

@@ -115,7 +115,7 @@ std::vector<std::string> DebugOutputCapture::GetLines()
         const std::lock_guard lock(m_mutex);
         m_awaitedMark = mark;
     }
-    // What this thread sent before comes before the mark, since the buffer holds one text at a time.
+    // The buffer holds one text at a time, so all earlier output of this thread arrives before the mark.
     ::OutputDebugStringA(mark.c_str());
     if (::WaitForSingleObject(m_markSeen, kArrivalMs) != WAIT_OBJECT_0)
     {

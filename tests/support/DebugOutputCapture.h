@@ -9,12 +9,12 @@
 
 namespace KVTest
 {
-/// Records what this process hands to `OutputDebugStringW` and `OutputDebugStringA` while the object lives, one entry a
-/// call, as a viewer of the system-wide debug output buffer (DBWIN_BUFFER) does. The buffer carries narrow text:
-/// characters beyond the code page come as "?".
+/// While the object lives, records what this process passes to `OutputDebugStringW` and `OutputDebugStringA`, one entry
+/// a call, as a viewer of the system-wide debug output buffer (DBWIN_BUFFER) does. The buffer holds narrow text:
+/// characters outside the code page arrive as "?".
 ///
-/// The buffer exists once per session, so captures of several processes take turns: construction waits for its turn up
-/// to 30 seconds, and throws std::runtime_error after that. Output of other processes is left out.
+/// A session has one such buffer, so captures of several processes take turns: construction waits for its turn up to 30
+/// seconds, then throws std::runtime_error. Output of other processes is left out.
 class DebugOutputCapture
 {
 public:
@@ -23,8 +23,8 @@ public:
     DebugOutputCapture(const DebugOutputCapture&) = delete;
     DebugOutputCapture& operator=(const DebugOutputCapture&) = delete;
 
-    /// Everything so far, this thread's calls complete. Throws std::runtime_error when the output does not arrive
-    /// within 10 seconds.
+    /// Everything so far, including each call that this thread has made. Throws std::runtime_error if the output does
+    /// not arrive within 10 seconds.
     std::vector<std::string> GetLines();
     /// The same with all entries joined.
     std::string GetText();

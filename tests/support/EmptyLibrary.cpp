@@ -1,6 +1,6 @@
 #include <windows.h>
 
-// A library that holds nothing but its resources.
+// A library that contains only resources.
 extern "C" __declspec(dllexport) int KvEmptyLibrary()
 {
     return 0;

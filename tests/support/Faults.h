@@ -6,7 +6,7 @@
 
 namespace KVTest
 {
-/// A page that may not be read or written; any access to it is an access violation at an address that the test knows.
+/// A page without any access rights: reading or writing it is an access violation at a known address.
 class ForbiddenPage
 {
 public:
@@ -14,7 +14,7 @@ public:
     {
         if (m_page == nullptr)
         {
-            throw std::runtime_error("no page can be had");
+            throw std::runtime_error("VirtualAlloc failed");
         }
     }
     ~ForbiddenPage() { ::VirtualFree(m_page, 0, MEM_RELEASE); }
@@ -29,7 +29,7 @@ private:
     void* m_page;
 };
 
-// A checked build would put a trap of its own in place of the processor's fault.
+// A checked build would otherwise replace the processor's fault by a trap of its own.
 #if defined(_MSC_VER)
 #define KV_NOT_SANITIZED
 #elif defined(__clang__)

@@ -17,7 +17,7 @@ namespace
 using FreeFunction = void(__cdecl*)(void*);
 
 std::optional<ImportPatch> s_patch;
-FreeFunction s_free = nullptr; // outlives the patch: another thread may be on its way
+FreeFunction s_free = nullptr; // outlives the patch: a different thread may still be in it
 
 void End(const char* reason) noexcept
 {
@@ -26,7 +26,7 @@ void End(const char* reason) noexcept
     ::TerminateProcess(::GetCurrentProcess(), HeapCheck::kDamaged);
 }
 
-// Of the C runtime's heap; all blocks without one.
+// A block of the C runtime's heap, or all blocks if it is null.
 void Validate(const void* block) noexcept
 {
     if (::HeapValidate(reinterpret_cast<HANDLE>(_get_heap_handle()), 0, block) == FALSE)

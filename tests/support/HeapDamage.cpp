@@ -7,14 +7,14 @@
 
 namespace
 {
-// Hides from the compiler that the pointer is that of a block.
+// Keeps the compiler from knowing that the pointer is that of a block.
 char* Obscure(void* block) noexcept
 {
     char* volatile pointer = static_cast<char*>(block);
     return pointer;
 }
 
-// 24 bytes are no multiple of the heap's grain: what is written behind them damages nothing but the filling there.
+// 24 is not a multiple of the heap's granularity: a write behind the block damages only the fill pattern.
 void OverrunBlock()
 {
     char* const block = Obscure(std::malloc(24));
@@ -34,7 +34,7 @@ void WriteToFreedBlock()
 }
 } // namespace
 
-// kv_heap_damage overrun|freed: writes behind a block, or into a freed one. Ends with 0 when nobody notices.
+// kv_heap_damage overrun|freed: writes behind a block, or into a freed one. Ends with 0 if no check notices.
 int wmain(int argc, wchar_t** argv)
 {
     const KVTest::HeapCheck heapCheck;

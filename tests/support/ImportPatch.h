@@ -4,7 +4,7 @@
 
 namespace KVTest
 {
-/// Overwrites one place of the program's import table for the object's lifetime.
+/// Overwrites one entry of the program's import address table for the object's lifetime.
 class ImportPatch
 {
 public:
@@ -13,7 +13,7 @@ public:
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
 
-    /// What stood there.
+    /// The entry before it was overwritten.
     void* GetOriginal() const noexcept { return m_original; }
 
 private:
@@ -30,5 +30,6 @@ private:
 };
 } // namespace KVTest
 
-/// The place of a system function in the import table, as the linker names it: `__imp_` and the name. At file scope.
+/// Declares the import address table entry of a system function, whose linker name is `__imp_` with the function's
+/// name. At file scope.
 #define KV_DECLARE_IMPORT(operation) extern "C" void* __imp_##operation;

@@ -6,7 +6,7 @@
 #include "tests/support/ChildProcess.h"
 
 // kv_launcher PROGRAM [ARGUMENT...]: starts the program, prints its exit code as 0x%08X and ends with 0. Ends with 1
-// when the program cannot be started or has not ended within a minute.
+// if the program cannot be started or does not end within a minute.
 int wmain(int argc, wchar_t** argv)
 {
     constexpr DWORD kMinuteMs = 60000;

@@ -37,7 +37,7 @@ PROCESS_INFORMATION StartDebugged(std::wstring& commandLine)
     return process;
 }
 
-// How the debugged program goes on: its own exceptions are its own business, the debugger's breakpoints are not.
+// How the debugged program continues: it handles its own exceptions, and the debugger its breakpoints.
 DWORD ContinuationOf(const DEBUG_EVENT& event)
 {
     return event.dwDebugEventCode == EXCEPTION_DEBUG_EVENT &&
@@ -62,7 +62,7 @@ LoadedModules RunAndListModules(std::wstring commandLine, DWORD timeoutMs)
         }
         if (event.dwDebugEventCode == LOAD_DLL_DEBUG_EVENT)
         {
-            result.Names.insert(FileNameInLowerCase(event.u.LoadDll.hFile));
+            result.names.insert(FileNameInLowerCase(event.u.LoadDll.hFile));
             ::CloseHandle(event.u.LoadDll.hFile);
         }
         else if (event.dwDebugEventCode == CREATE_PROCESS_DEBUG_EVENT)
@@ -71,7 +71,7 @@ LoadedModules RunAndListModules(std::wstring commandLine, DWORD timeoutMs)
         }
         else if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT)
         {
-            result.ExitCode = event.u.ExitProcess.dwExitCode;
+            result.exitCode = event.u.ExitProcess.dwExitCode;
             isOver = true;
         }
         ::ContinueDebugEvent(event.dwProcessId, event.dwThreadId, ContinuationOf(event));

@@ -7,15 +7,15 @@
 
 namespace KVTest
 {
-/// What a program has loaded by its end.
+/// The exit code of a program and the DLLs that it has loaded.
 struct LoadedModules
 {
-    DWORD ExitCode;
-    /// File names of all DLLs that it had loaded at any time, those that were gone by its end included, in lower case.
-    std::set<std::wstring> Names;
+    DWORD exitCode;
+    /// File names in lower case of all DLLs, including those that were unloaded before its end.
+    std::set<std::wstring> names;
 };
 
-/// Runs a program to its end as its debugger, which hears of every module. Throws std::runtime_error when the program
-/// cannot be started or does not end within the time.
+/// Runs a program to its end as its debugger, which receives an event for every DLL. Throws std::runtime_error if the
+/// program cannot be started or does not end in time.
 LoadedModules RunAndListModules(std::wstring commandLine, DWORD timeoutMs = 20000);
 } // namespace KVTest

@@ -10,12 +10,12 @@
 
 namespace KVTest
 {
-/// Stands between the program and the system's loader (`LoadLibraryExW`, `GetProcAddress`) for the object's lifetime,
-/// notes what is asked of it and answers in its place. One at a time.
+/// For the object's lifetime replaces the program's imports of the system's loader, `LoadLibraryExW` and
+/// `GetProcAddress`: records each call and can change its result. One at a time.
 class LoaderPatch
 {
 public:
-    /// The loader does its work, and leaves kDisturbedError as the last error.
+    /// Calls succeed as usual at first, but leave kDisturbedError as the last error.
     LoaderPatch();
     ~LoaderPatch();
     LoaderPatch(const LoaderPatch&) = delete;
@@ -23,24 +23,24 @@ public:
 
     static constexpr DWORD kDisturbedError = 4711;
 
-    /// A look-up of that name finds this function instead of what there is; without a name every look-up does.
+    /// A look-up of that name returns this function instead of the system's; without a name every look-up does.
     void AnswerWith(void* function, const char* name = "") { m_answers[name] = function; }
-    /// No library can be loaded from now on (ERROR_MOD_NOT_FOUND), or none but those whose file name is another.
+    /// From here on every load fails with ERROR_MOD_NOT_FOUND, or only that of the library with this file name.
     void LackLibraries(const wchar_t* fileName = nullptr) noexcept;
-    /// No function is found from now on (ERROR_PROC_NOT_FOUND).
+    /// From here on every look-up fails with ERROR_PROC_NOT_FOUND.
     void LackFunctions() noexcept { m_lacksFunctions = true; }
 
     struct Load
     {
-        std::wstring Path;
-        HANDLE File;
-        DWORD Flags;
+        std::wstring path;
+        HANDLE file;
+        DWORD flags;
     };
     struct LookUp
     {
-        HMODULE Module;
-        std::string Name;
-        void* Found; // what there is, whatever the answer was
+        HMODULE module;
+        std::string name;
+        void* found; // what the system returned, whatever the caller received
     };
     const std::vector<Load>& GetLoads() const noexcept { return m_loads; }
     const std::vector<LookUp>& GetLookUps() const noexcept { return m_lookUps; }

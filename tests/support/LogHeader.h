@@ -10,7 +10,7 @@
 
 namespace KVTest
 {
-/// What a log file begins with when the module opens it: the header block, then the entry of a function scope.
+/// How a log file begins after the module has opened it: the header block, then the entry line of a function scope.
 inline std::wstring GetLogHeader(KVLogging::CLogModule& module)
 {
     const TemporaryFolder folder;

@@ -2,7 +2,7 @@
 
 #include <cwchar>
 
-// A library that shows that its code has been run: it makes an empty file beside itself, of its own name and ".run".
+// A library that reports that its code has run: it creates an empty file beside itself, named after it with ".run".
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID)
 {
     constexpr wchar_t kEnding[] = L".run";

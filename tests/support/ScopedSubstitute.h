@@ -2,8 +2,9 @@
 
 namespace KVTest
 {
-/// Puts a substitute behind a facade pointer and restores what was there before. Not synchronised with callers on other
-/// threads: end them, and the objects under test that use the facade, before the scope.
+/// Points a facade pointer to a substitute and restores it at the end of the scope. Not synchronised with other
+/// threads: those that call the facade must have ended by then, and objects under test that use it must have been
+/// destroyed.
 template <typename Interface> class ScopedSubstitute
 {
 public:
@@ -20,7 +21,7 @@ private:
     Interface* m_original;
 };
 
-// The substitute may be of a derived class: the interface is the pointer's.
+// The pointer decides the interface; the substitute may be of a derived class.
 template <typename Interface, typename Substitute>
 ScopedSubstitute(Interface*&, Substitute&) -> ScopedSubstitute<Interface>;
 } // namespace KVTest

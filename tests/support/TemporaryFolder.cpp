@@ -24,7 +24,7 @@ TemporaryFolder::TemporaryFolder()
     {
         throw std::runtime_error("there is no temporary folder");
     }
-    // The tick count keeps a folder that a killed process of the same id left behind from being used again.
+    // With the tick count in its name it is not a folder that a killed process of the same id left behind.
     m_path = std::wstring(base) + L"kvtest-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
              std::to_wstring(::GetTickCount64()) + L"-" + std::to_wstring(s_counter++);
     if (::CreateDirectoryW(m_path.c_str(), nullptr) == FALSE)

@@ -4,7 +4,7 @@
 
 #include "tests/support/HeapCheck.h"
 
-// A crash ends the test at once and is never offered to a debugger or shown to a person.
+// A crash ends the test at once, without a dialog or a debugger.
 int main(int argc, char** argv)
 {
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);

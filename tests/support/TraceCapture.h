@@ -10,12 +10,13 @@
 
 namespace KVTest
 {
-/// A user whose log settings send what this process traces to a file. Nothing is traced before the test enables it.
+/// Log settings of a user that send the trace log of this process to a file. Nothing is logged before the test enables
+/// it.
 class TraceCapture
 {
 public:
     TraceCapture() { m_registry.SetString(kKey, L"LogFileName", m_folder.PathOf(L"log.txt")); }
-    /// Information lines up to the detail level are among them when kLogInfo is.
+    /// The detail level limits the lines of kLogInfo.
     void Enable(DWORD categories, DWORD detailLevel = 15) const
     {
         m_registry.SetDword(kKey, L"LogCategories", categories);
@@ -23,9 +24,9 @@ public:
     }
     /// Everything but the header block.
     void EnableAll() const { Enable(0xFF0); }
-    /// All but what the scopes write at entry and exit.
+    /// Everything except the header block and the lines at entry and exit of a scope.
     void EnableMessages() const { Enable(0xFF0 & ~(KVLogging::kLogEntry | KVLogging::kLogExit)); }
-    /// Each line with its tag and its end. Throws when nothing has been written.
+    /// Each line with its tag and its end. Throws std::runtime_error if nothing was written.
     std::wstring GetText() const { return ReadUtf16File(m_folder.PathOf(L"log.txt")); }
     bool IsEmpty() const
     {

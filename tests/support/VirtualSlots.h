@@ -6,8 +6,8 @@
 namespace KVTest
 {
 #if !defined(_MSC_VER)
-/// Index of a virtual operation in its class's table, from 0. A virtual destructor takes two places here, one with
-/// MSVC. Rests on how g++ and clang represent a pointer to a virtual member: the offset in the table plus one.
+/// Index of a virtual operation in its class's virtual table, from 0. A virtual destructor takes two slots here, one
+/// with MSVC. Relies on how g++ and clang represent a pointer to a virtual member: the offset in the table plus one.
 template <typename Member> std::size_t SlotOf(Member member) noexcept
 {
     struct Representation
@@ -18,7 +18,7 @@ template <typename Member> std::size_t SlotOf(Member member) noexcept
     return (std::bit_cast<Representation>(member).offsetPlusOne - 1) / sizeof(void*);
 }
 
-/// Number of places in the table of an interface: the place that the next operation would take.
+/// Number of slots in the virtual table of an interface: the slot that the next operation would take.
 template <typename Interface> std::size_t SlotCountOf() noexcept
 {
     struct Extended : Interface

@@ -327,7 +327,7 @@ TEST(CommandLineTests, Interface_OperationsStandInSlotOrder)
 }
 #endif
 
-// What a command line means, told once more: from the list of its elements, without the parser's means.
+// A model of the meaning of a command line: from the list of its elements, without the parser's code.
 struct Model
 {
     std::vector<std::pair<std::wstring, std::wstring>> entries; // in order of appearance

@@ -38,8 +38,8 @@ std::string Narrow(const std::wstring& text)
     return narrow;
 }
 
-// What stands in a file, as the system understands it: texts without the blanks around them and without the one pair
-// of quotes that may enclose them.
+// A text of a file as the system reads it: without the blanks around it and without the one pair of quotes that may
+// enclose it.
 std::wstring Understood(std::wstring text)
 {
     text.erase(0, std::min(text.find_first_not_of(L' '), text.size()));
@@ -153,7 +153,7 @@ std::wstring RandomCase(KVTest::RandomCases& random, std::wstring text)
     return random.OneIn(2) ? Lower(std::move(text)) : text;
 }
 
-// Half the lines of a section have a key that another line of it may have, too: the first one counts.
+// Half the lines of a section have a key that further lines of it may have: the first line counts.
 std::pair<std::wstring, ModelFile> RandomFile(KVTest::RandomCases& random, bool isUnicode)
 {
     std::wstring text;
@@ -279,7 +279,7 @@ void WriteOnce(KVTest::RandomCases& random, CIniFile& ini, ModelFile& model, con
         model.Write(section, key, value);
         break;
     default:
-        if (model.Count(section, key) == 1) // what becomes of further lines with the key is not documented
+        if (model.Count(section, key) == 1) // the system documents nothing about further lines with the key
         {
             ASSERT_TRUE(ini.DeleteKey(section.c_str(), key.c_str()));
             model.Delete(section, key);
@@ -320,6 +320,6 @@ TEST(IniFileRandomTests, RandomFiles_ReadAsTheModelSays)
         }
         ::DeleteFileW(ini.GetFile().c_str());
     }
-    EXPECT_GT(present, kFiles * kCasesPerFile / 4); // not too many of the questions may be about absent keys
+    EXPECT_GT(present, kFiles * kCasesPerFile / 4); // not too many of the look-ups may be for absent keys
 }
 } // namespace

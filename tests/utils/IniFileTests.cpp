@@ -143,7 +143,7 @@ TEST_F(IniFileTests, GetInt_Texts)
         {L"+-5", 0, false},
         {L"-", 0, false},
         {L"\" \"", 0, false},
-        {L"\u0665", 0, false}, // a digit five of another script
+        {L"\u0665", 0, false}, // the digit five of a different script
         {L"\"\u00A07\"", 0, false},
         {L"2147483647", kMax, true},
         {L"-2147483648", kMin, true},
@@ -360,7 +360,7 @@ TEST_F(IniFileTests, ReadString_FilesThatAreNoIniFiles_Fail)
     }
 }
 
-// A profile function of any behaviour; records what it is asked.
+// A profile function of any behaviour; records its arguments.
 class AnyProfile : public KVWinApi::CWinApi
 {
 public:
@@ -426,7 +426,7 @@ TEST(IniFileFacadeTests, ReadString_TextWithANull_EndsThere)
     EXPECT_TRUE(CIniFile().ReadString(L"S", L"K", value));
     EXPECT_EQ(value, L"a");
     profile.text = std::wstring(L"\0b", 2);
-    EXPECT_TRUE(CIniFile().ReadString(L"S", L"K", value)); // the result is what the system says
+    EXPECT_TRUE(CIniFile().ReadString(L"S", L"K", value)); // the result is the system's
     EXPECT_EQ(value, L"");
 }
 

@@ -12,7 +12,7 @@
 
 namespace KVTest
 {
-/// A copy of the program kv_utils_probe.exe at Product\bin in a folder of its own, to be run under any name.
+/// A copy of the program kv_utils_probe.exe at Product\bin in a folder of its own, which can run under any name.
 class InstalledProbe
 {
 public:
@@ -30,7 +30,7 @@ public:
     const TemporaryFolder& GetFolder() const noexcept { return m_folder; }
     const std::wstring& GetProgramPath() const noexcept { return m_programPath; }
 
-    /// Runs it with the arguments as they are and waits for its end. Throws when it does not end well.
+    /// Runs it with the unchanged arguments and waits for its end. Throws if it fails.
     void Run(const std::wstring& arguments = L"")
     {
         const std::wstring output = m_folder.PathOf(L"output.txt");
@@ -44,7 +44,7 @@ public:
         m_lines = ReadUtf16File(output);
     }
 
-    /// What the last run told of that name; "(nothing)" when it is not there.
+    /// The value that the last run wrote for that name; "(nothing)" if it wrote none.
     std::wstring Told(std::wstring_view name) const
     {
         std::wistringstream lines(m_lines);

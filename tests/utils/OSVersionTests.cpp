@@ -18,7 +18,7 @@ constexpr DWORD kMaskFor8Point1 = 0x3;
 
 void WINAPI ReportArchitecture(LPSYSTEM_INFO information);
 
-// A system of any version and architecture, which records what it is asked.
+// A system of any version and architecture, which records its calls.
 class AnySystem : public KVWinApi::CKernelApi
 {
 public:

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tests/support/ScopedSubstitute.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "winapi/KernelApi.h"
 
 namespace
@@ -50,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
                     StripCase{"ForwardSlashes", L"C:/dir/file", L"C:"},
                     StripCase{"ForwardSlashesWithoutDrive", L"dir/file", L""},
                     StripCase{"MixedSlashes", L"C:\\a/b\\c/d", L"C:\\a/b"},
-                    // The backslash stands third, yet not behind a drive.
+                    // The backslash is the third character, but does not follow a drive.
                     StripCase{"BackslashAtTwoWithoutDrive", L"ab\\file", L"ab"},
                     StripCase{"DoubledBackslash", L"C:\\\\file", L"C:\\"},
                     StripCase{"Dots", L"C:\\a\\..\\b.c.d", L"C:\\a\\.."},
@@ -202,7 +203,7 @@ TEST(PathUtilsTests, GetLastPathComponent_IsTheTextBehindTheLastBackslash)
     EXPECT_EQ(KVUtils::GetLastPathComponent(L"C:\\"), L"");
     EXPECT_EQ(KVUtils::GetLastPathComponent(L"C:\\a\\"), L"");
     EXPECT_EQ(KVUtils::GetLastPathComponent(L"\\"), L"");
-    EXPECT_EQ(KVUtils::GetLastPathComponent(L"C:\\a\\b:c"), L"b:c"); // a backslash goes before a colon
+    EXPECT_EQ(KVUtils::GetLastPathComponent(L"C:\\a\\b:c"), L"b:c"); // a backslash takes precedence over a colon
 }
 
 TEST(PathUtilsTests, GetLastPathComponent_WithoutBackslash_IsTheTextBehindTheLastColon)

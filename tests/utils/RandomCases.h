@@ -10,14 +10,14 @@
 
 namespace KVTest
 {
-/// Source of random test cases. The seed is fixed, so that a test that passes once passes always; it is printed, and
-/// the environment variable KV_TEST_SEED gives another one.
+/// Source of random test cases. The seed is fixed, so that a test that passes once always passes. It is printed, and
+/// the environment variable KV_TEST_SEED replaces it.
 class RandomCases
 {
 public:
     RandomCases() : RandomCases(ReadSeed()) {}
 
-    /// Evenly from 0 up to, but not including, the bound.
+    /// Uniformly distributed from 0 up to, and not including, the bound.
     std::size_t Below(std::size_t bound) { return std::uniform_int_distribution<std::size_t>(0, bound - 1)(m_engine); }
     /// True once in so many times.
     bool OneIn(std::size_t count) { return Below(count) == 0; }

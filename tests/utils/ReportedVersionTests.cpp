@@ -14,7 +14,7 @@ bool IsWine()
     return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-// Makes the system be of another version for programs of one file name, as winecfg does.
+// Gives the system a different version for programs of one file name, as winecfg does.
 class ReportedVersion
 {
 public:

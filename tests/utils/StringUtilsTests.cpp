@@ -102,7 +102,7 @@ TEST(StringUtilsTests, ReplaceAll_ReplacesEveryOccurrenceFromTheLeftWithoutOverl
 TEST(StringUtilsTests, ReplaceAll_DoesNotSearchWhatItPutIn)
 {
     EXPECT_EQ(KVUtils::ReplaceAll(L"aa", L"a", L"aa"), L"aaaa");
-    EXPECT_EQ(KVUtils::ReplaceAll(L"aab", L"ab", L"b"), L"ab"); // not searched again with what was before it either
+    EXPECT_EQ(KVUtils::ReplaceAll(L"aab", L"ab", L"b"), L"ab"); // not searched again together with the text before it
 }
 
 TEST(StringUtilsTests, ReplaceAll_EmptyTextOrNothingToReplace)
@@ -112,7 +112,7 @@ TEST(StringUtilsTests, ReplaceAll_EmptyTextOrNothingToReplace)
     EXPECT_EQ(KVUtils::ReplaceAll(L"abc", L"", L"b"), L"abc");
 }
 
-// The models say what the operations mean, character by character.
+// The models define the operations, character by character.
 std::wstring TrimmedByModel(std::wstring text)
 {
     const auto isSpace = [](wchar_t c) { return c == 32 || (c >= 9 && c <= 13); };

@@ -19,7 +19,7 @@ namespace
 {
 using KVUtils::CSxSConfig;
 
-class ExecutableAt : public KVWinApi::CKernelApi
+class ProgramAt : public KVWinApi::CKernelApi
 {
 public:
     DWORD GetModuleFileNameW(HMODULE, LPWSTR buffer, DWORD size) override
@@ -51,7 +51,7 @@ public:
     int calls = 0;
 };
 
-// A product folder with a program in its folder "bin", and stand-ins for what the system tells.
+// A product folder with a program in its folder "bin", and stand-ins for the system's answers.
 class SxSConfigTests : public testing::Test
 {
 protected:
@@ -64,7 +64,7 @@ protected:
 
     KVTest::TemporaryFolder m_folder;
     std::wstring m_productFolder;
-    ExecutableAt m_kernel;
+    ProgramAt m_kernel;
     CommonDataAt m_shell;
 
 private:
@@ -224,7 +224,7 @@ TEST_F(SxSConfigTests, GetDataFolder_Default_IsKept)
 
 TEST_F(SxSConfigTests, GetDataFolder_CommonApplicationDataUnknown_IsEmptyAndAskedForAgain)
 {
-    for (const HRESULT failure : {E_FAIL, S_FALSE}) // anything but 0
+    for (const HRESULT failure : {E_FAIL, S_FALSE}) // anything except 0
     {
         m_shell.result = failure;
         EXPECT_EQ(CSxSConfig::GetDataFolder(), L"");
@@ -260,7 +260,7 @@ TEST(InstalledProgramTests, InstalledProgram_FindsItsProductAndItsSettings)
     EXPECT_EQ(probe.Told(L"data folder"), L"C:\\data");
 }
 
-// Somebody who unpacks the sample and does not edit it must not report to anybody's property, nor name a model.
+// An unedited sample must neither report to a property nor name a model.
 TEST_F(SxSConfigTests, SampleFile_SetsNothing)
 {
     WriteIni(KVTest::ReadFileBytes(KVTest::PathBesideTest(L"sample_config.ini")));
@@ -272,7 +272,7 @@ TEST_F(SxSConfigTests, SampleFile_SetsNothing)
     EXPECT_EQ(CSxSConfig::GetDataFolder(), L"C:\\ProgramData\\Norvik\\Product"); // the default
 }
 
-// And somebody who removes the semicolons gets what the sample says.
+// Without its semicolons, the sample has the values that it states.
 TEST_F(SxSConfigTests, SampleFile_WithoutItsSemicolons_SetsWhatItSays)
 {
     std::string sample = KVTest::ReadFileBytes(KVTest::PathBesideTest(L"sample_config.ini"));

@@ -8,8 +8,8 @@
 #include "utils/PathUtils.h"
 #include "utils/SxSConfig.h"
 
-// Writes what the library tells a program of its name, place, command line and system, as lines in UTF-16 without
-// byte-order mark, to the file that the environment variable KV_PROBE_OUTPUT names. Ends with 0 when it is written.
+// Writes the library's results for the program's name, place, command line and system, as lines in UTF-16 without
+// byte-order mark, to the file that the environment variable KV_PROBE_OUTPUT names. Ends with 0 if that succeeds.
 int wmain()
 {
     std::wstring output(32767, L'\0');

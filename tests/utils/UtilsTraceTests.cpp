@@ -9,6 +9,7 @@
 #include "tests/support/TraceCapture.h"
 #include "utils/FileUtils.h"
 #include "utils/OSVersion.h"
+#include "utils/PathOfExecutableOverride.h"
 #include "utils/PathUtils.h"
 #include "utils/StringUtils.h"
 #include "utils/SxSConfig.h"
@@ -43,8 +44,8 @@ public:
     }
 };
 
-// Reads the log file that the registry names, with a program that stands at C:\Product\bin. Nothing is logged before a
-// test sets the categories.
+// Reads the log file that the registry names, with a program at C:\Product\bin. Nothing is logged before a test sets
+// the categories.
 class UtilsTraceTests : public testing::Test
 {
 protected:

@@ -16,19 +16,19 @@
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/VirtualSlots.h"
 
-// Proof that the operations of a facade class reach the system function of the same name with the same arguments in the
-// same order and return its result, by a stand-in for that function, and that they have its types. An interface's test
-// lists its operations:
+// Proves with a stand-in for the system function that an operation of a facade class passes the same arguments in the
+// same order to the function of the same name and returns its result, and that it has the same types. An interface's
+// test lists its operations:
 //
-//     SAME(operation)                forwards to the imported function of its name: the stand-in stands in its place in
-//                                    the program's import table while the operation is called
-//     LATE(dll, operation, failure)  forwards to the function of its name in that DLL, which is looked up at the first
-//                                    call: the stand-in is what the look-up finds. failure: the result without the
-//                                    function, `error` in it being the reason, kNothing for no result
+//     SAME(operation)                forwards to the imported function of its name: the stand-in replaces it in the
+//                                    program's import table while the operation is called
+//     LATE(dll, operation, failure)  forwards to the function of its name in that DLL, which the first call looks up:
+//                                    the look-up finds the stand-in. failure: the result if the function is missing, in
+//                                    which `error` is the reason; kNothing for no result
 
 namespace KVTest
 {
-/// How an argument is made up, kept and compared. Every position gets another value.
+/// How an argument is made up, kept and compared. Every position gets a different value.
 template <typename T> struct Argument
 {
     using Kept = std::remove_const_t<T>;
@@ -40,7 +40,7 @@ template <typename T> struct Argument
         }
         else if constexpr (std::is_enum_v<Kept>)
         {
-            return static_cast<Kept>(1); // other values may be none of the enumeration's
+            return static_cast<Kept>(1); // other values may not belong to the enumeration
         }
         else
         {
@@ -91,8 +91,8 @@ template <typename... Parameters> auto MakeArguments()
     (std::index_sequence_for<Parameters...>());
 }
 
-/// Calls the operation with made-up arguments of which every position has another value; `call` does it. Expects that
-/// exactly they arrive at the stand-in, once, and that its result comes back.
+/// Calls the operation, through `call`, with a different made-up argument at every position. Expects that exactly these
+/// arrive at the stand-in, once, and that its result is returned.
 template <typename Result, typename... Parameters, typename Call> void ExpectArrival(const Call& call)
 {
     using Function = StandIn<Result, Parameters...>;
@@ -136,14 +136,14 @@ inline std::wstring InSystemFolder(const std::wstring& fileName)
     return std::wstring(folder) + L"\\" + fileName;
 }
 
-/// Letter case aside, which the system repeats in more than one way.
+/// Ignores the letter case, which the system reports in more than one way.
 inline void ExpectSamePath(const std::wstring& path, const std::wstring& expected)
 {
     EXPECT_EQ(::_wcsicmp(path.c_str(), expected.c_str()), 0) << std::string(path.begin(), path.end());
 }
 
-/// An operation that forwards to the function of its name in a DLL of the system folder, which it looks up at its first
-/// call. imported: that function as the linker's import library finds it. The second call needs no look-up any more.
+/// An operation that forwards to the function of its name in a DLL of the system folder, which its first call looks up.
+/// imported: that function as the linker's import library finds it. The second call needs no look-up.
 template <typename Interface, typename Result, typename... Parameters>
 void ExpectForwardsLate(Interface& api, Result (Interface::*operation)(Parameters...), const wchar_t* dll,
                         const void* imported, const char* name)
@@ -157,13 +157,13 @@ void ExpectForwardsLate(Interface& api, Result (Interface::*operation)(Parameter
     loader.AnswerWith(reinterpret_cast<void*>(&StandIn<Result, Parameters...>::Function));
     ::SetLastError(kUntouched);
     ExpectArrival<Result, Parameters...>(call);
-    EXPECT_EQ(::GetLastError(), kUntouched); // neither by the stand-in nor by looking for it
+    EXPECT_EQ(::GetLastError(), kUntouched); // neither the stand-in nor the look-up changed it
     ASSERT_EQ(loader.GetLookUps().size(), 1u);
     const LoaderPatch::LookUp& lookUp = loader.GetLookUps().front();
-    EXPECT_EQ(lookUp.Name, name);
-    EXPECT_EQ(lookUp.Found, imported);
+    EXPECT_EQ(lookUp.name, name);
+    EXPECT_EQ(lookUp.found, imported);
     wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(lookUp.Module, path, MAX_PATH);
+    ::GetModuleFileNameW(lookUp.module, path, MAX_PATH);
     ExpectSamePath(path, InSystemFolder(dll));
 
     ExpectArrival<Result, Parameters...>(call);
@@ -175,7 +175,7 @@ struct Nothing
 };
 constexpr Nothing kNothing;
 
-/// The failure as the operation gives it, also where that is a number in the place of a handle.
+/// The failure in the operation's type, even if that is a number in place of a handle.
 template <typename Result, typename Failure> Result FailureAs(Failure failure)
 {
     if constexpr (std::is_pointer_v<Result> && std::is_integral_v<Failure>)
@@ -188,7 +188,7 @@ template <typename Result, typename Failure> Result FailureAs(Failure failure)
     }
 }
 
-/// Without the function: the result is the given one, and the last error is the reason.
+/// If the function is missing, the result is the given one and the last error is the reason.
 template <typename Interface, typename Result, typename... Parameters, typename Failure>
 void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...), [[maybe_unused]] Failure failure,
                    DWORD error, const char* name)
@@ -212,7 +212,7 @@ void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...)
 }
 } // namespace KVTest
 
-// To be used on the list of an interface's operations; KV_INTERFACE names the interface, `api` points to it.
+// For the list of an interface's operations; KV_INTERFACE names the interface, `api` points to it.
 
 #define KV_DECLARE_LATE(dll, operation, failure) KV_DECLARE_IMPORT(operation)
 
@@ -220,7 +220,7 @@ void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...)
     EXPECT_EQ(KVTest::SlotOf(&KV_INTERFACE::operation), expectedSlot++) << #operation;
 #define KV_EXPECT_NEXT_SLOT_LATE(dll, operation, failure) KV_EXPECT_NEXT_SLOT(operation)
 
-// A narrower type would let every value pass that is made up here.
+// A narrower type would still pass every value that is made up here.
 #define KV_EXPECT_SAME_TYPES(operation)                                                                                \
     EXPECT_TRUE((KVTest::kHasSameTypes<decltype(&KV_INTERFACE::operation), decltype(&::operation)>)) << #operation;
 
@@ -234,7 +234,7 @@ void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...)
 #define KV_EXPECT_FAILURE(dll, operation, failure)                                                                     \
     KVTest::ExpectFailure(*api, &KV_INTERFACE::operation, failure, error, #operation);
 
-// Of the late operations of a list, in a process where none of them has been called.
+// For the late operations of a list, in a process that has called none of them.
 #define KV_EXPECT_FAILURES(operations)                                                                                 \
     {                                                                                                                  \
         const DWORD error = ERROR_MOD_NOT_FOUND;                                                                       \

@@ -229,7 +229,7 @@ TEST(KernelApiTests, MoveMemoryBlock_CopiesOverlappingBlocksBothWaysAndReturnsTh
     EXPECT_STREQ(down, "cdefef");
 }
 
-// Answers look-ups with what the test wants and notes them.
+// Answers look-ups with the pointers that the test chooses and records them.
 class LookupKernelApi : public KVWinApi::CKernelApi
 {
 public:
@@ -307,7 +307,7 @@ TEST(KernelApiTests, RunTimeResolvedOperations_MissingFunction_Give0AndError120A
     EXPECT_EQ(substitute.names.size(), 7u);
 }
 
-// Its look-up fails, but only after that of another thread has succeeded.
+// Its look-up fails, but only after that of a second thread has succeeded.
 class LateLosingKernelApi : public KVWinApi::CKernelApi
 {
 public:

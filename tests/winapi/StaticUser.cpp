@@ -20,7 +20,7 @@ namespace
 {
 using namespace KVWinApi;
 
-// Each of them is a call that succeeds, which nothing but the system's own function does.
+// Each of them is a call that only the system's own function lets succeed.
 
 bool UseIPHelper()
 {

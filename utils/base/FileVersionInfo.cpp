@@ -18,7 +18,7 @@ constexpr std::size_t kMaxBlockName = 260; // characters, the terminating zero i
 
 bool QueryValue(const void* versionData, const wchar_t* name, void*& value, UINT& size)
 {
-    return KV_SYSTEM_FUNCTION(g_versionDll, VerQueryValueW).Or(FALSE)(versionData, name, &value, &size) != FALSE;
+    return Call(KV_SYSTEM_FUNCTION(g_versionDll, VerQueryValueW), versionData, name, &value, &size) != FALSE;
 }
 } // namespace
 
@@ -35,7 +35,7 @@ CFileVersionInfo::CFileVersionInfo(const wchar_t* filePath)
 bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
 {
     DWORD ignored = 0;
-    const DWORD size = KV_SYSTEM_FUNCTION(g_versionDll, GetFileVersionInfoSizeW).Or(0)(filePath, &ignored);
+    const DWORD size = Call(KV_SYSTEM_FUNCTION(g_versionDll, GetFileVersionInfoSizeW), filePath, &ignored);
     if (size == 0)
     {
         return false;
@@ -48,8 +48,7 @@ bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
     {
         return false;
     }
-    if (KV_SYSTEM_FUNCTION(g_versionDll, GetFileVersionInfoW).Or(FALSE)(filePath, 0, size, m_versionData.get()) ==
-        FALSE)
+    if (Call(KV_SYSTEM_FUNCTION(g_versionDll, GetFileVersionInfoW), filePath, 0, size, m_versionData.get()) == FALSE)
     {
         m_versionData.reset();
         return false;

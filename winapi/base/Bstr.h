@@ -14,13 +14,13 @@ struct BstrTraits
 {
     using Handle = BSTR;
     static Handle Invalid() noexcept { return nullptr; }
-    static void Close(Handle text) noexcept { KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString).OrNothing()(text); }
+    static void Close(Handle text) noexcept { Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString), text); }
 };
 using CUniqueBstr = CUniqueHandle<BstrTraits>;
 
 /// A copy of the text (`SysAllocString`). Empty if text is null, memory is short or the library is missing.
 inline CUniqueBstr MakeBstr(const wchar_t* text) noexcept
 {
-    return CUniqueBstr(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString).Or(nullptr)(text));
+    return CUniqueBstr(Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString), text));
 }
 } // namespace KVWinApi

@@ -35,12 +35,13 @@ private:
 };
 
 /// A function of a system library, looked up at its first call and remembered from then on. KV_SYSTEM_FUNCTION makes
-/// one and names it; its members are to be called at once:
+/// one and names it; Call, CallOr or CallOrErrorCode calls it at once:
 ///
-///     return KV_SYSTEM_FUNCTION(g_winInet, InternetOpenW).Or(nullptr)(agent, accessType, proxy, proxyBypass, flags);
+///     return Call(KV_SYSTEM_FUNCTION(g_winInetDll, InternetCloseHandle), hInternet);
+///     return CallOr(SOCKET_ERROR, KV_SYSTEM_FUNCTION(g_ws2Dll, closesocket), s);
 ///
-/// A library or function that is missing is a failure of this very call: the result is the one that the call site names
-/// for it, and the last error tells why.
+/// If the library or the function is missing, this very call fails: its result is the failure that the system documents
+/// for the function, and the last error is the reason.
 template <typename Pointer> class CSystemFunction;
 
 /// The only form that there is: of a pointer to a function of the system.
@@ -49,52 +50,11 @@ template <typename Result, typename... Parameters> class CSystemFunction<Result(
 public:
     /// The system's own type of the function.
     using Pointer = Result(WINAPI*)(Parameters...);
-    /// What stands for the result when there is no function.
-    using Failure = std::conditional_t<std::is_void_v<Result>, std::nullptr_t, Result>;
-
-    /// The function, or what a call of it comes to without it.
-    class CCall
-    {
-    public:
-        /// function: null when it is missing.
-        CCall(Pointer function, Failure failure) noexcept : m_function(function), m_failure(failure) {}
-        /// The call itself.
-        Result operator()(Parameters... arguments) const
-        {
-            return m_function != nullptr ? m_function(arguments...) : static_cast<Result>(m_failure);
-        }
-
-    private:
-        Pointer m_function;
-        Failure m_failure;
-    };
 
     /// library outlives the object; name: as it is exported, a literal.
     constexpr CSystemFunction(CSystemLibrary& library, const char* name) noexcept : m_library(library), m_name(name) {}
     CSystemFunction(const CSystemFunction&) = delete;
     CSystemFunction& operator=(const CSystemFunction&) = delete;
-
-    /// failure: the result without the function.
-    CCall Or(Failure failure) noexcept { return CCall(Find(), failure); }
-    /// For functions without a result.
-    CCall OrNothing() noexcept
-    {
-        static_assert(std::is_void_v<Result>);
-        return CCall(Find(), nullptr);
-    }
-    /// For functions whose result is an error code of the system: the reason is the result.
-    CCall OrErrorCode() noexcept
-    {
-        const Pointer function = Find();
-        return CCall(function, static_cast<Result>(::GetLastError()));
-    }
-    /// The same for functions whose result is an HRESULT.
-    CCall OrHresult() noexcept
-    {
-        static_assert(std::is_same_v<Result, HRESULT>);
-        const Pointer function = Find();
-        return CCall(function, HRESULT_FROM_WIN32(::GetLastError()));
-    }
 
     /// Null without the function, see CSystemLibrary::Find.
     Pointer Find() noexcept
@@ -117,6 +77,43 @@ private:
     const char* m_name;
     std::atomic<Pointer> m_function{nullptr};
 };
+
+/// For functions that fail with the zero of their result (FALSE, a null pointer, no characters), functions without a
+/// result, and those with an HRESULT (LONG is the same type): a missing one gives the reason as an HRESULT.
+template <typename Result, typename... Parameters>
+Result Call(CSystemFunction<Result(WINAPI*)(Parameters...)>& function, std::type_identity_t<Parameters>... arguments)
+{
+    if (const auto pointer = function.Find(); pointer != nullptr)
+    {
+        return pointer(arguments...);
+    }
+    if constexpr (std::is_same_v<Result, HRESULT>)
+    {
+        return HRESULT_FROM_WIN32(::GetLastError());
+    }
+    else
+    {
+        return Result();
+    }
+}
+
+/// For functions that fail with a value of their own.
+template <typename Result, typename... Parameters>
+Result CallOr(std::type_identity_t<Result> failure, CSystemFunction<Result(WINAPI*)(Parameters...)>& function,
+              std::type_identity_t<Parameters>... arguments)
+{
+    const auto pointer = function.Find();
+    return pointer != nullptr ? pointer(arguments...) : failure;
+}
+
+/// For functions whose result is an error code of the system: the result of a missing one is the reason.
+template <typename Result, typename... Parameters>
+Result CallOrErrorCode(CSystemFunction<Result(WINAPI*)(Parameters...)>& function,
+                       std::type_identity_t<Parameters>... arguments)
+{
+    const auto pointer = function.Find();
+    return pointer != nullptr ? pointer(arguments...) : static_cast<Result>(::GetLastError());
+}
 } // namespace KVWinApi
 
 /// The function of that name, one object for each place where it is used. library: a CSystemLibrary with static life.

@@ -33,7 +33,7 @@ struct FindHandleTraits
 };
 using CUniqueFindHandle = CUniqueHandle<FindHandleTraits>;
 
-/// Modules of `LoadLibraryW`; failure is null. Given back with `FreeLibrary`.
+/// Modules of `LoadLibraryW`; failure is null. Released with `FreeLibrary`.
 struct ModuleTraits
 {
     using Handle = HMODULE;

@@ -8,7 +8,7 @@
 
 namespace KVWinApi
 {
-/// The few operations of the facade that the fuzzed sources call, answered from the globals below.
+/// The operations of the facade that the fuzzed sources call; their results come from the globals below.
 class IKernelApi
 {
 public:

@@ -3,7 +3,7 @@
 #include "ga_client/activities/AppViewActivity.h"
 #include "ga_client/activities/EventActivity.h"
 #include "ga_client/activities/ExceptionActivity.h"
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 

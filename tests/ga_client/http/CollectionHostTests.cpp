@@ -4,7 +4,7 @@
 
 #include <string>
 
-// The default; a build with another host says so and is compared with what it says.
+// The default; a build with a different host defines it and is compared with that.
 TEST(CollectionHostTests, Host_IsTheOneThatTheBuildNames)
 {
     EXPECT_STREQ(Http::kCollectionHost, KV_TEST_COLLECTION_HOST);

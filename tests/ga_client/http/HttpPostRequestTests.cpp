@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "ga_client/SystemProbes.h"
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 

@@ -1,4 +1,4 @@
-// Run by with_https_server.py, which tells its servers in the environment.
+// Run by with_https_server.py, which names its servers in the environment.
 
 #include <windows.h>
 
@@ -10,8 +10,8 @@
 
 #include "ga_client/http/HttpPostRequest.h"
 #include "ga_client/SyncRequestTracker.h"
-#include "tests/ga_client/ClientTestSupport.h"
 #include "tests/ga_client/RedirectedInternet.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 
 namespace
@@ -45,7 +45,7 @@ public:
         const HCERTSTORE store = ::CertOpenSystemStoreW(0, L"ROOT");
         m_isTrusted =
             ::CertAddCertificateContextToStore(store, m_certificate, CERT_STORE_ADD_REPLACE_EXISTING, nullptr) != FALSE;
-        ::CertCloseStore(store, 0); // writes it; others read what is written
+        ::CertCloseStore(store, 0); // writes it; other programs read the written store
     }
     ~TrustedAuthority()
     {
@@ -74,7 +74,7 @@ class HttpsTests : public testing::Test
 protected:
     HttpsTests() { EXPECT_TRUE(m_authority.IsTrusted()); }
 
-    // Two hits to the server with this kind of certificate: what the transport says, and what arrived.
+    // Sends two hits to the server with this kind of certificate: the transport's results, and the hits that arrived.
     static bool SendTwo(const std::string& kind)
     {
         KVTest::RedirectedInternet<KVTest::LocalFolderApi> winApi(

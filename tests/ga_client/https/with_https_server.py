@@ -20,9 +20,7 @@ import sys
 import tempfile
 import threading
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
-from certificates import make_authority, make_certificate, openssl
+from kvtest.certificates import make_authority, make_certificate, openssl
 
 SOCKET_SECONDS = 5
 COMMAND_SECONDS = 50
@@ -59,7 +57,7 @@ class Server(http.server.ThreadingHTTPServer):
         super().__init__(("127.0.0.1", 0), Handler)
 
     def handle_error(self, request, client_address):
-        pass # refused handshakes are what some tests are about
+        pass # some tests have a client that refuses the handshake
 
 
 def main():

@@ -2,13 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/VirtualSlots.h"
 
 using GAClient::ClientInfo;
 using GAClient::CustomFacts;
 using GAClient::EventFields;
+using KVTest::kMark;
 using KVTest::SampleClientInfo;
 using KVTest::SamplePrefix;
 using Protocols::MeasurementParams::CMeasurementUrlParams;
@@ -16,8 +17,6 @@ using Protocols::MeasurementParams::IMeasurementParams;
 
 namespace
 {
-constexpr wchar_t kMark[] = L"#1416096000";
-
 class MeasurementUrlParamsTests : public testing::Test
 {
 protected:

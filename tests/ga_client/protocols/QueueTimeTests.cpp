@@ -5,7 +5,7 @@
 #include <ctime>
 #include <locale>
 
-#include "tests/ga_client/ClientTestSupport.h"
+#include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 
 using namespace Protocols::MeasurementParams;

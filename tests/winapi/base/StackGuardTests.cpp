@@ -39,8 +39,8 @@ TEST(StackGuardTests, Value_NeedsNoLibrary)
     const KVTest::LoadedModules run = KVTest::RunAndListModules(KVTest::PathBesideTest(L"kv_smashing.exe"));
     for (const wchar_t* const provider : {L"rsaenh.dll", L"bcrypt.dll", L"crypt32.dll", L"cryptbase.dll"})
     {
-        EXPECT_EQ(run.Names.count(provider), 0u);
+        EXPECT_EQ(run.names.count(provider), 0u);
     }
-    EXPECT_EQ(run.Names.count(L"kernel32.dll"), 1u);
+    EXPECT_EQ(run.names.count(L"kernel32.dll"), 1u);
 }
 } // namespace

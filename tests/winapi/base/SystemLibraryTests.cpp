@@ -50,14 +50,14 @@ TEST(SystemLibraryTests, Find_FirstCall_LoadsTheFileOfTheSystemFolderByItsFullPa
     const KVTest::LoaderPatch loader;
     void* const found = s_winMm.Find("timeGetTime");
     ASSERT_EQ(loader.GetLoads().size(), 1u);
-    EXPECT_EQ(loader.GetLoads()[0].Path, GetSystemFolder() + L"\\winmm.dll");
-    EXPECT_EQ(loader.GetLoads()[0].File, nullptr);
+    EXPECT_EQ(loader.GetLoads()[0].path, GetSystemFolder() + L"\\winmm.dll");
+    EXPECT_EQ(loader.GetLoads()[0].file, nullptr);
     // Its own imports come from its own folder first, not from the program's.
-    EXPECT_EQ(loader.GetLoads()[0].Flags, static_cast<DWORD>(LOAD_WITH_ALTERED_SEARCH_PATH));
+    EXPECT_EQ(loader.GetLoads()[0].flags, static_cast<DWORD>(LOAD_WITH_ALTERED_SEARCH_PATH));
     const HMODULE module = ::GetModuleHandleW(L"winmm.dll");
     ASSERT_NE(module, nullptr);
-    EXPECT_EQ(found, loader.GetLookUps()[0].Found);
-    EXPECT_EQ(loader.GetLookUps()[0].Module, module);
+    EXPECT_EQ(found, loader.GetLookUps()[0].found);
+    EXPECT_EQ(loader.GetLookUps()[0].module, module);
 }
 
 TEST(SystemLibraryTests, Find_LaterCalls_LoadNothing)
@@ -91,15 +91,17 @@ TEST(SystemLibraryTests, MissingLibrary_IsTheCallsOwnFailureEachTime)
         EXPECT_EQ(s_noLibrary.Find("Code"), nullptr);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
         ::SetLastError(ERROR_SUCCESS);
-        EXPECT_EQ(code.Or(5)(1), 5u);
+        EXPECT_EQ(CallOr(5, code, 1), 5u);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
-        EXPECT_EQ(code.OrErrorCode()(1), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
-        EXPECT_EQ(hresult.OrHresult()(1), static_cast<HRESULT>(0x8007007E));
-        EXPECT_EQ(handle.Or(nullptr)(1), nullptr);
-        EXPECT_EQ(handle.Or(INVALID_HANDLE_VALUE)(1), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(Call(code, 1), 0u);
+        EXPECT_EQ(CallOrErrorCode(code, 1), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
+        EXPECT_EQ(Call(hresult, 1), static_cast<HRESULT>(0x8007007E));
+        EXPECT_EQ(Call(handle, 1), nullptr);
+        EXPECT_EQ(CallOr(nullptr, handle, 1), nullptr);
+        EXPECT_EQ(CallOr(INVALID_HANDLE_VALUE, handle, 1), INVALID_HANDLE_VALUE);
         int untouched = 3;
         ::SetLastError(ERROR_SUCCESS);
-        nothing.OrNothing()(&untouched);
+        Call(nothing, &untouched);
         EXPECT_EQ(untouched, 3);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
     }
@@ -112,10 +114,10 @@ TEST(SystemLibraryTests, MissingFunction_IsTheCallsOwnFailureEachTime)
     for (int i = 0; i < 2; ++i)
     {
         ::SetLastError(ERROR_SUCCESS);
-        EXPECT_EQ(code.Or(5)(1), 5u);
+        EXPECT_EQ(CallOr(5, code, 1), 5u);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
-        EXPECT_EQ(code.OrErrorCode()(1), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
-        EXPECT_EQ(hresult.OrHresult()(1), static_cast<HRESULT>(0x8007007F));
+        EXPECT_EQ(CallOrErrorCode(code, 1), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
+        EXPECT_EQ(Call(hresult, 1), static_cast<HRESULT>(0x8007007F));
     }
     EXPECT_NE(s_winMm.Find("timeGetTime"), nullptr);
 }
@@ -188,11 +190,13 @@ TEST(SystemLibraryTests, SuccessfulCall_LeavesTheLastErrorAsTheFunctionLeftIt)
     for (int i = 0; i < 2; ++i)
     {
         ::SetLastError(77);
-        EXPECT_EQ(leaving.Or(0)(5), 6u);
+        EXPECT_EQ(CallOr(0, leaving, 5), 6u);
         EXPECT_EQ(::GetLastError(), 77u);
-        EXPECT_EQ(leaving.OrErrorCode()(5), 6u);
+        EXPECT_EQ(Call(leaving, 5), 6u);
         EXPECT_EQ(::GetLastError(), 77u);
-        EXPECT_EQ(setting.Or(0)(5), 7u);
+        EXPECT_EQ(CallOrErrorCode(leaving, 5), 6u);
+        EXPECT_EQ(::GetLastError(), 77u);
+        EXPECT_EQ(CallOr(0, setting, 5), 7u);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NOT_READY));
     }
     EXPECT_EQ(loader.GetLoads().size(), 1u);

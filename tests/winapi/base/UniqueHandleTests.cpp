@@ -8,6 +8,7 @@
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/handles/InternetHandles.h"
 #include "winapi/handles/KernelHandles.h"
+#include "winapi/handles/MutexHandles.h"
 #include "winapi/handles/PrinterHandles.h"
 #include "winapi/handles/RegistryHandles.h"
 
@@ -21,7 +22,7 @@ HANDLE MakeHandle(std::size_t number)
 }
 
 // Notes what is closed and spoils the last error, as a real close may.
-class RecordingKernelApi : public CKernelApi
+class ClosingKernelApi : public CKernelApi
 {
 public:
     BOOL CloseHandle(HANDLE hObject) override
@@ -48,7 +49,7 @@ public:
 class UniqueHandleTests : public testing::Test
 {
 protected:
-    RecordingKernelApi m_api;
+    ClosingKernelApi m_api;
     KVTest::ScopedSubstitute<IKernelApi> m_swap{g_kernelApi, m_api};
 };
 
@@ -155,7 +156,7 @@ TEST_F(UniqueHandleTests, FilesSearchesAndModules_AreClosedTheirWay)
 
 TEST_F(UniqueHandleTests, Close_GoesToTheFacadeOfThatMoment)
 {
-    RecordingKernelApi later;
+    ClosingKernelApi later;
     {
         const CUniqueKernelHandle handle(MakeHandle(1));
         g_kernelApi = &later;
@@ -200,6 +201,36 @@ TEST(InternetHandlesTests, Destruction_ClosesTheHandleThroughTheFacade)
         const CUniqueInternet handle(MakeHandle(1));
         EXPECT_TRUE(handle.IsValid());
     }
+    EXPECT_EQ(api.closed, MakeHandle(1));
+}
+
+TEST(MutexHandlesTests, Destruction_GivesUpTheOwnershipThenClosesTheMutexThroughTheFacade)
+{
+    struct Recording : CWinApi
+    {
+        BOOL ReleaseMutex(HANDLE hMutex) override
+        {
+            EXPECT_EQ(closed, nullptr);
+            released = hMutex;
+            return TRUE;
+        }
+        BOOL CloseHandle(HANDLE hObject) override
+        {
+            closed = hObject;
+            return TRUE;
+        }
+        HANDLE released = nullptr;
+        HANDLE closed = nullptr;
+    } api;
+    const KVTest::ScopedSubstitute swap(g_winApi, api);
+    {
+        const CUniqueMutex mutex(MakeHandle(1));
+        const CUniqueMutexOwnership ownership(mutex.Get());
+        EXPECT_TRUE(ownership.IsValid());
+        const CUniqueMutexOwnership none;
+        EXPECT_FALSE(none.IsValid());
+    }
+    EXPECT_EQ(api.released, MakeHandle(1));
     EXPECT_EQ(api.closed, MakeHandle(1));
 }
 

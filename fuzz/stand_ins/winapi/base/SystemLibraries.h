@@ -1,17 +1,21 @@
 #pragma once
 
-// System functions are called as they are: there is nothing to load.
+#include <type_traits>
+
+// System functions are called directly: no library is loaded.
 #define KV_SYSTEM_FUNCTION(library, name) KVWinApi::CNativeFunction(&::name)
 
 namespace KVWinApi
 {
-template <typename Pointer> class CNativeFunction
+template <typename Pointer> struct CNativeFunction
 {
-public:
     explicit CNativeFunction(Pointer function) : m_function(function) {}
-    template <typename Failure> Pointer Or(Failure /*failure*/) const { return m_function; }
-
-private:
     Pointer m_function;
 };
+
+template <typename Result, typename... Parameters>
+Result Call(CNativeFunction<Result (*)(Parameters...)> function, std::type_identity_t<Parameters>... arguments)
+{
+    return function.m_function(arguments...);
+}
 } // namespace KVWinApi

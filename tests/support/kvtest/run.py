@@ -1,8 +1,8 @@
-#!/usr/bin/env python3
-"""run.py [--jobs JOBS] TEST...: runs unit tests by name (module, module.Class, module.Class.test), several at a time.
+"""kvtest.run [--jobs JOBS] TEST...: runs unit tests of the current folder by name (module, module.Class,
+module.Class.test), several at a time.
 
-Most of their time the tests wait for programs that wait themselves. Each has its own Wine prefix and its own server, so
-they need not wait for each other. Ends with 1 when a test fails or when there is none of that name.
+Most of the time the tests wait for programs that wait too. Each has its own Wine prefix and its own server, so they can run
+at the same time. Ends with 1 if a test fails or if no test has that name.
 """
 
 import argparse
@@ -10,8 +10,6 @@ import concurrent.futures
 import sys
 import time
 import unittest
-
-sys.dont_write_bytecode = True # the folder of the sources stays clean
 
 
 def tests_of(suite):
@@ -29,7 +27,7 @@ def run(test):
     seconds = time.monotonic() - start
     failures = [text for _, text in result.failures + result.errors + result.skipped]
     verdict = f"{'FAILED' if failures else 'passed'}  {test.id()}  {seconds:.1f} s"
-    sys.stdout.write("\n".join([verdict, *failures]) + "\n") # in one piece: other threads write too
+    sys.stdout.write("\n".join([verdict, *failures]) + "\n") # in one call, since other threads write too
     sys.stdout.flush()
     return not failures
 

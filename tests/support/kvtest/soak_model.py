@@ -1,24 +1,24 @@
-"""What must have arrived, and what was logged, by the accounts that processes give of themselves; and what is wrong.
+"""Compares what arrived and what was logged with the accounts of the processes.
 
-An account (Recorder.h) has one record a line, its fields separated by tabs:
+An account (soak/Recorder.h) has one record a line, its fields separated by tabs:
 
     process NAME ID            first
     session PROPERTY           the client is about to be initialised
     track KEY STATE SIZE LIMIT TIME
-                               a hit was tracked at that calendar time. SIZE: the queue held at most so many before it.
-                               STATE: t it is in the queue or was sent, d it was dropped, u nobody knows, e it came
-                               before the file was known to be loaded: nobody but this model knows
-    exchange KEY ACCEPTED      the client tried to send a hit; 1: it took the answer for an acceptance
-    load COUNTER KEY...        the client emptied the queue file, which held these
+                               a hit was tracked at that calendar time. SIZE: the most hits that were in the queue before it.
+                               STATE: t it is in the queue or was sent, d it was dropped, u unknown, e tracked before
+                               the file was known to be loaded: only this model can decide
+    exchange KEY ACCEPTED      the client tried to send a hit; 1: it was accepted, as far as the client knows
+    load COUNTER KEY...        the client emptied the queue file, which contained these
     save COUNTER KEY...        the client appended these to the queue file
     discard COUNTER            the driver removed the queue file
     sample STRETCH MS HANDLES THREADS BYTES EXCHANGES HITS
-    calls FUNCTION TIMES       how often a traced function was called
-    refused OPERATION          something was refused that must not be
+    calls FUNCTION TIMES       the number of calls of a traced function
+    refused OPERATION          an operation failed that must succeed
 
-The rules that are held against them: the queue takes a hit as long as it holds fewer than its limit; it sends the oldest
-first and drops a hit only when the server has accepted it; what is left at the end of a session goes to the file; a load
-takes the whole file, behind what is in the queue already, and what the queue has no room for is lost.
+The rules: the queue accepts a hit while it has fewer than its limit; it sends the oldest first and drops a hit only after
+the server has accepted it; hits that remain at the end of a session are saved to the file; a load appends the whole file to
+the queue, and hits beyond the limit are lost.
 """
 
 import collections
@@ -28,7 +28,7 @@ import statistics
 
 INITIAL_LIMIT = 500  # of the queue while the file is loaded
 SLOWEST_CALL_SECONDS = 5  # from the reading of the clock to the mark in the hit
-SLOWEST_PROBE_SECONDS = 15  # the same, with a look for a battery between them
+SLOWEST_PROBE_SECONDS = 15  # the same, with a battery query in between
 
 ACCEPTED, REFUSED, LOST = "accepted", "refused", "lost"
 
@@ -291,7 +291,7 @@ def check_order_of_arrivals(arrivals, account):
 
 
 def repeated(arrivals):
-    """How many hits arrived again because nobody was told of their first arrival."""
+    """How many hits arrived again because the client did not receive the first answer."""
     keys = collections.Counter(arrival.target.rpartition("&qt=")[0] or arrival.target for arrival in arrivals
                                if arrival.outcome != REFUSED)
     return sum(times > 1 for times in keys.values())

@@ -17,22 +17,23 @@
 
 namespace KVTest
 {
-/// A name that no other test process uses, for what is shared by name: the data folder and the mutex of the queue file.
+/// An application name that no other test process uses: the data folder and the mutex of the queue file are named after
+/// it.
 inline std::wstring UniqueApplicationName()
 {
     return L"Test" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(::GetTickCount64());
 }
 
-/// The version that goes with it.
+/// The application version for that name.
 inline constexpr wchar_t kSampleVersion[] = L"1.2";
 
-/// The facts that the hits of tests carry, and the common part of every hit that comes of them.
+/// The facts that the hits of tests carry; SamplePrefix is the common part of every hit that results from them.
 inline GAClient::ClientInfo SampleClientInfo()
 {
     return {L"Lumo", L"1.2.3", L"XX-1", L"1920x1080", L"32-bit", L"en-US"};
 }
 inline constexpr wchar_t kSampleClientId[] = L"3f2504e0-4f89-11d3-9a0c-0305e82c3301";
-/// Cache busters of a fresh process, in order.
+/// The first cache busters of a process, in order.
 inline constexpr wchar_t kFirstCacheBuster[] = L"6093677622";
 inline constexpr wchar_t kSecondCacheBuster[] = L"7322882386";
 inline constexpr wchar_t kThirdCacheBuster[] = L"8228121895";
@@ -44,8 +45,11 @@ inline std::wstring SamplePrefix(const std::wstring& cacheBuster = kFirstCacheBu
            kSampleClientId + L"&";
 }
 
-/// A system whose calendar stands where the test puts it: seconds since 1970-01-01 UTC, with some milliseconds that
-/// nobody may count.
+/// The mark of a hit that is tracked at the first time of FixedTimeApi.
+inline constexpr wchar_t kMark[] = L"#1416096000";
+
+/// A system whose calendar shows what the test sets: seconds since 1970-01-01 UTC, with some milliseconds that must not
+/// count.
 class FixedTimeApi : public KVWinApi::CKernelApi
 {
 public:
@@ -65,7 +69,7 @@ public:
     std::atomic<std::int64_t> seconds;
 };
 
-/// A system whose local application data lies in a folder of the test's own.
+/// A system whose local application data folder is a temporary one of the test.
 class LocalFolderApi : public KVWinApi::CWinApi
 {
 public:
@@ -91,14 +95,14 @@ public:
 
     TemporaryFolder localFolder;
     bool shellAnswers = true;
-    int failingShellCalls = 0; // so many of the next ones
+    int failingShellCalls = 0; // number of the next calls that fail
     int shellCalls = 0;
     int shellFolder = -1;
     BOOL shellCreates = FALSE;
     HWND shellWindow = nullptr;
 };
 
-/// A system with an internet of the test's own: every call is recorded, and each POST is answered by `answer`.
+/// A system with a simulated internet: every call is recorded, and `answer` decides the result of each POST.
 class FakeInternetApi : public LocalFolderApi
 {
 public:
@@ -126,7 +130,7 @@ public:
             value = *static_cast<DWORD*>(buffer);
         }
         Record(L"option " + NameOf(handle) + L" " + std::to_wstring(option) + L" " + std::to_wstring(value));
-        return FALSE; // nobody may care
+        return FALSE; // must not matter
     }
     HINTERNET InternetConnectW(HINTERNET session, LPCWSTR server, INTERNET_PORT port, LPCWSTR user, LPCWSTR password,
                                DWORD service, DWORD flags, DWORD_PTR context) override
@@ -173,7 +177,7 @@ public:
         const std::lock_guard<std::mutex> hold(mutex);
         Record(L"query " + NameOf(request) + L" " + std::to_wstring(level) + L" " + std::to_wstring(*size) +
                (index == nullptr ? L"" : L" index"));
-        // A failed send can leave a status behind.
+        // A failed send can leave a status.
         const DWORD value = m_status != kNoAnswer ? m_status.load() : HTTP_STATUS_OK;
         *static_cast<DWORD*>(buffer) = value;
         return queryFails ? FALSE : TRUE;
@@ -191,7 +195,7 @@ public:
         const std::lock_guard<std::mutex> hold(mutex);
         return std::exchange(calls, {});
     }
-    /// The paths of all requests that were opened, in order.
+    /// The paths of all opened requests, in order.
     std::vector<std::wstring> Paths()
     {
         const std::lock_guard<std::mutex> hold(mutex);
@@ -214,7 +218,7 @@ public:
     std::mutex mutex; // guards the three below
     std::vector<Post> posts;
     std::vector<std::wstring> calls;
-    std::vector<std::wstring> handles; // what each handle that was given out is
+    std::vector<std::wstring> handles; // the kind of each handle that was returned
 
 private:
     void Record(const std::wstring& call) { calls.push_back(call); }
@@ -234,7 +238,7 @@ private:
     std::atomic<DWORD> m_status = kNoAnswer;
 };
 
-/// The computer of SampleClientInfo, with an internet of the test's own.
+/// The computer of SampleClientInfo, with the simulated internet.
 class SampleComputerApi : public FakeInternetApi
 {
 public:

@@ -1,4 +1,4 @@
-"""Wine prefixes for black-box tests: each test has one to itself, with nothing in it that another test left."""
+"""Wine prefixes for black-box tests: each test has one of its own, without changes by earlier tests."""
 
 import hashlib
 import os
@@ -6,64 +6,31 @@ import pathlib
 import re
 import shutil
 import stat
-import subprocess
 import tempfile
 import threading
 
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
-# A prefix that nobody stops, because the test's own process was killed, ends itself after this.
+from kvtest import wine
+
+# If the process of the tests was killed, the server of its prefix ends after this.
 LINGER_SECONDS = 60
 PROGRAM_SECONDS = 45
-# A file of Wine's own of this size or more is shared by all prefixes and never written.
+# Wine's files of this size or more are shared by all prefixes and never written.
 SHARED_BYTES = 65536
-
-
-def to_windows(path):
-    """The name by which programs know a file of this machine."""
-    return "Z:" + str(path).replace("/", "\\")
-
-
-def registry_text(text):
-    """A value as it stands in a .reg file."""
-    return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
-
-
-def _environment():
-    """What the user of this machine has set must not reach the programs under test."""
-    environment = {name: value for name, value in os.environ.items()
-                   if name.lower() not in ("http_proxy", "https_proxy", "all_proxy", "no_proxy", "tz")}
-    environment["KV_WINE_TIMEOUT"] = str(PROGRAM_SECONDS)
-    return environment
-
-
-def _wine(tree, *arguments):
-    """The exit code of scripts/wine, and its output in text."""
-    done = subprocess.run([SOURCE / "scripts" / "wine", tree, *arguments], env=_environment(), stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=PROGRAM_SECONDS + 120, check=False,
-                          text=True, errors="replace")
-    return done.returncode, done.stdout
+REGISTRY_FILE = re.compile(r".*\.reg|reg[0-9a-f]+\.tmp")
 
 
 def _wine_succeeding(tree, *arguments):
     """The output of scripts/wine, and an error when it fails."""
-    status, output = _wine(tree, *arguments)
-    if _has_stumbled(status, output):
-        status = 0
+    status, output = wine.run(tree, *arguments, seconds=PROGRAM_SECONDS)
     if status != 0:
         raise RuntimeError(f"wine {' '.join(map(str, arguments))} ended with {status}: {output}")
     return output
 
 
-def _has_stumbled(status, output):
-    """On a busy machine the process in which Wine has run a program now and then stumbles over its own end, after the
-    program has ended in good order. Nothing but the program's exit code is lost."""
-    return status == 127 and "Inconsistency detected by ld.so" in output
-
-
 class WinePrefix:
-    """A prefix with its server running, gone with all its processes when it is closed.
+    """A prefix with its server running; closing it ends its processes and removes it.
 
-    work: folder for the template, which the first prefix makes, and for the prefixes.
+    work: folder of the prefixes and of their template, which the first one creates.
     """
 
     def __init__(self, work):
@@ -91,7 +58,7 @@ class WinePrefix:
 
     @property
     def scratch(self):
-        """A folder that goes with the prefix and is no part of it."""
+        """A folder that is removed with the prefix but is not part of it."""
         return self._tree
 
     @property
@@ -101,22 +68,18 @@ class WinePrefix:
     @property
     def local_app_data(self):
         """The user's local application data."""
-        user, = (entry for entry in (self.drive_c / "users").iterdir() if entry.name != "Public")
-        return user / "AppData" / "Local"
+        return wine.local_app_data(self.folder)
 
     def path(self, windows_path):
         """The file that programs know by this name, which must be on drive C."""
-        drive, rest = windows_path[:3], windows_path[3:]
-        if drive.lower() != "c:\\":
-            raise ValueError(f"{windows_path} is not on drive C")
-        return self.drive_c / rest.replace("\\", "/")
+        return wine.from_windows(self.folder, windows_path)
 
     def start(self):
-        """Makes programs start fast; without it each starts the whole system first."""
+        """Starts the server, so that programs start fast; otherwise each starts the whole system first."""
         self._wine("start", str(LINGER_SECONDS))
 
     def stop(self):
-        """Ends every process of the prefix, and with them writes the registry to its files."""
+        """Ends every process of the prefix, which writes the registry to its files."""
         self.spoil()
         self._wine("stop")
 
@@ -131,27 +94,28 @@ class WinePrefix:
     def run_for_status(self, *command):
         """The eight bits of a program's exit code that a Unix shell sees."""
         for _ in range(5):
-            status, output = _wine(self._tree, "run", *command)
-            if not _has_stumbled(status, output):
+            status, output = wine.end(wine.start(self._tree, "run", *command, seconds=PROGRAM_SECONDS),
+                                      PROGRAM_SECONDS + wine.SETUP_SECONDS)
+            if not wine.has_stumbled(status, output):
                 return status
         raise RuntimeError(f"wine {' '.join(command)} lost the exit code each time")
 
     def import_registry(self, *lines, undo=None):
-        """Lines of a .reg file below its first one, and those that take back what they do."""
+        """Imports lines of a .reg file, without its first one. undo: the lines that revert them."""
         if undo is None:
             self.spoil()
         elif undo not in self._undo:
             self._undo.append(undo)
         file = self._tree / "import.reg"
         file.write_text("Windows Registry Editor Version 5.00\n\n" + "\n".join(lines) + "\n", encoding="utf-16")
-        self.run("regedit", "/S", to_windows(file))
+        self.run("regedit", "/S", wine.to_windows(file))
 
     def spoil(self):
-        """For who does something that restore() cannot take back."""
+        """To be called for a change that restore() cannot revert."""
         self._is_spoilt = True
 
     def restore(self):
-        """Takes back what has been done to files and registry. False when the prefix is not to be used again."""
+        """Reverts the changes of files and registry. False if the prefix must not be used again."""
         if self._is_spoilt:
             return False
         if self._undo:
@@ -166,13 +130,14 @@ class WinePrefix:
             if path.is_dir() and not path.is_symlink():
                 shutil.rmtree(path)
             else:
-                path.unlink(missing_ok=True) # it may have gone with its folder
+                path.unlink(missing_ok=True) # it may have been removed with its folder
 
     def _list_files(self):
-        """What can be told without reading, of all but the registry files, which are written at any time."""
+        """What is known without reading, of all but the registry files: the server writes each at any time, to a temporary
+        file first."""
         facts = {}
         for folder, folders, files in os.walk(self.folder):
-            for name in folders + [file for file in files if not file.endswith(".reg")]:
+            for name in folders + [file for file in files if not REGISTRY_FILE.fullmatch(file)]:
                 path = os.path.join(folder, name)
                 status = os.lstat(path)
                 is_file = stat.S_ISREG(status.st_mode)
@@ -188,10 +153,10 @@ class WinePrefix:
             raise
 
     def snapshot(self):
-        """Everything that the prefix holds, as {name: facts}; its server must have been stopped.
+        """The whole content of the prefix, as {name: facts}; its server must have been stopped.
 
-        Facts of a file are its size, its time and a hash; of Wine's own images, which all prefixes share, size and time
-        only. A registry file counts by what it says, without the times that Wine renews whenever it starts.
+        Facts of a file are its size, its time and a hash; of Wine's images, which all prefixes share, only size and time. A
+        registry file is compared by its content without the times that Wine updates at each start.
         """
         facts = {}
         for folder, folders, files in os.walk(self.folder):
@@ -214,7 +179,7 @@ class WinePrefix:
 
 
 def _copy(source, target):
-    """Copies a prefix whose server does not run. Links into its home lead into the copy's own."""
+    """Copies a prefix whose server does not run. Links into its home point into that of the copy."""
 
     def copy_file(file, copy):
         if os.stat(file).st_size >= SHARED_BYTES and "/drive_c/" in file:
@@ -231,13 +196,13 @@ def _copy(source, target):
 
 
 def _without_times(registry):
-    """Of keys, and of the display driver, which is set up anew with each desktop."""
+    """Without the times of keys and of the display driver, which each desktop sets up again."""
     registry = re.sub(rb'(?m)^(#time=|"DriverDateData"=hex:)[0-9a-f,]+\n', b"", registry)
     return re.sub(rb"(?m)^(\[.*\]) [0-9]+$", rb"\1", registry)
 
 
 class PrefixPool:
-    """Prefixes that are used one after another, by several threads. As many as are in use at a time are made."""
+    """Prefixes that several threads use again and again; one is created when none is idle."""
 
     def __init__(self, work):
         self._work = work

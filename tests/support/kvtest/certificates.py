@@ -1,6 +1,6 @@
-"""Certificates for tests, made with the openssl command in a folder of the caller's.
+"""Certificates for tests, created with the openssl command in a folder of the caller.
 
-The keys are RSA keys. Wine refuses one in some dozens of elliptic-curve signatures: those in which one of the two numbers
+The keys are RSA keys. Wine rejects one in some dozens of elliptic-curve signatures: those in which one of the two numbers
 happens to be short.
 """
 
@@ -15,7 +15,7 @@ def openssl(folder, *arguments):
 
 
 def make_authority(folder, name):
-    """NAME.key and NAME.pem; the subject differs each time, so that old ones in a store are not taken for it."""
+    """NAME.key and NAME.pem; the subject is unique, so that an older one in a store does not match."""
     serial = os.urandom(8).hex()
     openssl(folder, "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout",
             f"{name}.key", "-out", f"{name}.pem", "-days", "2", "-subj", f"/CN=Test authority {name} {serial}",

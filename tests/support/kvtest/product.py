@@ -8,8 +8,8 @@ import tempfile
 import threading
 import typing
 
-import hits
-from wine_prefix import registry_text, to_windows
+from kvtest import hits
+from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
 HOST = "C:\\windows\\syswow64\\mshta.exe"
@@ -23,14 +23,13 @@ PROXY_E_NOT_CALLED_BY_LUMO = 0x83E8C0FE
 RESULT_NAMES = {value: name for name, value in list(globals().items()) if name.startswith("PROXY_")}
 
 LOGGING_KEY = "HKEY_CURRENT_USER\\Software\\Norvik\\KV\\Logging"
-INTERNET_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Internet Settings"
 ROOT_CERTIFICATES_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\SystemCertificates\\Root\\Certificates"
 
 
 class Run(typing.NamedTuple):
     exit_code: int
     elapsed_ms: int
-    output: str = "" # what the program printed, which has nothing to print
+    output: str = "" # normally empty: the program prints nothing
 
     @property
     def result(self):
@@ -39,7 +38,7 @@ class Run(typing.NamedTuple):
 
 
 class Files(typing.NamedTuple):
-    """What the build made."""
+    """The programs that the build has created, and facts about them."""
     program: pathlib.Path
     host: pathlib.Path
     facts: pathlib.Path
@@ -49,7 +48,7 @@ class Files(typing.NamedTuple):
 
     @classmethod
     def from_environment(cls):
-        """As CMake tells it to tests."""
+        """From the variables that CMake sets for tests."""
         return cls(*(pathlib.Path(os.environ[f"KV_E2E_{name}"]) for name in ("PROGRAM", "HOST", "FACTS", "ENDING")),
                    os.environ["KV_E2E_VERSION"], os.environ["KV_E2E_COLLECTION_HOST"])
 
@@ -76,7 +75,7 @@ class Product:
 
     @property
     def client_folder(self):
-        """Where the client keeps its files; made by the program."""
+        """The folder of the client's files, which the program creates."""
         return self.prefix.local_app_data / "Norvik" / "Statlet" / "LumoLink" / self.files.version
 
     @property
@@ -88,11 +87,11 @@ class Product:
         return self.client_folder / "LumoLink.ini"
 
     def client_id(self):
-        """As it stands in the profile file."""
+        """The client ID in the profile file."""
         return re.fullmatch(r"\[Users\]\r\nUUID=([^\r]*)\r\n", self.profile_file.read_bytes().decode("ascii"))[1]
 
     def queued_hits(self):
-        """The lines of the queue file; each must be ended by a line feed."""
+        """The lines of the queue file; each must end with a line feed."""
         content = self.queue_file.read_bytes().decode("ascii")
         lines = content.split("\n")
         if lines.pop() != "":
@@ -128,18 +127,18 @@ class Product:
         _place(self.files.host, self.prefix.path(host))
 
     def start_command_line(self, command_line, host=HOST, longest_ms=STAND_IN_WAITS_MS):
-        """Any program, as the child of a stand-in that is in its place already."""
+        """Runs any program as the child of a stand-in that is already at its path."""
         with tempfile.NamedTemporaryFile(dir=self.prefix.scratch, suffix=".txt") as file:
             file.write(command_line.encode("utf-16-le", "surrogatepass"))
             file.flush()
             output = self.prefix.run(host, to_windows(file.name), str(longest_ms))
-        told = re.search(r"^0x([0-9A-F]{8}) ([0-9]+)$", output, re.MULTILINE) # Wine has words of its own at a crash
+        told = re.search(r"^0x([0-9A-F]{8}) ([0-9]+)$", output, re.MULTILINE) # at a crash Wine prints lines too
         if told is None:
             raise RuntimeError(f"{host} printed no exit code but: {output}")
         return Run(int(told[1], 16), int(told[2]), (output[:told.start()] + output[told.end():]).strip())
 
     def send_to(self, port):
-        """Makes this port of 127.0.0.1 the proxy of the user."""
+        """Sets the user's proxy to this port of 127.0.0.1."""
         self.prefix.import_registry(f"[{INTERNET_KEY}]", '"ProxyEnable"=dword:00000001',
                                     f'"ProxyServer"="127.0.0.1:{port}"',
                                     undo=(f"[{INTERNET_KEY}]", '"ProxyEnable"=-', '"ProxyServer"=-'))
@@ -164,13 +163,13 @@ class Product:
         self.prefix.import_registry(*lines, undo=(f"[-{LOGGING_KEY}]",))
 
     def expected_hits(self, property_id="3", client_id=None):
-        """The hits that a run of this prefix's user must send, by what the system itself says."""
+        """The hits that a run of this prefix's user must send, with the facts that the system reports."""
         width, height, bits, language, country = self._system_facts()
         return hits.ExpectedHits(property_id, self.files.version, client_id or self.client_id(), f"{width}x{height}",
                                  f"{bits}-bit", f"{language}-{country}")
 
     def _system_facts(self):
-        """Asked once: every prefix is a copy of the same template."""
+        """Read once, since every prefix is a copy of the same template."""
         with Product._facts_lock:
             if Product._facts is None:
                 Product._facts = self.prefix.run(to_windows(self.files.facts)).split()
@@ -183,7 +182,7 @@ def make_file(path, content=b""):
 
 
 def _place(file, place):
-    """Puts a copy there. What is there may be shared with other prefixes, or run, and is not written to."""
+    """Copies the file. An existing one may run or be shared with other prefixes, so it is replaced, not overwritten."""
     content = file.read_bytes()
     if place.exists() and place.read_bytes() == content:
         return

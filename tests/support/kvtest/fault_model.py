@@ -13,29 +13,29 @@ PROPERTY = "FAULTS-3"
 LINK = "L1"
 
 DONE, NOT_OPTED_IN, INIT_FAILED, START_FAILED, NOT_CALLED = 0x03E8C0FB, 0x03E8C0FF, 0x83E8C0FC, 0x83E8C0FD, 0x83E8C0FE
-NO_OBJECT = 0  # without memory for the one object of the run, the program ends with this
+NO_OBJECT = 0  # the result if there is no memory for the one object of the run
 RESULTS = {DONE: "done", NOT_OPTED_IN: "not opted in", INIT_FAILED: "init failed", START_FAILED: "start failed",
            NOT_CALLED: "not called", NO_OBJECT: "0"}
-QUIET = 3  # ends at once and says nothing
+QUIET = 3  # ends at once without a message
 KILLED = 0xFA017002
-ABORTED = 0xFA017003  # the injector takes the place of the runtime's abort
+ABORTED = 0xFA017003  # the injector replaces the runtime's abort
 HANG = "hang"
 
-# What is found. LOST_OWN is none: a hit that this run tracks needs memory and a file of its own.
+# Kinds of findings, except LOST_OWN: a hit that this run tracks needs memory and a file.
 CRASH, HANGS, PRINTS, LOST, DOUBLED, TORN, INVENTED, REPORTED, LOST_OWN = (
     "crash", "hang", "printed", "lost", "doubled", "torn", "invented", "reported", "own hits lost")
-# When one of these fails, or the look-up of the second, the server has the hit and the client cannot know: it sends it again.
+# If one of these fails, or the look-up of the second, the server has the hit and the client cannot know it: it sends it again.
 ANSWER_FUNCTIONS = {"HttpSendRequestW", "HttpQueryInfoW"}
 
-# Bytes. Where Linux cuts the write of a process that is killed: between two pages of the file. Windows completes it.
+# Bytes. Linux cuts the write of a killed process between two pages of the file; Windows completes it.
 PAGE = 4096
 
 Finding = collections.namedtuple("Finding", "kind text")
 
 
 class Outcome:
-    """How many older hits a run began with, and what it has left: its end (exit code or HANG), what it printed, the journal, paths that arrived, the number of
-    connections, and the bytes of the queue file (None: there is none)."""
+    """How many older hits a run began with, and what it has left: its end (exit code or HANG), what it printed, the journal,
+    paths that arrived, the number of connections, and the bytes of the queue file (None if it does not exist)."""
 
     def __init__(self, older, end, printed, journal, arrivals, connections, file):
         self.older = older
@@ -87,7 +87,7 @@ def older_file(count):
     return "".join(older_hit(number) + "\n" for number in range(count)).encode("ascii")
 
 
-# A fact that could not be found out is left out of a hit, or unknown.
+# A hit omits a fact whose query failed, or has it as unknown.
 _ID = "[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}"
 _COMMON = re.compile("/collect\\?v=1&z=[0-9]{10}(?:&ul=[A-Za-z-]*)?&de=UTF-8&je=0(?:&sd=[0-9]+-bits?)?"
                      "(?:&sr=[0-9]+x[0-9]+&vp=[0-9]+x[0-9]+)?&tid=[A-Z0-9-]*3&an=LumoLink(?:&av=(?:[0-9.]+|Unknown))?&aip=1"
@@ -97,15 +97,15 @@ _TAILS = {
     "begin": re.compile("sc=start&t=appview&cd=Start"),
     "launch": re.compile("t=event&ec=ApplicationLifeCycle&ea=Start&el=Launch&cd=Start"),
     "link": re.compile(f"t=event&ec=Link&ea=Click&el={LINK}{_FACTS}MARK"),
-    # The facts of a link for whose hit there was no memory still wait, and the end of the session has them too.
+    # If there was no memory for a link's hit, its facts remain and the hit of the session's end carries them.
     "stop": re.compile(f"sc=end&t=event&ec=ApplicationLifeCycle&ea=Stop&el=Launch&cd=Start{_FACTS}"),
 }
-# A clock that cannot be read says 1601.
+# A clock that cannot be read reports 1601.
 _MARKS = re.compile("(?:#[0-9]{10}|#-11644473600|&qt=[0-9][0-9.e+]*)$")
 
 
 def key_of(hit):
-    """Which hit that is, sent or stored; None for one that nobody tracked, or that is not whole."""
+    """Which hit this is, sent or stored; None for one that was never tracked or is incomplete."""
     unmarked = _MARKS.sub("", hit)
     number = re.search("&el=older-([0-9]{2})&", hit)
     if number is not None:
@@ -144,7 +144,7 @@ def judge(outcome, opted_out=False, is_killed=False):
     excused = 0
     for key in sorted(arrived | stored):
         if stored[key] > 1 or arrived[key] + stored[key] > 1 and not is_killed:
-            # The one whose answer was lost is sent again, or is in the file; never more than that in the file.
+            # The hit whose answer was lost is sent again or is in the file, which has it at most once.
             if outcome.journal.has_unread_answer and stored[key] <= 1:
                 excused += 1
             else:

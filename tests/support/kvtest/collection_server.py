@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
-"""A collection server on 127.0.0.1: stands in for the collection host by being the proxy of whoever sends hits.
+"""A collection server on 127.0.0.1: acts as the proxy of programs that send hits, in place of the collection host.
 
 Plain hits arrive as POST http://HOST:80/PATH. Encrypted ones arrive inside CONNECT HOST:443: with a certificate the
 server ends the encryption itself and sees the POST inside, without one it refuses the connection.
 
 As a command it prints each hit, parameter by parameter, until it is interrupted:
 
-    collection_server.py [--port PORT] [--answer ANSWER...]
+    scripts/python -m kvtest.collection_server [--port PORT] [--answer ANSWER...]
 
     --port    0, the default, takes a free one; it is printed
-    --answer  status of the answer to the first, second, ... request, or "close" for none; the last one holds on
+    --answer  status of the answer to the first, second, ... request, or "close" for none; the last one applies to all later
+              ones
 """
 
 import argparse
@@ -22,11 +23,10 @@ import time
 import typing
 import urllib.parse
 
-sys.dont_write_bytecode = True # the folder of the sources stays clean
-import hits
+from kvtest import hits
 
 CLOSE = "close"
-# After this a connection on which nothing happens is closed; a busy machine may need some seconds for a handshake.
+# An idle connection is closed after this; a handshake takes some seconds on a busy machine.
 SOCKET_SECONDS = 30
 
 
@@ -36,20 +36,20 @@ class Request(typing.NamedTuple):
     is_encrypted: bool
     host: str
     port: int
-    path: str  # with the query, as it was on the wire
+    path: str  # with the query, as it was sent
     headers: dict  # names in lower case
     body: bytes
     answer: typing.Union[int, str]
 
 
 class CollectionServer:
-    """Listens on a thread of its own from the start, unless told otherwise, until it is closed.
+    """Listens on a thread of its own until it is closed.
 
-    answers: a status or CLOSE for the first, second, ... request; the last one holds for all that follow.
-    refused: a request whose path holds this text is answered 503, whatever its turn.
+    answers: a status or CLOSE for the first, second, ... request; the last one applies to all later ones.
+    refused: a request whose path contains this text is answered 503 in any case.
     delay_seconds: how long each answer takes.
     certificate: file with key and certificate chain for encrypted hits.
-    is_listening: without it connections are refused until listen() is called; the port is taken nevertheless.
+    is_listening: if false, connections are refused until listen() is called; the port is reserved nevertheless.
     on_request: called with each Request as it arrives, on the connection's thread.
     """
 
@@ -86,7 +86,7 @@ class CollectionServer:
 
     @property
     def requests(self):
-        """What has arrived so far, in that order."""
+        """The requests so far, in the order of arrival."""
         with self._lock:
             return list(self._requests)
 
@@ -98,7 +98,7 @@ class CollectionServer:
 
     @property
     def connections(self):
-        """How many connections were accepted so far, whatever came of them."""
+        """The number of connections accepted so far, with or without a request."""
         with self._lock:
             return self._connections
 
@@ -123,7 +123,7 @@ class CollectionServer:
             self._tunnels.append(authority)
 
     def record_request(self, is_encrypted, host, port, path, headers, body):
-        """Returns the answer. The record comes first: whoever has been answered finds the request in it."""
+        """Returns the answer. The request is recorded first, so that it is in the record when its sender has the answer."""
         with self._lock:
             if self._refused is not None and self._refused in path:
                 answer = 503
@@ -136,7 +136,7 @@ class CollectionServer:
         return answer
 
     def encrypt(self, connection):
-        """The connection with encryption ended here, or None when the server has no certificate."""
+        """The decrypted connection, or None if the server has no certificate."""
         return None if self._context is None else self._context.wrap_socket(connection, server_side=True)
 
 
@@ -150,7 +150,7 @@ class _Server(socketserver.ThreadingMixIn, socketserver.TCPServer):
         super().process_request(request, client_address)
 
     def handle_error(self, request, client_address):
-        pass # a client that goes away, or that does not trust the certificate, is what some tests are about
+        pass # some tests have a client that disconnects or does not trust the certificate
 
 
 class _Handler(http.server.BaseHTTPRequestHandler):
@@ -192,7 +192,7 @@ class _Handler(http.server.BaseHTTPRequestHandler):
     def finish(self):
         super().finish()
         if self._tunnel is not None:
-            self.connection.close() # the server closes the socket that it accepted, which no longer is this one
+            self.connection.close() # the server closes the socket that it accepted, which is a different one
 
     def _answer(self, status):
         self.send_response(status)

@@ -1,4 +1,4 @@
-"""What a hit consists of: reading one for people, and building the ones that a run must send."""
+"""The parts of a hit: describes one for people, and builds those that a run must send."""
 
 import re
 import urllib.parse
@@ -47,7 +47,7 @@ CLIENT_ID_FORM = re.compile(r"[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0
 
 
 def parameter_name(key):
-    """Spelled out; a key that is not known has no name."""
+    """The name of a key, or "?" if it is unknown."""
     if key in PARAMETER_NAMES:
         return PARAMETER_NAMES[key]
     index = re.fullmatch(r"cd([0-9]+)", key)
@@ -55,7 +55,7 @@ def parameter_name(key):
 
 
 def parameters(path):
-    """The (key, value) pairs of a request's path, in order, as they are."""
+    """The (key, value) pairs of a request's path, in order and not decoded."""
     query = path.partition("?")[2].partition("#")[0]
     return [tuple(item.partition("=")[::2]) for item in query.split("&") if item]
 
@@ -76,7 +76,7 @@ def describe(request):
 
 
 def cache_busters():
-    """The values of z in every process: its pseudo-random generator is never seeded."""
+    """The values of z, which are the same in every process: its pseudo-random generator is never seeded."""
     state = 1
 
     def number():
@@ -90,7 +90,7 @@ def cache_busters():
 
 
 class ExpectedHits:
-    """The hits of one run, in order, as they stand in the queue file, with QUEUED in place of the time of tracking."""
+    """The hits of one run, in order, as in the queue file, with QUEUED instead of the time of tracking."""
     QUEUED = "#TIME"
 
     def __init__(self, property_id, application_version, client_id, resolution, colour_depth, language):
@@ -100,7 +100,7 @@ class ExpectedHits:
 
     @property
     def facts(self):
-        """What is the same in every hit of the run, from the cache buster to the hit's own parameters."""
+        """The part that all hits of the run share, from the cache buster to the hit's own parameters."""
         return self._facts
 
     def _prefix(self):
@@ -144,12 +144,12 @@ def sent(hit):
 
 
 def queue_seconds(hit):
-    """How long a hit that was sent had waited, or None when it does not say."""
+    """The queue time of a hit that was sent, or None if it has none."""
     milliseconds = value_of(hit, "qt")
     return None if milliseconds is None else float(milliseconds) / 1000
 
 
 def tracked_at(hit):
-    """When a hit of the queue file was tracked, in seconds since 1970, or None when it does not say."""
+    """When a hit of the queue file was tracked, in seconds since 1970, or None if it has no mark."""
     mark = re.search(r"#([0-9]+)$", hit)
     return None if mark is None else int(mark[1])

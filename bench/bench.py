@@ -1,0 +1,205 @@
+"""bench [--pairs N] [ROW...]
+
+Measures what the program costs, builds it first, and prints one table: each row is a ratio against a floor that is measured
+in the same run, in turn with what it bounds, pair by pair. Shown are the median of the ratios and the range that holds the
+middle 80 percent of them. Absolute times mean little (an emulator, a shared machine), ratios of one run do.
+
+Programs are started and timed from the Windows side, in a prefix of their own, so that the emulator's start is not counted.
+Everything measured goes to build/bench.json too. ROW: a to h, all without. Ends with 1 when something cannot be measured,
+with 0 otherwise, whether or not the goals are met.
+"""
+import argparse
+import json
+import os
+import shutil
+import socketserver
+import statistics
+import sys
+import threading
+
+from kvtest import wine
+from kvtest.build import RELEASE, build
+from kvtest.product import HOST, PROGRAM_NAME, PROXY_E_NOT_CALLED_BY_LUMO, PROXY_S_DONE, PROXY_S_NOT_OPTED_IN
+from kvtest.wine import INTERNET_KEY, SOURCE, to_windows
+
+WORK = SOURCE / "build" / "bench"
+RESULT = SOURCE / "build" / "bench.json"
+PROGRAM = RELEASE / "proxy" / PROGRAM_NAME
+
+# Row: what is measured, against what, and the goal ("at most" a ratio, "at least" for the rate).
+ROWS = {
+    "a": ("a run that ends at the consent check", "an empty program", "<=", 1.3),
+    "a.shell": ("the same without a configured data folder", "an empty program", None, None),
+    "b": ("a run that ends at the caller check", "an empty program", "<=", 1.5),
+    "c": ("a trace scope, logging off", "the calls of its enable tests", "<=", 1.3),
+    "d": ("a trace line to a file", "open, seek, write, close", "<=", 1.2),
+    "d.locks": ("the same", "the same inside the two mutexes", None, None),
+    "e.screen": ("building a screen view", "plain appends of its parts", "<=", 2),
+    "e.session": ("building a session screen view", "plain appends of its parts", "<=", 2),
+    "e.event": ("building an event", "plain appends of its parts", "<=", 2),
+    "e.exception": ("building an exception", "plain appends of its parts", "<=", 2),
+    "f": ("rate of draining 500 hits", "a bare loop of WinINet calls", ">=", 0.95),
+    "g": ("saving and loading 1 MiB of queue", "writing and reading it", "<=", 2),
+    "h": ("peak working set of a full run", "an empty program, same DLLs", "<=", 1.25),
+}
+MOST_ALLOCATIONS = 2  # the hit itself, and one more
+PROGRAM_SECONDS = 900
+
+
+def fail(text):
+    sys.exit(f"bench: {text}")
+
+
+def run(program, *arguments):
+    """The JSON lines that a program prints."""
+    status, output = wine.run(WORK, "run", program, *arguments, seconds=PROGRAM_SECONDS)
+    if status != 0:
+        fail(f"{program} {arguments} ended with {status}: {output}")
+    return [json.loads(line) for line in output.splitlines() if line.startswith("{")]
+
+
+def bench_program(name):
+    return RELEASE / "bench" / f"kv_bench_{name}.exe"
+
+
+class Collector(socketserver.BaseRequestHandler):
+    """Accepts every POST, as a proxy before the collection host. Closes each connection, since
+    WinINet under Wine keeps those to a proxy and never uses them again."""
+
+    def handle(self):
+        data = b""
+        while b"\r\n\r\n" not in data:  # hits have no body
+            received = self.request.recv(65536)
+            if not received:
+                return
+            data += received
+        self.request.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")
+
+
+class CollectorServer(socketserver.ThreadingTCPServer):
+    daemon_threads = True
+    allow_reuse_address = True
+    request_queue_size = 64
+
+
+def start_collector():
+    server = CollectorServer(("127.0.0.1", 0), Collector)
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    wine.set_registry(WORK, INTERNET_KEY, "ProxyEnable", "REG_DWORD", 1)
+    wine.set_registry(WORK, INTERNET_KEY, "ProxyServer", "REG_SZ", f"127.0.0.1:{server.server_address[1]}")
+
+
+def install(name, data_folder, opted_in):
+    """A product folder with the program in it; the program's path as Windows sees it."""
+    product = WORK / name
+    shutil.rmtree(product, ignore_errors=True)
+    (product / "bin").mkdir(parents=True)
+    shutil.copy(PROGRAM, product / "bin")
+    lines = ["[Analytics]", "PropertyIDPrefix=NV-1000-", "UseSSL=false"]
+    if data_folder:
+        lines += ["[Directories]", "DataFolder=C:\\no such folder"]
+    (product / "config.ini").write_text("\r\n".join(lines) + "\r\n")
+    if opted_in:
+        (product / "bin" / "NorvikCustPartic.exe").touch()
+    return f'"{to_windows(product / "bin" / PROGRAM.name)}" /linkid bench /connection USB'
+
+
+def measure_starts(rows, pairs):
+    """Rows a and b. A start takes milliseconds: three times the pairs."""
+    launcher, empty = bench_program("launcher"), to_windows(bench_program("empty"))
+    for row, program, code in (("a", install("declined", True, False), PROXY_S_NOT_OPTED_IN),
+                               ("a.shell", install("unconfigured", False, False), PROXY_S_NOT_OPTED_IN),
+                               ("b", install("consenting", True, True), PROXY_E_NOT_CALLED_BY_LUMO)):
+        if row[0] in rows:
+            yield from run(launcher, "times", row, hex(code), program, f'"{empty}"', 3 * pairs)
+            yield from run(launcher, "modules", row, hex(code), program)
+    if {"a", "b"} & set(rows):
+        yield from run(launcher, "modules", "empty", "0", f'"{empty}"')
+
+
+def measure_memory(pairs):
+    """Row h: the program must be a child of the host that it expects."""
+    host = wine.from_windows(WORK / "wine-prefix", HOST)
+    host.parent.mkdir(exist_ok=True)
+    shutil.copy(bench_program("launcher"), host)
+    program = install("reporting", True, True)
+    loaded = run(HOST, "modules", "h", hex(PROXY_S_DONE), program)
+    dlls = " ".join(sorted(loaded[0]["modules"]))
+    floor = f'"{to_windows(bench_program("modules"))}" {dlls}'
+    return loaded + run(HOST, "memory", "h", hex(PROXY_S_DONE), program, floor, pairs)
+
+
+def measure(rows, pairs):
+    """The measurements of all programs, by row."""
+    results = {}
+    lines = list(measure_starts(rows, pairs))
+    for row, name in (("cd", "trace"), ("e", "hits"), ("f", "drain"), ("g", "queue")):
+        if set(row) & set(rows):
+            lines += run(bench_program(name), pairs)
+    if "h" in rows:
+        lines += measure_memory(pairs)
+    for line in lines:
+        results.setdefault(line.pop("row"), {}).update(line)
+    return results
+
+
+def summarize(row, result):
+    """Adds median and spread of the ratios."""
+    compare = ROWS[row][2]
+    ratios = sorted(floor / measured if compare == ">=" else measured / floor for measured, floor in result["pairs"])
+    edge = len(ratios) // 10
+    result["ratio"] = statistics.median(ratios)
+    result["spread"] = [ratios[edge], ratios[-1 - edge]]
+    result["measured"] = statistics.median(pair[0] for pair in result["pairs"])
+    result["floor"] = statistics.median(pair[1] for pair in result["pairs"])
+    result["goal"] = ROWS[row][3]
+    met = None
+    if compare is not None:
+        met = result["ratio"] <= ROWS[row][3] if compare == "<=" else result["ratio"] >= ROWS[row][3]
+        met = met and result.get("allocations", 0) <= MOST_ALLOCATIONS
+    result["met"] = met
+
+
+def print_table(results):
+    print(f"{'row':12} {'measured':42} {'against':30} {'ratio':>6} {'80% of ratios':>16}  goal")
+    for row, result in results.items():
+        if "pairs" not in result:
+            continue
+        what, floor, compare, goal = ROWS[row]
+        spread = "{:.2f} to {:.2f}".format(*result["spread"])
+        verdict = "" if compare is None else f"{compare} {goal}  {'met' if result['met'] else 'MISSED'}"
+        if "allocations" in result:
+            verdict += f", {result['allocations']} allocations (<= {MOST_ALLOCATIONS})"
+        print(f"{row:12} {what:42} {floor:30} {result['ratio']:6.2f} {spread:>16}  {verdict}")
+    print(f"size of the program: {PROGRAM.stat().st_size} bytes")
+    for row, result in results.items():
+        if "modules" in result:
+            print(f"loaded, {row}: {' '.join(result['modules'])}")
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="bench", description="Measures what the program costs.")
+    parser.add_argument("--pairs", type=int, default=15, help="pairs of runs a row, 15 without")
+    parser.add_argument("rows", nargs="*", choices=[*"abcdefgh", []], help="rows to measure, all without")
+    options = parser.parse_args()
+    rows = options.rows or list("abcdefgh")
+    build("bench", "kv_bench")
+    # On one processor: sometimes a call to Wine's server takes several times as long because it wakes another one.
+    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
+    WORK.mkdir(parents=True, exist_ok=True)
+    if wine.run(WORK, "start")[0] != 0:
+        fail("no Wine prefix to measure in")
+    try:
+        start_collector()
+        results = measure(rows, options.pairs)
+    finally:
+        wine.run(WORK, "stop")
+    for row, result in results.items():
+        if "pairs" in result:
+            summarize(row, result)
+    RESULT.write_text(json.dumps({"program_bytes": PROGRAM.stat().st_size, "rows": results}, indent=1) + "\n")
+    print_table(results)
+
+
+if __name__ == "__main__":
+    main()
