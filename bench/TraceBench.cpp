@@ -9,6 +9,7 @@
 #include "logging/Trace.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/TemporaryFolder.h"
+#include "utils/base/AsciiCase.h"
 
 namespace
 {
@@ -155,7 +156,7 @@ void CompareLines(int pairs)
     const std::string bytes(SizeOf(path) - before, 'x');
     // In lower case like the log's own name: a file system may have to search for it.
     std::wstring barePath = folder.PathOf(L"bare.log");
-    std::transform(barePath.begin(), barePath.end(), barePath.begin(), &KVLogging::ToLowerAscii);
+    std::transform(barePath.begin(), barePath.end(), barePath.begin(), &KVUtils::ToLowerAscii);
     KVBench::ComparePairs("d", pairs, logLines, [&] {
         for (int i = 0; i < kLines; ++i)
         {

@@ -4,8 +4,8 @@
 
 namespace KVLogging
 {
-/// Keeps what happens during its life from changing the thread's last error: takes `GetLastError` when made and gives
-/// it to `SetLastError` when destroyed. On the stack of one thread.
+/// Preserves the thread's last error: reads it when made (`GetLastError`) and sets it again when destroyed
+/// (`SetLastError`). On the stack of one thread.
 class CLastErrorRestore
 {
 public:
@@ -14,7 +14,7 @@ public:
     CLastErrorRestore(const CLastErrorRestore&) = delete;
     CLastErrorRestore& operator=(const CLastErrorRestore&) = delete;
 
-    /// What the destructor will restore.
+    /// The last error that the destructor will set.
     DWORD GetSaved() const noexcept { return m_lastError; }
 
 private:

@@ -2,12 +2,12 @@
 
 #include <cstdint>
 
-/// The bits of the two words that decide what is logged and how: the category word, which every logging call carries
-/// as its flags and the registry value "LogCategories" enables, and the option word of "LogOptions". docs/logging.md
-/// explains them for whoever sets them.
+/// The bits of the two words that decide what is logged and how: the category word, which every logging call carries as
+/// its flags and the registry value "LogCategories" enables, and the option word of "LogOptions". docs/logging.md
+/// explains them to users who set them.
 namespace KVLogging
 {
-// Categories. A line is written when its flags and the enabled categories share a bit; its tags are those of the shared
+// Categories. A line is written if its flags and the enabled categories share a bit; its tags are those of the shared
 // bits. An information line of detail level n (0-15) has the flags kLogInfo + n.
 constexpr std::uint32_t kLogDetailLevelMask = 0x0000000F; ///< always enabled; filtered by "LogInfoDetailLevel" instead
 constexpr std::uint32_t kLogInfo = 0x00000010;            ///< "(I%d) "
@@ -37,7 +37,7 @@ constexpr std::uint32_t kOptionRestartAtLimit =
 constexpr std::uint32_t kOptionDebugger = 0x00080000;      ///< every line goes to the debugger too
 constexpr std::uint32_t kOptionListModules = 0x00100000;   ///< the header block is followed by the process's modules
 constexpr std::uint32_t kOptionIndent = 0x00200000;        ///< two blanks per open function scope
-constexpr std::uint32_t kOptionDuration = 0x00400000;      ///< exit lines tell the time spent
+constexpr std::uint32_t kOptionDuration = 0x00400000;      ///< exit lines report the time spent
 constexpr std::uint32_t kOptionCompactTime = 0x00800000;   ///< date, time and counter without separators
 constexpr std::uint32_t kOptionDate = 0x01000000;          ///< prefix: date, local
 constexpr std::uint32_t kOptionTime = 0x02000000;          ///< prefix: time of day, local
@@ -45,6 +45,6 @@ constexpr std::uint32_t kOptionProcessTag = 0x04000000;    ///< prefix: process 
 constexpr std::uint32_t kOptionThreadId = 0x08000000;      ///< prefix: thread id
 constexpr std::uint32_t kOptionSincePrevious = 0x10000000; ///< milliseconds since the module's previous line
 /// Prefix: microsecond counter, and the line number in the source file.
-/// Deliberate: one bit for both, so that whoever wants the exact order of lines also gets their places.
+/// Deliberate: one bit for both, so that a log with the exact order of its lines has their places too.
 constexpr std::uint32_t kOptionCounterAndLine = 0x20000000;
 } // namespace KVLogging

@@ -3,29 +3,24 @@
 #include <cstddef>
 #include <string_view>
 
+#include "utils/base/AsciiCase.h"
+
 namespace KVLogging
 {
-/// The lower-case letter of A-Z, any other character as it is: the letter case rule of every name in the log settings.
-/// Unlike `towlower` it does not depend on the locale that the host may set.
-constexpr wchar_t ToLowerAscii(wchar_t character) noexcept
-{
-    return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character - L'A' + L'a') : character;
-}
-
 /// Names a source file for the settings per source file: one static object in each, made by KV_TRACE_SOURCE.
 ///
-/// The name lies in the object itself, filled at compile time where the compiler can, and the destructor leaves it
-/// alone: a static object of another source file may still open a trace scope, before this object's construction or
-/// after its destruction at process exit. Immutable, hence safe on any thread.
+/// The name is part of the object, filled at compile time, and the destructor leaves it alone: a static object of a
+/// different source file may open a trace scope before this object's construction or after its destruction at process
+/// exit. Immutable, hence safe on any thread.
 class CLogSourceFile
 {
 public:
-    /// filePath: the file's name; a folder before it is taken off.
+    /// filePath: the file's name; a folder before it is removed.
     explicit constexpr CLogSourceFile(std::wstring_view filePath) noexcept
     {
         for (const wchar_t character : StripFolder(filePath).substr(0, kMaxName))
         {
-            m_name[m_length++] = ToLowerAscii(character);
+            m_name[m_length++] = KVUtils::ToLowerAscii(character);
         }
     }
     constexpr virtual ~CLogSourceFile() = default;

@@ -22,7 +22,7 @@
 ///     KV_LOGF(kLogInfo + 7, L"GetPathOfExecutable: wstrResult = %s", result.c_str()); // %s is wide text
 ///
 /// The constants of LogFlags.h need no namespace inside KV_LOG and KV_LOGF. None of it throws or changes the thread's
-/// last error. Static initialisers do not trace: their module may not have been made yet.
+/// last error. Static initialisers do not trace: their module may not exist yet.
 
 /// module: the library's CLogModule; fileName: wide text.
 #define KV_TRACE_SOURCE(module, fileName)                                                                              \
@@ -41,7 +41,8 @@
         kvTraceScope.LogString((flags), __LINE__, (text));                                                             \
     } while (false)
 
-/// A formatted line: KV_LOGF(flags, format, arguments...), by the wide printf conventions of the Windows C runtime.
+/// A formatted line: KV_LOGF(flags, format, arguments...), by the wide printf conventions of the Windows C runtime. The
+/// format is a literal; one that does not fit the arguments does not compile.
 #define KV_LOGF(flags, ...)                                                                                            \
     do                                                                                                                 \
     {                                                                                                                  \

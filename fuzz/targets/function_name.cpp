@@ -57,16 +57,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!beginsWithColon && components.size() >= 2)
     {
         const std::wstring& className = components[components.size() - 2];
-        Require(split.ClassName == className, "the class is the component before the last");
-        Require(split.ShortName == className + L"::" + components.back(), "the short name is the last two");
+        Require(split.className == className, "the class is the component before the last");
+        Require(split.shortName == className + L"::" + components.back(), "the short name is the last two");
     }
     if (components.size() == 1)
     {
-        Require(split.ClassName.empty(), "one component has no class");
-        Require(split.ShortName == plain, "one component is the short name");
+        Require(split.className.empty(), "one component has no class");
+        Require(split.shortName == plain, "one component is the short name");
     }
-    Require(plain.ends_with(split.ShortName), "the short name ends the name");
-    Require(split.ShortName.starts_with(split.ClassName), "the class begins the short name");
-    Require(split.ShortName.size() <= kLongest, "the short name is bounded");
+    Require(plain.ends_with(split.shortName), "the short name ends the name");
+    Require(split.shortName.starts_with(split.className), "the class begins the short name");
+    Require(split.shortName.size() <= kLongest, "the short name is bounded");
     return 0;
 }

@@ -7,21 +7,23 @@
 
 #include "logging/file/LogFile.h"
 #include "logging/LogFlags.h"
+#include "utils/base/SystemText.h"
 #include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
 {
 namespace
 {
+using KVUtils::ReadSystemText;
 using KVWinApi::g_shlwApiDll;
 
-// The file part that nothing could find: no name is then taken for a bare one.
+// Result when PathFindFileNameW is unavailable: empty, so that JoinName takes no name for a bare one.
 wchar_t s_noFile[] = L"";
 
 struct FolderAndFile
 {
-    std::wstring Folder;
-    std::wstring File;
+    std::wstring folder;
+    std::wstring file;
 };
 
 std::wstring GetCommonDataFolder()
@@ -49,73 +51,46 @@ FolderAndFile SplitConfiguredName(const std::wstring& name)
 // The configured name, a bare one in its folder.
 std::wstring JoinName(const FolderAndFile& parts, const std::wstring& configuredName)
 {
-    const bool isBare = parts.File == configuredName;
-    return isBare && !parts.Folder.empty() ? parts.Folder + L"\\" + parts.File : configuredName;
+    const bool isBare = parts.file == configuredName;
+    return isBare && !parts.folder.empty() ? parts.folder + L"\\" + parts.file : configuredName;
 }
 
 // A new empty file of its own, its long name; empty when that fails.
 std::wstring MakeUniqueFile(const FolderAndFile& parts)
 {
     wchar_t shortName[MAX_PATH] = {}; // the function's own bound
-    if (::GetTempFileNameW(parts.Folder.c_str(), parts.File.c_str(), 0, shortName) == 0)
+    if (::GetTempFileNameW(parts.folder.c_str(), parts.file.c_str(), 0, shortName) == 0)
     {
         return std::wstring();
     }
-    const DWORD room = ::GetLongPathNameW(shortName, nullptr, 0);
-    std::wstring longName(room, L'\0');
-    const DWORD length = ::GetLongPathNameW(shortName, longName.data(), room);
-    longName.resize(length < room ? length : 0);
-    return longName;
+    return ReadSystemText([&](wchar_t* text, DWORD room) { return ::GetLongPathNameW(shortName, text, room); })
+        .value_or(std::wstring());
 }
 
-std::wstring GetFullPath(const std::wstring& name)
-{
-    const DWORD room = ::GetFullPathNameW(name.c_str(), 0, nullptr, nullptr);
-    std::wstring path(room, L'\0');
-    const DWORD length = ::GetFullPathNameW(name.c_str(), room, path.data(), nullptr);
-    if (length == 0 || length >= room)
-    {
-        return name;
-    }
-    path.resize(length);
-    return path;
-}
-
-// The full path of a file that exists; the name as it is when it is not to be had.
+// The full path of a file that exists; the name as it is if the system does not find it.
 std::wstring FindFullPath(const std::wstring& name)
 {
-    // By its full path, for the search would look beside the program before it looks in the current folder, where a
-    // relative name was opened.
-    const std::wstring fullPath = GetFullPath(name);
-    const DWORD room = ::SearchPathW(nullptr, fullPath.c_str(), nullptr, 0, nullptr, nullptr);
-    std::wstring path(room, L'\0');
-    const DWORD length = ::SearchPathW(nullptr, fullPath.c_str(), nullptr, room, path.data(), nullptr);
-    if (length == 0 || length >= room)
-    {
-        return name;
-    }
-    path.resize(length);
-    return path;
+    // A relative name was opened in the current folder, but SearchPathW would look beside the program first.
+    const std::wstring fullPath = ReadSystemText([&](wchar_t* text, DWORD room) {
+                                      return ::GetFullPathNameW(name.c_str(), room, text, nullptr);
+                                  }).value_or(name);
+    return ReadSystemText([&](wchar_t* text, DWORD room) {
+               return ::SearchPathW(nullptr, fullPath.c_str(), nullptr, room, text, nullptr);
+           })
+        .value_or(name);
 }
 } // namespace
 
-void OpenFirst(LogFileRecord& file, std::uint32_t options)
+std::wstring OpenFirst(const std::wstring& configuredName, std::uint32_t options)
 {
-    const FolderAndFile parts = SplitConfiguredName(file.ConfiguredName);
-    file.FileName = JoinName(parts, file.ConfiguredName);
+    const FolderAndFile parts = SplitConfiguredName(configuredName);
+    std::wstring name = JoinName(parts, configuredName);
     if ((options & kOptionUniqueName) != 0)
     {
         std::wstring uniqueName = MakeUniqueFile(parts);
-        file.FileName = !uniqueName.empty() ? std::move(uniqueName) : file.FileName;
-    }
-    if (file.FileName.empty())
-    {
-        return;
+        name = !uniqueName.empty() ? std::move(uniqueName) : name;
     }
     const DWORD disposition = (options & kOptionTruncate) != 0 ? CREATE_ALWAYS : OPEN_ALWAYS;
-    if (CLogFile(file.FileName, disposition).IsOpen())
-    {
-        file.FileName = FindFullPath(file.FileName);
-    }
+    return CLogFile(name, disposition).IsOpen() ? FindFullPath(name) : name;
 }
 } // namespace KVLogging

@@ -9,8 +9,15 @@ namespace
 constexpr std::size_t kIndentStep = 2; // blanks
 } // namespace
 
+std::wstring CIndentation::GetText() const
+{
+    const CCriticalSectionLock lock(m_criticalSection);
+    return m_text;
+}
+
 std::uint32_t CIndentation::Enter()
 {
+    const CCriticalSectionLock lock(m_criticalSection);
     std::uint32_t& openScopes = m_openScopes[::GetCurrentThreadId()];
     m_text.append(kIndentStep, L' ');
     return openScopes++;
@@ -18,11 +25,13 @@ std::uint32_t CIndentation::Enter()
 
 void CIndentation::Leave() noexcept
 {
+    const CCriticalSectionLock lock(m_criticalSection);
     Remove(1);
 }
 
 void CIndentation::Leave(std::uint32_t openBefore) noexcept
 {
+    const CCriticalSectionLock lock(m_criticalSection);
     const auto found = m_openScopes.find(::GetCurrentThreadId());
     const std::uint32_t open = found != m_openScopes.end() ? found->second : 0;
     Remove(open > openBefore ? open - openBefore : 1);
@@ -31,6 +40,7 @@ void CIndentation::Leave(std::uint32_t openBefore) noexcept
 
 void CIndentation::Forget(std::uint32_t openBefore) noexcept
 {
+    const CCriticalSectionLock lock(m_criticalSection);
     const auto found = m_openScopes.find(::GetCurrentThreadId());
     if (found == m_openScopes.end())
     {

@@ -7,16 +7,18 @@
 #include <map>
 #include <string>
 
+#include "logging/system/CriticalSection.h"
+
 namespace KVLogging
 {
-/// The blanks before the messages of a log file: two for each open function scope, of all threads together. Knows how
-/// many scopes each thread has open, so that a scope also takes back the blanks of inner scopes that never ended: a
-/// fault that is survived may abandon them. Used under the lock of the file's record.
+/// The blanks before the messages of a log file: two for each open function scope, of all threads together. Counts the
+/// open scopes of each thread, so that a scope also takes back the blanks of inner scopes that never ended: a fault
+/// that is survived may abandon them. Any thread.
 class CIndentation
 {
 public:
     /// All blanks.
-    const std::wstring& GetText() const noexcept { return m_text; }
+    std::wstring GetText() const;
 
     /// A scope of this thread begins. Returns how many the thread had open before.
     std::uint32_t Enter();
@@ -30,6 +32,7 @@ public:
 private:
     void Remove(std::size_t steps) noexcept;
 
+    mutable CCriticalSection m_criticalSection; // guards what is below
     std::wstring m_text;
     std::map<DWORD, std::uint32_t> m_openScopes; // by thread; threads without open scopes are not in it
 };

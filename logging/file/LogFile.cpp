@@ -10,22 +10,23 @@ namespace
 constexpr DWORD kRetryMs = 30;
 constexpr DWORD kRetryTotalMs = 120;
 
-// Whoever may write to the folder could otherwise have the log empty and fill a file that only the traced program may
-// write to. A link that is made between the look and the opening is followed.
+// Otherwise a user who may write to the folder could make the log empty and fill a file that only the traced program
+// may write to. A link that is made between this check and the opening is followed.
 bool IsLink(const std::wstring& fileName) noexcept
 {
     const DWORD attributes = ::GetFileAttributesW(fileName.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-HANDLE OpenExclusively(const std::wstring& fileName, DWORD disposition) noexcept
+KVWinApi::CUniqueSystemFile OpenExclusively(const std::wstring& fileName, DWORD disposition) noexcept
 {
     if (IsLink(fileName))
     {
         ::SetLastError(ERROR_CANT_ACCESS_FILE);
-        return INVALID_HANDLE_VALUE;
+        return KVWinApi::CUniqueSystemFile();
     }
-    return ::CreateFileW(fileName.c_str(), GENERIC_WRITE, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return KVWinApi::CUniqueSystemFile(
+        ::CreateFileW(fileName.c_str(), GENERIC_WRITE, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 } // namespace
 
@@ -33,7 +34,7 @@ CLogFile::CLogFile(const std::wstring& fileName, DWORD disposition) noexcept
 {
     const DWORD firstTry = ::GetTickCount();
     m_file = OpenExclusively(fileName, disposition);
-    // Unsigned difference: right across the tick count's wrap at 49.7 days.
+    // An unsigned difference is right even across the wrap of the tick count after 49.7 days.
     while (!IsOpen() && ::GetLastError() == ERROR_SHARING_VIOLATION && ::GetTickCount() - firstTry < kRetryTotalMs)
     {
         ::Sleep(kRetryMs);
@@ -45,17 +46,9 @@ CLogFile::CLogFile(const std::wstring& fileName, DWORD disposition) noexcept
         return;
     }
     LARGE_INTEGER end{};
-    if (::SetFilePointerEx(m_file, LARGE_INTEGER{}, &end, FILE_END) != FALSE)
+    if (::SetFilePointerEx(m_file.Get(), LARGE_INTEGER{}, &end, FILE_END) != FALSE)
     {
         m_size = static_cast<std::uint64_t>(end.QuadPart);
-    }
-}
-
-CLogFile::~CLogFile()
-{
-    if (IsOpen())
-    {
-        ::CloseHandle(m_file);
     }
 }
 
@@ -64,7 +57,8 @@ void CLogFile::Write(std::wstring_view text) noexcept
     const std::size_t byteCount =
         std::min<std::size_t>(text.size() * sizeof(wchar_t), std::numeric_limits<DWORD>::max() - 1);
     DWORD written = 0;
-    if (byteCount != 0 && ::WriteFile(m_file, text.data(), static_cast<DWORD>(byteCount), &written, nullptr) != FALSE)
+    if (byteCount != 0 &&
+        ::WriteFile(m_file.Get(), text.data(), static_cast<DWORD>(byteCount), &written, nullptr) != FALSE)
     {
         m_size += written;
     }

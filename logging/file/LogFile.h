@@ -6,10 +6,12 @@
 #include <string>
 #include <string_view>
 
+#include "winapi/base/SystemHandles.h"
+
 namespace KVLogging
 {
-/// A log file while it is open: for no longer than one line takes, and not shared meanwhile, so that processes take
-/// turns. UTF-16LE without byte-order mark. Closed by the destructor. On the stack of one thread.
+/// A log file while it is open: only as long as one line takes, and not shared, so that processes take turns. UTF-16LE
+/// without byte-order mark. Closed by the destructor. On the stack of one thread.
 class CLogFile
 {
 public:
@@ -17,11 +19,8 @@ public:
     /// tries again every 30 ms, for 120 ms in all; any other failure ends the attempt at once. A link (reparse point)
     /// in place of the file counts as a file that cannot be opened.
     CLogFile(const std::wstring& fileName, DWORD disposition) noexcept;
-    ~CLogFile();
-    CLogFile(const CLogFile&) = delete;
-    CLogFile& operator=(const CLogFile&) = delete;
 
-    bool IsOpen() const noexcept { return m_file != INVALID_HANDLE_VALUE; }
+    bool IsOpen() const noexcept { return m_file.IsValid(); }
     /// Why the file is not open, a system error code.
     DWORD GetOpenError() const noexcept { return m_openError; }
     /// Bytes: the end position, moved by what was written.
@@ -30,7 +29,7 @@ public:
     void Write(std::wstring_view text) noexcept;
 
 private:
-    HANDLE m_file = INVALID_HANDLE_VALUE;
+    KVWinApi::CUniqueSystemFile m_file;
     DWORD m_openError = ERROR_SUCCESS;
     std::uint64_t m_size = 0;
 };

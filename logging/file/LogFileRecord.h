@@ -5,32 +5,28 @@
 #include <string>
 
 #include "logging/file/Indentation.h"
-#include "logging/system/SystemHandle.h"
+#include "logging/system/TimedLock.h"
 
 namespace KVLogging
 {
 /// One log file of this process, shared by all its modules that name the file. Lives in the settings block, never moves
-/// and is never removed while a module is attached to the block.
+/// and is never removed while a module is attached to the block. Any thread, except for fileName.
 struct LogFileRecord
 {
-    /// fileName: as configured, with environment variables expanded and in lower case.
-    explicit LogFileRecord(std::wstring fileName)
-        : ConfiguredName(fileName), FileName(std::move(fileName)), Lock(::CreateMutexW(nullptr, FALSE, nullptr))
-    {
-    }
+    /// name: not empty; as configured, with environment variables expanded and in lower case.
+    explicit LogFileRecord(std::wstring name) : configuredName(name), fileName(std::move(name)) {}
 
-    /// By which the settings find the record again, also after FileName has become the full path: otherwise the next
-    /// re-read would make a second record, and with it a second header or truncation.
-    const std::wstring ConfiguredName;
+    /// The key by which settings find this record, even after fileName has become the full path. Otherwise the next
+    /// reading of the registry would make a second record, and with it a second header or truncation.
+    const std::wstring configuredName;
 
-    /// Set when the file is to be opened, and its header written, before the next line of a function scope: at first,
+    /// Set while the file is to be opened, and its header written, before the next line of a function scope: initially,
     /// and when a full file is to be followed by a fresh one.
-    std::atomic<bool> IsOpenPending = true;
+    std::atomic<bool> isOpenPending = true;
 
-    // The lock, a mutex, guards what is below: modules on different threads write the same file.
-    std::wstring FileName;      ///< as configured, then the full path of the opened file
-    std::uint32_t FileSize = 0; ///< bytes, after this process's last line
-    CIndentation Indentation;   ///< two blanks for each open function scope
-    UniqueSystemHandle Lock;    ///< the mutex; null when it could not be made
+    std::wstring fileName; ///< as configured, then the full path of the opened file. Used in the turn only.
+    std::atomic<std::uint32_t> fileSize = 0; ///< bytes, after this process's last line
+    CIndentation indentation;                ///< two blanks for each open function scope
+    CTimedLock turn;                         ///< of the thread that opens the file; see CFileTurn
 };
 } // namespace KVLogging

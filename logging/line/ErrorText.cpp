@@ -3,20 +3,15 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <memory>
 #include <optional>
 
 #include "logging/line/TextFormat.h"
+#include "winapi/base/LocalMemory.h"
 
 namespace KVLogging
 {
 namespace
 {
-struct SystemTextFreer
-{
-    void operator()(wchar_t* text) const noexcept { ::LocalFree(text); }
-};
-
 std::optional<std::wstring> GetSystemText(std::uint32_t errorCode)
 {
     // Without FORMAT_MESSAGE_IGNORE_INSERTS: a text with inserts, for which there are no arguments, counts as none.
@@ -26,7 +21,7 @@ std::optional<std::wstring> GetSystemText(std::uint32_t errorCode)
     wchar_t* text = nullptr;
     const DWORD length =
         ::FormatMessageW(kFlags, nullptr, errorCode, kUserLanguage, reinterpret_cast<LPWSTR>(&text), 0, nullptr);
-    const std::unique_ptr<wchar_t, SystemTextFreer> owner(text);
+    const KVWinApi::CUniqueLocalMemory<wchar_t> owner(text);
     if (length == 0 || text == nullptr)
     {
         return std::nullopt;
@@ -39,7 +34,7 @@ void RemoveLastTwo(std::wstring& text)
     text.resize(text.size() - std::min<std::size_t>(text.size(), 2));
 }
 
-// Lets the formatter write behind what the buffer holds; false when it has nothing to say.
+// Lets the formatter write behind what the buffer holds. False if it does not know the code.
 bool AppendByFormatter(std::wstring& text, std::uint32_t errorCode, ErrorTextFormatter formatter, ScratchBuffer& buffer)
 {
     if (formatter == nullptr)
@@ -63,7 +58,7 @@ std::wstring ComposeErrorText(std::uint32_t errorCode, ErrorTextFormatter format
         return result;
     }
     std::optional<std::wstring> text = GetSystemText(errorCode);
-    // Read after the look-up: one that succeeds leaves the last error alone, and why one has failed is told this way.
+    // Read after the look-up: a successful look-up leaves the last error alone, a failed one leaves its reason here.
     const DWORD lastError = ::GetLastError();
     if (text)
     {
@@ -77,7 +72,7 @@ std::wstring ComposeErrorText(std::uint32_t errorCode, ErrorTextFormatter format
     if (const std::optional<std::wstring> lastErrorText = GetSystemText(lastError))
     {
         result += FormatText(L", [GLE: 0x%08X] %s ", static_cast<unsigned>(lastError), lastErrorText->c_str());
-        // Fixed, and tested: this takes the blank and the line feed; the carriage return stays.
+        // Deliberate: this removes the blank and the line feed, while the carriage return stays. The format is fixed.
         RemoveLastTwo(result);
     }
     return result;

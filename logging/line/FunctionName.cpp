@@ -10,6 +10,22 @@ constexpr std::size_t kMaxName = 255;
 constexpr std::size_t kSeparatorLength = 2;
 
 wchar_t s_buffer[kMaxName + 1];
+
+// Counts the depth of template brackets. False for a bracket and for what is inside brackets.
+bool IsOutsideBrackets(wchar_t character, std::size_t& depth) noexcept
+{
+    if (character == L'<')
+    {
+        ++depth;
+        return false;
+    }
+    if (character == L'>')
+    {
+        depth -= depth > 0 ? 1 : 0; // operator-> opens none
+        return false;
+    }
+    return depth == 0;
+}
 } // namespace
 
 FunctionName SplitFunctionName(const wchar_t* fullName)
@@ -23,15 +39,7 @@ FunctionName SplitFunctionName(const wchar_t* fullName)
     for (std::size_t i = 0; i < kMaxName && fullName[i] != L'\0'; ++i)
     {
         const wchar_t character = fullName[i];
-        if (character == L'<')
-        {
-            ++depth;
-        }
-        else if (character == L'>')
-        {
-            depth -= depth > 0 ? 1 : 0; // operator-> opens none
-        }
-        else if (depth == 0)
+        if (IsOutsideBrackets(character, depth))
         {
             s_buffer[length++] = character;
             const bool isSeparator = character == L':' && previous == L':';

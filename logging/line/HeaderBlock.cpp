@@ -9,8 +9,8 @@
 
 #include "logging/line/TextFormat.h"
 #include "logging/system/ModulePath.h"
-#include "logging/system/SystemHandle.h"
 #include "utils/base/FileVersionInfo.h"
+#include "winapi/base/SystemHandles.h"
 #include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
@@ -53,11 +53,11 @@ std::vector<std::wstring> ListProcessModules()
 {
     constexpr std::size_t kMaxModules = 256;
     std::vector<std::wstring> paths;
-    const UniqueSystemHandle process(
+    const KVWinApi::CUniqueSystemHandle process(
         ::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, ::GetCurrentProcessId()));
     std::array<HMODULE, kMaxModules> modules{};
     DWORD needed = 0;
-    if (process == nullptr || Call(KV_SYSTEM_FUNCTION(KVWinApi::g_psapiDll, EnumProcessModules), process.get(),
+    if (!process.IsValid() || Call(KV_SYSTEM_FUNCTION(KVWinApi::g_psapiDll, EnumProcessModules), process.Get(),
                                    modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
     {
         return paths;

@@ -74,31 +74,31 @@ void AppendLineNumber(std::wstring& prefix, ScratchBuffer& buffer, int lineNumbe
 std::wstring ComposePrefix(const LinePrefix& parts, ScratchBuffer& buffer)
 {
     std::wstring prefix;
-    if (IsOn(parts.Options, kOptionDate | kOptionTime))
+    if (IsOn(parts.options, kOptionDate | kOptionTime))
     {
-        AppendDateAndTime(prefix, buffer, parts.Options);
+        AppendDateAndTime(prefix, buffer, parts.options);
     }
-    if (IsOn(parts.Options, kOptionCounterAndLine))
+    if (IsOn(parts.options, kOptionCounterAndLine))
     {
-        AppendCounter(prefix, buffer, parts.Options);
+        AppendCounter(prefix, buffer, parts.options);
     }
-    if (IsOn(parts.Options, kOptionSincePrevious))
+    if (IsOn(parts.options, kOptionSincePrevious))
     {
-        AppendSincePrevious(prefix, buffer, parts.PreviousLine);
+        AppendSincePrevious(prefix, buffer, parts.previousLine);
     }
-    if (IsOn(parts.Options, kOptionProcessTag))
+    if (IsOn(parts.options, kOptionProcessTag))
     {
-        prefix += parts.ProcessTag;
+        prefix += parts.processTag;
     }
-    if (IsOn(parts.Options, kOptionThreadId))
+    if (IsOn(parts.options, kOptionThreadId))
     {
         AppendFormatted(prefix, buffer, L"{tid: 0x%04X} ", static_cast<unsigned>(::GetCurrentThreadId()));
     }
-    if (IsOn(parts.Options, kOptionCounterAndLine))
+    if (IsOn(parts.options, kOptionCounterAndLine))
     {
-        AppendLineNumber(prefix, buffer, parts.LineNumber);
+        AppendLineNumber(prefix, buffer, parts.lineNumber);
     }
-    return prefix += ComposeTags(parts.Flags, buffer);
+    return prefix += ComposeTags(parts.flags, buffer);
 }
 
 std::wstring ComposeTags(std::uint32_t flags, ScratchBuffer& buffer)
@@ -108,7 +108,7 @@ std::wstring ComposeTags(std::uint32_t flags, ScratchBuffer& buffer)
         std::uint32_t flag;
         const wchar_t* text; // formatted with the detail level
     };
-    // Not in the order of the bits: what went wrong comes first.
+    // Not in the order of the bits: failures come first.
     static constexpr Tag kTags[] = {
         {kLogException, L"(EX) "}, {kLogError, L"(##) "},     {kLogWarning, L"(WN) "}, {kLogHeader, L"(++) "},
         {kLogInfo, L"(I%d) "},     {kLogStatus, L"(ST) "},    {kLogDebug, L"(DB) "},   {kLogEntry, L"(->) "},

@@ -7,14 +7,14 @@
 
 namespace KVLogging
 {
-/// What the prefix of a line is made of, besides the clocks.
+/// The parts of a line's prefix, except for the clocks.
 struct LinePrefix
 {
-    std::uint32_t Options;          ///< decide which parts there are
-    std::uint32_t Flags;            ///< category bits that are both the line's and enabled: its tags
-    int LineNumber;                 ///< in the source file; 0 gives six blanks
-    const std::wstring& ProcessTag; ///< "[4711] "
-    std::int64_t PreviousLine;      ///< performance-counter stamp of the module's previous line
+    std::uint32_t options;          ///< select the parts
+    std::uint32_t flags;            ///< the line's category bits that are enabled; they select its tags
+    int lineNumber;                 ///< in the source file; 0 gives six blanks
+    const std::wstring& processTag; ///< "[4711] "
+    std::int64_t previousLine;      ///< performance-counter stamp of the module's previous line
 };
 
 /// The text before indentation and message: date and time (local), microsecond counter, milliseconds since the previous

@@ -1,7 +1,5 @@
 #include "logging/settings/RegistryKey.h"
 
-#include <utility>
-
 namespace KVLogging
 {
 namespace
@@ -24,25 +22,13 @@ CRegistryKey CRegistryKey::OpenOrCreate(const std::wstring& path) noexcept
     return CRegistryKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 
-CRegistryKey::CRegistryKey(CRegistryKey&& other) noexcept : m_key(std::exchange(other.m_key, nullptr))
-{
-}
-
-CRegistryKey::~CRegistryKey()
-{
-    if (m_key != nullptr)
-    {
-        ::RegCloseKey(m_key);
-    }
-}
-
 std::optional<std::uint32_t> CRegistryKey::ReadDword(const wchar_t* valueName) const noexcept
 {
     DWORD type = REG_NONE;
     DWORD value = 0;
     DWORD byteCount = sizeof(value);
     const LSTATUS status =
-        ::RegQueryValueExW(m_key, valueName, nullptr, &type, reinterpret_cast<BYTE*>(&value), &byteCount);
+        ::RegQueryValueExW(m_key.Get(), valueName, nullptr, &type, reinterpret_cast<BYTE*>(&value), &byteCount);
     if (status != ERROR_SUCCESS || type != REG_DWORD || byteCount != sizeof(value))
     {
         return std::nullopt;
@@ -52,17 +38,17 @@ std::optional<std::uint32_t> CRegistryKey::ReadDword(const wchar_t* valueName) c
 
 std::optional<std::wstring> CRegistryKey::ReadString(const wchar_t* valueName) const
 {
-    constexpr int kMaxTries = 8; // for a text that another program makes longer at every look
+    constexpr int kMaxTries = 8; // in case another program makes the text longer before each try
     std::wstring text(MAX_PATH, L'\0');
     for (int i = 0; i < kMaxTries; ++i)
     {
         DWORD type = REG_NONE;
         DWORD byteCount = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-        const LSTATUS status =
-            ::RegQueryValueExW(m_key, valueName, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &byteCount);
+        const LSTATUS status = ::RegQueryValueExW(m_key.Get(), valueName, nullptr, &type,
+                                                  reinterpret_cast<BYTE*>(text.data()), &byteCount);
         if (status == ERROR_MORE_DATA && type == REG_SZ)
         {
-            text.assign(byteCount / sizeof(wchar_t) + 1, L'\0'); // it may have grown again by the next try
+            text.assign(byteCount / sizeof(wchar_t) + 1, L'\0'); // one more: it may have grown again by the next try
             continue;
         }
         if (status != ERROR_SUCCESS || type != REG_SZ)
@@ -84,7 +70,7 @@ std::vector<std::wstring> CRegistryKey::GetSubkeyNames() const
     {
         wchar_t name[kMaxKeyName + 1] = {};
         DWORD length = kMaxKeyName + 1;
-        if (::RegEnumKeyExW(m_key, index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+        if (::RegEnumKeyExW(m_key.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
         {
             return names;
         }

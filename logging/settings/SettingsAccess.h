@@ -2,55 +2,62 @@
 
 #include <windows.h>
 
-#include <memory>
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "logging/LogModuleSettings.h"
 #include "logging/settings/SettingsBlock.h"
+#include "logging/shared/ExtMonitor.h"
 #include "logging/shared/SharedBlock.h"
 
 namespace KVLogging
 {
-/// A module's access to the log settings of the process and its own settings among them. Used under the module's
-/// critical section.
-struct CSettingsAccess
-{
-    CSharedBlock<SettingsBlock> Block;      ///< the settings of the process
-    bool IsHeld = false;                    ///< the settings mutex, by this module
-    std::unique_ptr<LogModuleSettings> Own; ///< of the module; null outside its lifetime
-    bool WasRefreshed = false;              ///< a flag rather than a tick count of 0: that is a time too
-    DWORD LastRefresh = 0;                  ///< when the registry was read last, a tick count
-};
+class CLogSourceFile;
 
-/// True when more than the interval lies between two tick counts, also across the wrap of the count after 49.7 days.
+/// True when more than the interval lies between two tick counts, even across the wrap of the count after 49.7 days.
 constexpr bool IsIntervalOver(DWORD start, DWORD now, DWORD intervalMs) noexcept
 {
     return now - start > intervalMs;
 }
 
-/// Holds the settings mutex for a block of code, unless the module holds it already: then that holder releases it.
-class CSettingsLock
+/// A module's access to the log settings of the process, and its own settings among them. Used in the module's critical
+/// section.
+class CSettingsAccess
 {
 public:
-    /// Attaches to the settings first when that has failed before.
-    CSettingsLock(CSettingsAccess& access, const std::wstring& executableName)
-        : m_access(access),
-          m_mutex(access.IsHeld || !access.Block.Attach(executableName) ? nullptr : access.Block.GetMutex(),
-                  kSharedBlockWaitMs),
-          m_wasHeld(access.IsHeld)
-    {
-        m_access.IsHeld = m_wasHeld || m_mutex.IsHeld();
-    }
-    ~CSettingsLock() { m_access.IsHeld = m_wasHeld; }
-    CSettingsLock(const CSettingsLock&) = delete;
-    CSettingsLock& operator=(const CSettingsLock&) = delete;
+    /// Called before the module's settings are read anew, with the settings mutex held.
+    using ResetFunction = std::function<void()>;
 
-    /// The settings; null when the mutex was not to be had.
-    SettingsBlock* GetBlock() const noexcept { return m_access.IsHeld ? m_access.Block.Get() : nullptr; }
+    /// Both names outlive the object. executableName: with extension.
+    CSettingsAccess(const std::wstring& moduleName, const std::wstring& executableName) noexcept;
+
+    /// Joins the modules of this process.
+    void Attach() { m_block.Attach(m_executableName); }
+    /// Frees the module's settings, then leaves the others.
+    void Detach() noexcept;
+
+    /// The settings of a line: the source file's if it has its own (null for none), or else the module's. Nothing if
+    /// the settings mutex is not obtained within 50 ms. mayRefresh: reads the registry first if that is due;
+    /// monitorValues then become what it says of the monitor, and are empty otherwise.
+    ///
+    /// A copy, since a different module may read the registry as soon as the mutex is released. The file record stays.
+    std::optional<LogModuleSettings> LookUp(const CLogSourceFile* sourceFile, bool mayRefresh,
+                                            const ResetFunction& reset, MonitorValues& monitorValues);
+
+    /// Sets the module's own settings to zero.
+    void Reset() noexcept { m_own = LogModuleSettings(); }
 
 private:
-    CSettingsAccess& m_access;
-    CMutexLock m_mutex;
-    bool m_wasHeld;
+    bool IsRefreshDue(DWORD now) const noexcept;
+    void Refresh(const ResetFunction& reset, MonitorValues& monitorValues);
+
+    const std::wstring& m_moduleName;
+    const std::wstring& m_executableName;
+    DWORD m_pollIntervalMs = 30000;
+    CSharedBlock<SettingsBlock> m_block;
+    LogModuleSettings m_own;
+    bool m_wasRefreshed = false; // a flag rather than a tick count of 0, which is a time too
+    DWORD m_lastRefresh = 0;     // when the registry was read last, a tick count
 };
 } // namespace KVLogging

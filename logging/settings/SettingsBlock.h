@@ -11,8 +11,8 @@
 
 namespace KVLogging
 {
-/// The log settings that the modules of a process share. Guarded by the settings mutex, except what LogFileRecord says
-/// of itself.
+/// The log settings that the modules of a process share. Guarded by the settings mutex, except for the contents of the
+/// file records.
 struct SettingsBlock
 {
     static constexpr wchar_t kKind[] = L"RegValues";    ///< name of the shared mapping
@@ -24,26 +24,27 @@ struct SettingsBlock
         return CombineLayout({sizeof(SettingsBlock), sizeof(LogFileRecord), sizeof(LogModuleSettings)});
     }
 
-    /// executableName: with extension.
-    explicit SettingsBlock(std::wstring executableName) : ExecutableName(std::move(executableName)) {}
+    /// executable: its file name with extension.
+    explicit SettingsBlock(std::wstring executable) : executableName(std::move(executable)) {}
 
-    /// The record of the file of that name, made when there is none. fileName: expanded, in lower case, not empty.
+    /// The record of the file of that name; made if none exists. fileName: expanded, in lower case, not empty.
     LogFileRecord& FindOrAddFile(const std::wstring& fileName)
     {
-        for (LogFileRecord& file : Files)
+        for (LogFileRecord& file : files)
         {
-            if (file.ConfiguredName == fileName)
+            if (file.configuredName == fileName)
             {
                 return file;
             }
         }
-        return Files.emplace_back(fileName);
+        return files.emplace_back(fileName);
     }
 
-    std::wstring ExecutableName; ///< with extension
-    /// By source file name in lower case. Entries are overwritten by a re-read but never removed.
-    std::map<std::wstring, LogModuleSettings, std::less<>> SourceFiles;
-    std::list<LogFileRecord> Files; ///< a list: settings point to its elements
-    LogModuleSettings Fallback;     ///< stays zero: an empty file name outside a source file's key gives its file, none
+    std::wstring executableName; ///< with extension
+    /// By source file name in lower case. A reading of the registry overwrites entries and never removes one.
+    std::map<std::wstring, LogModuleSettings, std::less<>> sourceFiles;
+    std::list<LogFileRecord> files; ///< a list, because settings point to its elements
+    /// Never written, so its fileRecord is null: what an empty "LogFileName" means on every key except a source file's.
+    LogModuleSettings fallback;
 };
 } // namespace KVLogging

@@ -5,8 +5,10 @@
 #include <limits>
 
 #include "logging/LogFlags.h"
-#include "logging/LogSourceFile.h"
 #include "logging/settings/RegistryKey.h"
+#include "logging/system/ModulePath.h"
+#include "utils/base/AsciiCase.h"
+#include "utils/base/SystemText.h"
 
 namespace KVLogging
 {
@@ -14,22 +16,17 @@ namespace
 {
 std::wstring ToLower(std::wstring text)
 {
-    std::transform(text.begin(), text.end(), text.begin(), ToLowerAscii);
+    std::transform(text.begin(), text.end(), text.begin(), KVUtils::ToLowerAscii);
     return text;
 }
 
 std::wstring ExpandEnvironment(const std::wstring& text)
 {
-    // The size changes when another thread sets a variable in between; then the text is taken unchanged.
-    const DWORD room = ::ExpandEnvironmentStringsW(text.c_str(), nullptr, 0);
-    std::wstring expanded(room, L'\0');
-    const DWORD length = ::ExpandEnvironmentStringsW(text.c_str(), expanded.data(), room);
-    if (length == 0 || length > room)
-    {
-        return text;
-    }
-    expanded.resize(length - 1); // the terminating zero is counted
-    return expanded;
+    return KVUtils::ReadSystemText([&](wchar_t* expanded, DWORD room) {
+               const DWORD length = ::ExpandEnvironmentStringsW(text.c_str(), expanded, room);
+               return length != 0 ? length - 1 : 0; // the terminating zero is counted
+           })
+        .value_or(text);
 }
 
 void ReadFileName(const CRegistryKey& key, SettingsBlock& block, LogFileRecord* fallback, LogModuleSettings& settings)
@@ -37,19 +34,19 @@ void ReadFileName(const CRegistryKey& key, SettingsBlock& block, LogFileRecord* 
     const std::optional<std::wstring> value = key.ReadString(L"LogFileName");
     if (!value)
     {
-        settings.FileRecord = settings.FileRecord != nullptr ? settings.FileRecord : fallback;
+        settings.fileRecord = settings.fileRecord != nullptr ? settings.fileRecord : fallback;
         return;
     }
     const std::wstring fileName = ToLower(ExpandEnvironment(*value));
-    settings.FileRecord = fileName.empty() ? fallback : &block.FindOrAddFile(fileName);
+    settings.fileRecord = fileName.empty() ? fallback : &block.FindOrAddFile(fileName);
 }
 
-// The four values that every level may hold. fallback: the file where the name is empty or nothing has named one.
+// The four values that every level may hold. fallback: the file if the name is empty or no level has named one.
 void ReadLogValues(const CRegistryKey& key, SettingsBlock& block, LogFileRecord* fallback, LogModuleSettings& settings)
 {
     settings.DetailLevel = key.ReadDword(L"LogInfoDetailLevel").value_or(settings.DetailLevel);
     settings.Categories = key.ReadDword(L"LogCategories").value_or(settings.Categories);
-    // Deliberate: always on, so that information lines above level 0 are filtered by their level only.
+    // Deliberate: always on, so that only their level filters information lines above level 0.
     settings.Categories |= kLogDetailLevelMask;
     settings.Options = key.ReadDword(L"LogOptions").value_or(settings.Options);
     ReadFileName(key, block, fallback, settings);
@@ -68,11 +65,11 @@ void ReadPollInterval(const CRegistryKey& baseKey, DWORD& pollIntervalMs)
 
 void ReadMonitorValues(const CRegistryKey& processKey, MonitorValues& values)
 {
-    values.ClassId = processKey.ReadString(L"ExtMonitorCLSID").value_or(values.ClassId);
-    if (!values.ClassId.empty())
+    values.classId = processKey.ReadString(L"ExtMonitorCLSID").value_or(values.classId);
+    if (!values.classId.empty())
     {
-        values.Flags = processKey.ReadDword(L"ExtMonitorFlags");
-        values.ParameterFile = processKey.ReadString(L"ExtMonitorParmFile").value_or(values.ParameterFile);
+        values.flags = processKey.ReadDword(L"ExtMonitorFlags");
+        values.parameterFile = processKey.ReadString(L"ExtMonitorParmFile").value_or(values.parameterFile);
     }
 }
 
@@ -85,8 +82,8 @@ void ReadSourceFiles(const CRegistryKey& moduleKey, const std::wstring& moduleKe
         const CRegistryKey key = CRegistryKey::Open(parent + name);
         if (key.IsOpen())
         {
-            // A new record starts at zero: of the module's settings only the file is inherited.
-            ReadLogValues(key, block, moduleSettings.FileRecord, block.SourceFiles[ToLower(name)]);
+            // A new record starts at zero: it inherits only the file of the module's settings.
+            ReadLogValues(key, block, moduleSettings.fileRecord, block.sourceFiles[ToLower(name)]);
         }
     }
 }
@@ -94,7 +91,7 @@ void ReadSourceFiles(const CRegistryKey& moduleKey, const std::wstring& moduleKe
 std::wstring ModuleKeyPath(const std::wstring& processKeyPath, const std::wstring& executableName,
                            const std::wstring& moduleName)
 {
-    const bool isExecutable = moduleName == executableName.substr(0, executableName.rfind(L'.'));
+    const bool isExecutable = moduleName == StripExtension(executableName);
     return isExecutable ? processKeyPath : processKeyPath + L"\\" + moduleName;
 }
 } // namespace
@@ -107,13 +104,13 @@ void ReadLogSettings(const std::wstring& moduleName, SettingsBlock& block, LogMo
     {
         return;
     }
-    LogFileRecord* const noFile = block.Fallback.FileRecord;
+    LogFileRecord* const noFile = block.fallback.fileRecord;
     ReadPollInterval(baseKey, pollIntervalMs);
     ReadLogValues(baseKey, block, noFile, settings);
 
-    const std::wstring processKeyPath = std::wstring(kLoggingKey) + L"\\" + block.ExecutableName;
-    const std::wstring moduleKeyPath = ModuleKeyPath(processKeyPath, block.ExecutableName, moduleName);
-    // Before the process key is opened: creating the module's key creates that too.
+    const std::wstring processKeyPath = std::wstring(kLoggingKey) + L"\\" + block.executableName;
+    const std::wstring moduleKeyPath = ModuleKeyPath(processKeyPath, block.executableName, moduleName);
+    // Opened before the process key, which the creation of the module's key creates too.
     const CRegistryKey moduleKey = (settings.Categories & kLogCreateModuleKey) != 0
                                        ? CRegistryKey::OpenOrCreate(moduleKeyPath)
                                        : CRegistryKey::Open(moduleKeyPath);

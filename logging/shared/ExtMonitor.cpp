@@ -1,58 +1,47 @@
 #include "logging/shared/ExtMonitor.h"
 
 #include <objbase.h>
-#include <oleauto.h>
 
-#include <memory>
 #include <utility>
 
 #include "utils/base/StructuredExceptionScope.h"
+#include "winapi/base/Bstr.h"
+#include "winapi/base/SystemHandles.h"
 #include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
 {
 namespace
 {
+using KVWinApi::CUniqueBstr;
+using KVWinApi::CUniqueMutexHold;
 using KVWinApi::g_ole32Dll;
-using KVWinApi::g_oleAut32Dll;
+using KVWinApi::HoldMutex;
+using KVWinApi::MakeBstr;
 
-struct TextFreer
+struct MonitorTraits
 {
-    void operator()(wchar_t* text) const noexcept { Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysFreeString), text); }
+    using Handle = IExtMonitor*;
+    static Handle Invalid() noexcept { return nullptr; }
+    static void Close(Handle monitor) noexcept { monitor->Release(); }
 };
-using UniqueText = std::unique_ptr<wchar_t, TextFreer>;
+using CUniqueMonitor = KVWinApi::CUniqueHandle<MonitorTraits>;
 
-struct MonitorReleaser
+HRESULT CallMonitor(IExtMonitor& monitor, MonitorEvent event, const wchar_t* text)
 {
-    void operator()(IExtMonitor* monitor) const noexcept { monitor->Release(); }
-};
-using UniqueMonitor = std::unique_ptr<IExtMonitor, MonitorReleaser>;
-
-UniqueText MakeText(const wchar_t* text)
-{
-    return UniqueText(Call(KV_SYSTEM_FUNCTION(g_oleAut32Dll, SysAllocString), text));
-}
-
-UniqueText MakeTextOrUnknown(const wchar_t* text)
-{
-    return MakeText(*text != L'\0' ? text : L"<unknown>");
-}
-
-HRESULT Tell(IExtMonitor& monitor, MonitorEvent event, const wchar_t* text)
-{
-    const UniqueText argument = MakeTextOrUnknown(text);
+    const CUniqueBstr argument = MakeBstr(*text != L'\0' ? text : L"<unknown>");
     switch (event)
     {
-    case MonitorEvent::Start:
-        return monitor.Start(MakeText(text).get(), argument.get());
-    case MonitorEvent::Stop:
-        return monitor.Stop(argument.get());
-    case MonitorEvent::Class:
-        return monitor.ClassEntered(argument.get());
-    case MonitorEvent::Entry:
-        return monitor.FunctionEntered(argument.get());
-    case MonitorEvent::Exit:
-        return monitor.FunctionLeft(argument.get());
+    case MonitorEvent::kStart:
+        return monitor.Start(MakeBstr(text).Get(), argument.Get());
+    case MonitorEvent::kStop:
+        return monitor.Stop(argument.Get());
+    case MonitorEvent::kClass:
+        return monitor.ClassEntered(argument.Get());
+    case MonitorEvent::kEntry:
+        return monitor.FunctionEntered(argument.Get());
+    case MonitorEvent::kExit:
+        return monitor.FunctionLeft(argument.Get());
     }
     return E_NOTIMPL;
 }
@@ -61,24 +50,24 @@ bool IsWanted(CExtMonitorSettings& settings, MonitorEvent event, const wchar_t* 
 {
     switch (event)
     {
-    case MonitorEvent::Class: {
-        const bool isAnother = settings.LastClass != text;
-        settings.LastClass = text; // also when it is not reported
-        return isAnother && (settings.Flags & kMonitorClasses) != 0;
+    case MonitorEvent::kClass: {
+        const bool hasChanged = settings.lastClass != text;
+        settings.lastClass = text; // even if it is not reported
+        return hasChanged && (settings.flags & kMonitorClasses) != 0;
     }
-    case MonitorEvent::Entry:
-        return (settings.Flags & kMonitorEntries) != 0;
-    case MonitorEvent::Exit:
-        return (settings.Flags & kMonitorExits) != 0;
-    case MonitorEvent::Start:
-    case MonitorEvent::Stop:
+    case MonitorEvent::kEntry:
+        return (settings.flags & kMonitorEntries) != 0;
+    case MonitorEvent::kExit:
+        return (settings.flags & kMonitorExits) != 0;
+    case MonitorEvent::kStart:
+    case MonitorEvent::kStop:
         break;
     }
     return true;
 }
 
-// Runs code of a monitor that is about to go, which must not keep its successor from coming.
-template <typename Body> void RunLast(const Body& body) noexcept
+// Runs code of a monitor that is about to be released, which must not keep its successor out.
+template <typename Body> void SurviveFaults(const Body& body) noexcept
 {
     try
     {
@@ -92,50 +81,58 @@ template <typename Body> void RunLast(const Body& body) noexcept
 
 void InitializeCom(CExtMonitorSettings& settings)
 {
-    if (settings.IsComInitialized)
+    if (settings.isComInitialized)
     {
         return;
     }
-    // Found now, not when the block goes: that may be under the system's loader lock, where nothing may be loaded.
-    settings.EndCom = KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).Find();
-    // A failure means that the thread has another apartment model already: COM is there and is not this block's to end.
-    if (settings.EndCom != nullptr && SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize), nullptr)))
+    // Found here, because the block may be destroyed under the system's loader lock, where nothing may be loaded.
+    settings.endCom = KV_SYSTEM_FUNCTION(g_ole32Dll, CoUninitialize).Find();
+    // A failure means that the thread has a different apartment model already: COM runs and is not this block's to end.
+    if (settings.endCom != nullptr && SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CoInitialize), nullptr)))
     {
-        settings.IsComInitialized = true;
-        settings.ComThread = ::GetCurrentThreadId();
+        settings.isComInitialized = true;
+        settings.comThread = ::GetCurrentThreadId();
     }
 }
 } // namespace
 
 CExtMonitorSettings::~CExtMonitorSettings()
 {
-    // The process may be at its end and the monitor's library in any state.
-    RunLast([&] {
-        if (Monitor != nullptr)
+    // The process may be ending and the monitor's library be in any state.
+    SurviveFaults([&] {
+        if (IExtMonitor* const last = monitor.exchange(nullptr))
         {
-            std::exchange(Monitor, nullptr)->Release();
+            last->Release();
         }
-        // COM counts per thread: on another one this would take it from somebody else.
-        if (IsComInitialized && ComThread == ::GetCurrentThreadId())
+        // COM counts per thread: on a different one this would take it away from other code.
+        if (isComInitialized && comThread == ::GetCurrentThreadId())
         {
-            EndCom();
+            endCom();
         }
     });
 }
 
-void CExtMonitor::Update(const MonitorValues& values, const std::wstring& executableName)
+void CExtMonitor::Update(const MonitorValues& values, const std::wstring& executableName) noexcept
+{
+    if (!values.classId.empty())
+    {
+        SurviveFaults([&] { Replace(values, executableName); });
+    }
+}
+
+void CExtMonitor::Replace(const MonitorValues& values, const std::wstring& executableName)
 {
     CLSID classId{};
     IExtMonitor* previous = nullptr;
     Attach(executableName); // if that has failed before
-    if (values.ClassId.empty() || !TakeOver(values, classId, previous))
+    if (!TakeOver(values, classId, previous))
     {
         return;
     }
     if (previous != nullptr)
     {
-        RunLast([&] { Tell(*previous, MonitorEvent::Stop, executableName.c_str()); });
-        RunLast([&] { previous->Release(); });
+        SurviveFaults([&] { CallMonitor(*previous, MonitorEvent::kStop, executableName.c_str()); });
+        SurviveFaults([&] { previous->Release(); });
     }
     constexpr DWORD kAnyServer = 0x17; // in-process server and handler, local and remote server
     void* monitor = nullptr;
@@ -143,43 +140,43 @@ void CExtMonitor::Update(const MonitorValues& values, const std::wstring& execut
                                  kExtMonitorInterfaceId, &monitor);
     if (SUCCEEDED(created) && monitor != nullptr)
     {
-        UniqueMonitor made(static_cast<IExtMonitor*>(monitor));
-        made->AddRef(); // the block's reference
-        if (Bind(values.ClassId, made.get()))
+        CUniqueMonitor made(static_cast<IExtMonitor*>(monitor));
+        made.Get()->AddRef(); // the block's reference
+        if (Bind(values.classId, made.Get()))
         {
-            Tell(*made, MonitorEvent::Start, values.ParameterFile.c_str());
+            CallMonitor(*made.Get(), MonitorEvent::kStart, values.parameterFile.c_str());
         }
         else
         {
-            made->Release();
+            made.Get()->Release();
         }
     }
 }
 
 bool CExtMonitor::TakeOver(const MonitorValues& values, CLSID& classId, IExtMonitor*& previous)
 {
-    const CMutexLock lock(m_block.GetMutex(), kSharedBlockWaitMs);
-    CExtMonitorSettings* const settings = lock.IsHeld() ? m_block.Get() : nullptr;
+    const CUniqueMutexHold hold = HoldMutex(m_block.GetMutex(), kSharedBlockWaitMs);
+    CExtMonitorSettings* const settings = hold.IsValid() ? m_block.Get() : nullptr;
     if (settings == nullptr)
     {
         return false;
     }
-    settings->Flags = values.Flags.value_or(settings->Flags);
-    const bool isMissing = m_isBindingDue && settings->Monitor == nullptr;
+    settings->flags = values.flags.value_or(settings->flags);
+    const bool isMissing = m_isBindingDue && settings->monitor == nullptr;
     m_isBindingDue = false;
-    if (values.ClassId == settings->ClassId && !isMissing)
+    if (values.classId == settings->classId && !isMissing)
     {
         return false;
     }
-    settings->ClassId = values.ClassId;
+    settings->classId = values.classId;
     bool isTakenOver = false;
-    // A guard of its own: a fault in the system's code must not leave the mutex held.
+    // Guarded here as well: a fault in the system's code must not leave the mutex held.
     const KVUtils::CStructuredExceptionScope translator;
     translator.Run([&] {
-        if (SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString), values.ClassId.c_str(), &classId)))
+        if (SUCCEEDED(Call(KV_SYSTEM_FUNCTION(g_ole32Dll, CLSIDFromString), values.classId.c_str(), &classId)))
         {
             InitializeCom(*settings);
-            previous = std::exchange(settings->Monitor, nullptr);
+            previous = settings->monitor.exchange(nullptr);
             isTakenOver = true;
         }
     });
@@ -188,29 +185,29 @@ bool CExtMonitor::TakeOver(const MonitorValues& values, CLSID& classId, IExtMoni
 
 bool CExtMonitor::Bind(const std::wstring& classId, IExtMonitor* monitor)
 {
-    const CMutexLock lock(m_block.GetMutex(), kSharedBlockWaitMs);
-    CExtMonitorSettings* const settings = lock.IsHeld() ? m_block.Get() : nullptr;
-    m_isBindingDue = settings == nullptr; // the next Update makes another one
-    // Another thread may have bound another class meanwhile.
-    if (settings == nullptr || settings->ClassId != classId || settings->Monitor != nullptr)
+    const CUniqueMutexHold hold = HoldMutex(m_block.GetMutex(), kSharedBlockWaitMs);
+    CExtMonitorSettings* const settings = hold.IsValid() ? m_block.Get() : nullptr;
+    m_isBindingDue = settings == nullptr; // the next Update makes one more
+    // Meanwhile another thread may have bound a different class.
+    if (settings == nullptr || settings->classId != classId || settings->monitor != nullptr)
     {
         return false;
     }
-    settings->Monitor = monitor;
+    settings->monitor = monitor;
     return true;
 }
 
 HRESULT CExtMonitor::Notify(MonitorEvent event, const wchar_t* text)
 {
-    if (text == nullptr)
+    if (text == nullptr || !IsBound())
     {
         return E_NOTIMPL;
     }
-    UniqueMonitor monitor;
+    CUniqueMonitor monitor;
     {
-        const CMutexLock lock(m_block.GetMutex(), kSharedBlockWaitMs);
-        CExtMonitorSettings* const settings = lock.IsHeld() ? m_block.Get() : nullptr;
-        if (settings == nullptr || settings->Monitor == nullptr)
+        const CUniqueMutexHold hold = HoldMutex(m_block.GetMutex(), kSharedBlockWaitMs);
+        CExtMonitorSettings* const settings = hold.IsValid() ? m_block.Get() : nullptr;
+        if (settings == nullptr || settings->monitor == nullptr)
         {
             return E_NOTIMPL;
         }
@@ -218,11 +215,11 @@ HRESULT CExtMonitor::Notify(MonitorEvent event, const wchar_t* text)
         {
             return S_OK;
         }
-        // A scope of its own: a fault must not leave the mutex held.
+        // Guarded here as well: a fault must not leave the mutex held.
         const KVUtils::CStructuredExceptionScope translator;
-        translator.Run([&] { settings->Monitor->AddRef(); });
-        monitor.reset(settings->Monitor);
+        translator.Run([&] { settings->monitor.load()->AddRef(); });
+        monitor.Reset(settings->monitor);
     }
-    return Tell(*monitor, event, text);
+    return CallMonitor(*monitor.Get(), event, text);
 }
 } // namespace KVLogging

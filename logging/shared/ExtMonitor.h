@@ -2,58 +2,32 @@
 
 #include <windows.h>
 
-#include <oaidl.h>
-
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
 
+#include "logging/MonitorInterface.h"
 #include "logging/shared/SharedBlock.h"
 
 namespace KVLogging
 {
-/// {46C071BD-4AB9-4CED-B72B-9976370F007E}
-constexpr IID kExtMonitorInterfaceId = {0x46C071BD, 0x4AB9, 0x4CED, {0xB7, 0x2B, 0x99, 0x76, 0x37, 0x0F, 0x00, 0x7E}};
-
-/// An external monitor: a COM object that the settings name and that is told of function entries and exits as they
-/// happen. Implemented by support tools, inside or outside this process. Declaration order is slot order and part of
-/// the interface, the names are not. Texts are valid during the call.
-struct IExtMonitor : public IDispatch
-{
-    /// Once, before anything else. parameterFile is the configured text as it is; the second argument is the same text,
-    /// "<unknown>" when it is empty.
-    virtual HRESULT STDMETHODCALLTYPE Start(BSTR parameterFile, BSTR parameterFileOrUnknown) = 0;
-    /// When another monitor takes its place; the object is released right after.
-    virtual HRESULT STDMETHODCALLTYPE Stop(BSTR executableName) = 0;
-    /// A function of another class than the one before has begun.
-    virtual HRESULT STDMETHODCALLTYPE ClassEntered(BSTR className) = 0;
-    /// A function has begun: class and function.
-    virtual HRESULT STDMETHODCALLTYPE FunctionEntered(BSTR shortName) = 0;
-    /// A function has ended.
-    virtual HRESULT STDMETHODCALLTYPE FunctionLeft(BSTR shortName) = 0;
-};
-
-// Monitor flags, the registry value "ExtMonitorFlags".
-constexpr std::uint32_t kMonitorClasses = 0x1; ///< classes
-constexpr std::uint32_t kMonitorEntries = 0x2; ///< function entries
-constexpr std::uint32_t kMonitorExits = 0x4;   ///< function exits
-
-/// What the monitor is told of.
+/// The events of a monitor. The numbers are fixed.
 enum class MonitorEvent : int
 {
-    Start = 0, // text: the parameter file
-    Stop = 1,  // text: the name of the executable
-    Class = 2, // text: a class name; reported once in a row, and when kMonitorClasses is set
-    Entry = 3, // text: a short function name; needs kMonitorEntries
-    Exit = 4,  // text: a short function name; needs kMonitorExits
+    kStart = 0, // text: the parameter file
+    kStop = 1,  // text: the name of the executable
+    kClass = 2, // text: a class name; reported if it differs from the last one and kMonitorClasses is set
+    kEntry = 3, // text: a short function name; needs kMonitorEntries
+    kExit = 4,  // text: a short function name; needs kMonitorExits
 };
 
-/// What the registry says of the monitor.
+/// The monitor's values in the registry.
 struct MonitorValues
 {
-    std::wstring ClassId;               ///< empty: nothing is said, everything stays as it is
-    std::optional<std::uint32_t> Flags; ///< monitor flags; nothing when they are not said
-    std::wstring ParameterFile;         ///< handed to the monitor as it is
+    std::wstring classId;               ///< empty if absent: everything stays as it is
+    std::optional<std::uint32_t> flags; ///< monitor flags; nothing if absent
+    std::wstring parameterFile;         ///< handed to the monitor as it is
 };
 
 /// The monitor that the modules of a process share. Guarded by the monitor mutex, which is not held while the monitor
@@ -66,25 +40,25 @@ struct CExtMonitorSettings
     /// What decides how a module reads a block.
     static constexpr std::uint64_t GetLayout() noexcept { return CombineLayout({sizeof(CExtMonitorSettings)}); }
 
-    /// Made for the executable of that name, which does not matter here. No monitor is bound.
+    /// The name of the executable does not matter here. No monitor is bound.
     explicit CExtMonitorSettings(const std::wstring&) noexcept {}
-    /// Releases the monitor without telling it to stop, then COM.
+    /// Releases the monitor without a call of Stop, then COM.
     ~CExtMonitorSettings();
     CExtMonitorSettings(const CExtMonitorSettings&) = delete;
     CExtMonitorSettings& operator=(const CExtMonitorSettings&) = delete;
 
-    IExtMonitor* Monitor = nullptr;   ///< a reference of its own; null when none is bound
-    bool IsComInitialized = false;    ///< by this block
-    DWORD ComThread = 0;              ///< the thread that it was initialised on
-    void(WINAPI* EndCom)() = nullptr; ///< `CoUninitialize`; set when COM is initialised
-    std::wstring ClassId;             ///< of the monitor bound last, or tried to
-    std::wstring LastClass;           ///< the class name reported last
-    std::uint32_t Flags = 0;          ///< monitor flags
+    /// A reference of its own; null when none is bound. Atomic, since a module looks at it without the mutex first.
+    std::atomic<IExtMonitor*> monitor = nullptr;
+    bool isComInitialized = false;    ///< by this block
+    DWORD comThread = 0;              ///< the thread that it was initialised on
+    void(WINAPI* endCom)() = nullptr; ///< `CoUninitialize`; set when COM is initialised
+    std::wstring classId;             ///< of the monitor bound last, or tried to
+    std::wstring lastClass;           ///< the class name reported last
+    std::uint32_t flags = 0;          ///< monitor flags
 };
 
-/// A module's access to the external monitor of the process. Used under the module's critical section.
-///
-/// A fault in the monitor passes through these operations: they are called where it is translated and caught.
+/// A module's access to the external monitor of the process. Used in the module's critical section, with neither the
+/// settings mutex nor the turn at a log file held: the monitor is foreign code.
 class CExtMonitor
 {
 public:
@@ -93,16 +67,22 @@ public:
     /// Leaves them; the last one releases the monitor.
     void Detach() noexcept { m_block.Detach(); }
 
-    /// Takes over the flags, and when the class identifier is another than before: parses it (`CLSIDFromString`), stops
-    /// and releases the monitor bound so far, creates the new one (`CoCreateInstance`) and starts it. An identifier
-    /// that does not parse leaves all else as it is; a monitor that cannot be created leaves none bound. One that
-    /// cannot be bound, because the mutex is busy, is released, and the next call creates another.
-    void Update(const MonitorValues& values, const std::wstring& executableName);
+    /// Takes over the flags. If the class identifier has changed: parses it (`CLSIDFromString`), stops and releases the
+    /// monitor bound so far, creates the new one (`CoCreateInstance`) and starts it. An identifier that does not parse
+    /// leaves all else as it is; a monitor that cannot be created leaves none bound. One that cannot be bound, because
+    /// the mutex is busy, is released, and the next call creates another. A monitor that fails or faults is its own
+    /// affair: nothing is reported.
+    void Update(const MonitorValues& values, const std::wstring& executableName) noexcept;
 
-    /// Tells the monitor. E_NOTIMPL when none is bound or text is null; S_OK when the flags keep the event from it.
+    /// Whether a monitor is bound. Takes no mutex: without a monitor, entry and exit lines must not pay for it.
+    bool IsBound() const noexcept { return m_block.IsAttached() && m_block.Get()->monitor != nullptr; }
+
+    /// Calls the monitor. E_NOTIMPL when none is bound or text is null; S_OK when the flags exclude the event. A fault
+    /// in the monitor leaves this operation: call it where faults are translated and caught.
     HRESULT Notify(MonitorEvent event, const wchar_t* text);
 
 private:
+    void Replace(const MonitorValues& values, const std::wstring& executableName);
     bool TakeOver(const MonitorValues& values, CLSID& classId, IExtMonitor*& previous);
     bool Bind(const std::wstring& classId, IExtMonitor* monitor);
 

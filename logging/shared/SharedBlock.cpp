@@ -1,13 +1,14 @@
 #include "logging/shared/SharedBlock.h"
 
+#include "logging/system/ModulePath.h"
+
 namespace KVLogging
 {
 namespace
 {
 std::wstring ObjectName(const std::wstring& executableName, const wchar_t* kind, const wchar_t* suffix)
 {
-    return executableName.substr(0, executableName.rfind(L'.')) + L"[" + std::to_wstring(::GetCurrentProcessId()) +
-           L"]" + kind + suffix;
+    return StripExtension(executableName) + L"[" + std::to_wstring(::GetCurrentProcessId()) + L"]" + kind + suffix;
 }
 
 // What the standard library decides about the memory of a block besides its size: whose library it is, the version of
@@ -73,23 +74,23 @@ bool CSharedMapping::IsBlock(const void* place, std::size_t byteCount, std::uint
 
 bool CSharedMapping::OpenMutex(const std::wstring& executableName, const wchar_t* kind)
 {
-    if (m_mutex == nullptr)
+    if (!m_mutex.IsValid())
     {
-        m_mutex.reset(::CreateMutexW(nullptr, FALSE, ObjectName(executableName, kind, L"Lock").c_str()));
+        m_mutex.Reset(::CreateMutexW(nullptr, FALSE, ObjectName(executableName, kind, L"Lock").c_str()));
     }
-    return m_mutex != nullptr;
+    return m_mutex.IsValid();
 }
 
 bool CSharedMapping::OpenMapping(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount)
 {
-    m_mapping.reset(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, byteCount,
+    m_mapping.Reset(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, byteCount,
                                          ObjectName(executableName, kind, L"MappedFile").c_str()));
-    if (m_mapping != nullptr)
+    if (m_mapping.IsValid())
     {
-        m_view.reset(::MapViewOfFile(m_mapping.get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, byteCount));
+        m_view.Reset(::MapViewOfFile(m_mapping.Get(), FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, byteCount));
     }
-    // Somebody else may have made the mapping: of a program file, of reserved pages.
-    if (m_view == nullptr || !IsPlainMemory(m_view.get(), MEM_MAPPED, byteCount))
+    // Another program may have made the mapping: of a program file, of reserved pages.
+    if (!m_view.IsValid() || !IsPlainMemory(m_view.Get(), MEM_MAPPED, byteCount))
     {
         CloseMapping();
         return false;
@@ -99,7 +100,7 @@ bool CSharedMapping::OpenMapping(const std::wstring& executableName, const wchar
 
 void CSharedMapping::CloseMapping() noexcept
 {
-    m_view.reset();
-    m_mapping.reset();
+    m_view.Reset();
+    m_mapping.Reset();
 }
 } // namespace KVLogging

@@ -9,11 +9,12 @@
 #include <new>
 #include <string>
 
-#include "logging/system/SystemHandle.h"
+#include "winapi/base/SystemHandles.h"
 
 namespace KVLogging
 {
-/// Longest wait for the mutex of a shared block. Rather than to keep the traced program waiting, a line is skipped.
+/// Longest wait for the mutex of a shared block. After that the line is dropped, so that logging never stalls the
+/// traced program.
 constexpr DWORD kSharedBlockWaitMs = 50;
 
 /// One number for several that decide how memory is laid out.
@@ -29,11 +30,11 @@ constexpr std::uint64_t CombineLayout(std::initializer_list<std::uint64_t> value
     return layout;
 }
 
-/// The named mutex and mapping behind CSharedBlock. All modules of one process meet in them, also when each library
+/// The named mutex and mapping behind CSharedBlock. All modules of one process meet in them, even if each library
 /// carries its own copy of the logging code; the process id in the names keeps other processes away.
 ///
 /// The mapping holds the reference count and a pointer to the block, which lies on the process heap: each module sees
-/// the mapping at another address, where a container that points into itself would not work.
+/// the mapping at a different address, where a container that points into itself would not work.
 ///
 /// Any program of the user's session can make objects of these names first, of any kind, and can write to the mapping
 /// at any time. A view is therefore used only if it is ordinary read-write memory. A pointer found there is read once,
@@ -47,8 +48,8 @@ public:
     CSharedMapping(const CSharedMapping&) = delete;
     CSharedMapping& operator=(const CSharedMapping&) = delete;
 
-    /// Null before it was opened, and when it could not be.
-    HANDLE GetMutex() const noexcept { return m_mutex.get(); }
+    /// Null before it is opened, and if it could not be opened.
+    HANDLE GetMutex() const noexcept { return m_mutex.Get(); }
 
 protected:
     ~CSharedMapping() = default;
@@ -57,7 +58,7 @@ protected:
     struct Header
     {
         std::uint32_t referenceCount; ///< follows the one of the block
-        void* block;                  ///< null when there is none yet
+        void* block;                  ///< null if none exists yet
     };
     /// What the memory of a block begins with.
     struct BlockHead
@@ -68,28 +69,28 @@ protected:
     /// What distinguishes a block at that place from other memory, and from the blocks of modules that would read it
     /// differently. layout: of the block itself; that of the standard library is added.
     static std::uint64_t MarkOf(const void* place, std::uint64_t layout) noexcept;
-    /// Whether a block of that size (bytes) and layout can be there: safe for any value.
+    /// Whether a block of that size (bytes) and layout can be at that place. Safe for any value.
     static bool IsBlock(const void* place, std::size_t byteCount, std::uint64_t layout) noexcept;
 
-    /// Creates or opens the mutex, if that is not done yet. kind is the object's part of the name.
+    /// Creates or opens the mutex unless it is open. kind is the object's part of the name.
     bool OpenMutex(const std::wstring& executableName, const wchar_t* kind);
     /// Creates or opens the mapping and maps it. A new one is all zero. A mapping whose view is not committed
     /// read-write memory of the full size is closed again. Called with the mutex held.
     bool OpenMapping(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount);
-    /// Nothing when it is not open.
+    /// Does nothing if it is not open.
     void CloseMapping() noexcept;
-    /// Nothing when it is not open.
-    void CloseMutex() noexcept { m_mutex.reset(); }
+    /// Does nothing if it is not open.
+    void CloseMutex() noexcept { m_mutex.Reset(); }
     /// Called with the mapping open.
-    Header& GetHeader() const noexcept { return *static_cast<Header*>(m_view.get()); }
+    Header& GetHeader() const noexcept { return *static_cast<Header*>(m_view.Get()); }
 
 private:
     // Whether byteCount bytes from there on are committed read-write memory of that type (MEM_MAPPED, MEM_PRIVATE).
     static bool IsPlainMemory(const void* place, DWORD type, std::size_t byteCount) noexcept;
 
-    UniqueSystemHandle m_mutex;
-    UniqueSystemHandle m_mapping;
-    UniqueView m_view; // declared after the mapping, hence unmapped before it is closed
+    KVWinApi::CUniqueSystemHandle m_mutex;
+    KVWinApi::CUniqueSystemHandle m_mapping;
+    KVWinApi::CUniqueView m_view; // declared after the mapping, hence unmapped before it is closed
 };
 
 /// One module's hold on a block that all modules of the process share: the first to attach makes it, the last to detach
@@ -103,8 +104,8 @@ public:
     /// True between a successful Attach and Detach.
     bool IsAttached() const noexcept { return m_marked != nullptr; }
 
-    /// Attaches. Leaves the block unattached if the mutex is not obtained in time, if memory is short, or if another
-    /// program has taken the names, or if the block was made by a module that would read it differently.
+    /// Attaches. Leaves the block unattached if the mutex is not obtained in time, memory is short, another program has
+    /// taken the names, or the block was made by a module that would read it differently.
     /// executableName: with extension.
     bool Attach(const std::wstring& executableName)
     {
@@ -117,8 +118,8 @@ public:
         {
             return false;
         }
-        const CMutexLock lock(GetMutex(), kSharedBlockWaitMs);
-        if (!lock.IsHeld() || !OpenMapping(executableName, Block::kKind, Block::kMappingBytes))
+        const KVWinApi::CUniqueMutexHold hold = KVWinApi::HoldMutex(GetMutex(), kSharedBlockWaitMs);
+        if (!hold.IsValid() || !OpenMapping(executableName, Block::kKind, Block::kMappingBytes))
         {
             return false;
         }
@@ -132,14 +133,14 @@ public:
         return true;
     }
 
-    /// Detaches and closes the mutex. When the mutex is not to be had in time the count stays as it is, and with it the
+    /// Detaches and closes the mutex. If the mutex is not obtained in time, the count stays as it is, and with it the
     /// block: it may be in use.
     void Detach() noexcept
     {
         if (IsAttached())
         {
-            const CMutexLock lock(GetMutex(), kSharedBlockWaitMs);
-            if (lock.IsHeld())
+            const KVWinApi::CUniqueMutexHold hold = KVWinApi::HoldMutex(GetMutex(), kSharedBlockWaitMs);
+            if (hold.IsValid())
             {
                 GetHeader().referenceCount = --m_marked->head.referenceCount;
                 if (m_marked->head.referenceCount == 0)
@@ -159,7 +160,7 @@ public:
 
 private:
     // Raised by each change of what a block holds or means that leaves all sizes as they are.
-    static constexpr std::uint64_t kLayoutNumber = 1;
+    static constexpr std::uint64_t kLayoutNumber = 2;
 
     struct MarkedBlock
     {
@@ -188,7 +189,7 @@ private:
         {
             return IsBlock(found, sizeof(MarkedBlock), GetLayout()) ? static_cast<MarkedBlock*>(found) : nullptr;
         }
-        // The mapping is new, or who made it ran out of memory.
+        // The mapping is new, or its maker ran out of memory.
         std::unique_ptr<MarkedBlock> made(new (std::nothrow) MarkedBlock(executableName));
         GetHeader().block = made.get();
         return made.release();

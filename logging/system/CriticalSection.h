@@ -9,7 +9,13 @@ class CCriticalSection
 {
 public:
     CCriticalSection() noexcept { ::InitializeCriticalSection(&m_section); }
-    ~CCriticalSection() { ::DeleteCriticalSection(&m_section); }
+    ~CCriticalSection()
+    {
+        if (!m_isAbandoned)
+        {
+            ::DeleteCriticalSection(&m_section);
+        }
+    }
     CCriticalSection(const CCriticalSection&) = delete;
     CCriticalSection& operator=(const CCriticalSection&) = delete;
 
@@ -17,9 +23,12 @@ public:
     void Enter() noexcept { ::EnterCriticalSection(&m_section); }
     /// Undoes one Enter of this thread.
     void Leave() noexcept { ::LeaveCriticalSection(&m_section); }
+    /// The destructor leaves it usable, for a static object that threads may use after its destruction.
+    void Abandon() noexcept { m_isAbandoned = true; }
 
 private:
     CRITICAL_SECTION m_section;
+    bool m_isAbandoned = false;
 };
 
 /// Holds a critical section for a block. Outside CStructuredExceptionScope::Run, so that a fault cannot leave it held.

@@ -1,20 +1,13 @@
 #include "logging/system/ModulePath.h"
 
+#include "utils/base/SystemText.h"
+
 namespace KVLogging
 {
 std::wstring GetModulePath(HMODULE module)
 {
-    constexpr std::size_t kLongestPath = 32768; // the system's own bound, in characters
-    for (std::wstring path(MAX_PATH, L'\0'); path.size() <= kLongestPath; path.resize(path.size() * 2))
-    {
-        const DWORD length = ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
-        if (length < path.size()) // otherwise it was cut
-        {
-            path.resize(length);
-            return path;
-        }
-    }
-    return std::wstring();
+    return KVUtils::ReadSystemText([&](wchar_t* path, DWORD room) { return ::GetModuleFileNameW(module, path, room); })
+        .value_or(std::wstring());
 }
 
 std::wstring GetFilePart(const std::wstring& path)

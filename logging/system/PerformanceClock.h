@@ -7,7 +7,7 @@ namespace KVLogging
 /// The performance counter (`QueryPerformanceCounter`), in ticks.
 std::int64_t GetPerformanceTicks() noexcept;
 
-/// Ticks of the performance counter in microseconds. Does not overflow, however long the machine has been up.
+/// Ticks of the performance counter in microseconds. Does not overflow however long the machine runs.
 /// frequency: ticks a second; 0, the answer of a machine without the counter, counts as 1 000 000.
 constexpr std::int64_t TicksToMicroseconds(std::int64_t ticks, std::int64_t frequency) noexcept
 {
@@ -16,7 +16,7 @@ constexpr std::int64_t TicksToMicroseconds(std::int64_t ticks, std::int64_t freq
     {
         frequency = kMicrosecondsPerSecond;
     }
-    // Whole seconds apart: their product with a million fits for 292 000 years, that of all ticks for days only.
+    // Whole seconds on their own: their product with a million fits for 292 000 years, that of all ticks for days only.
     return ticks / frequency * kMicrosecondsPerSecond + ticks % frequency * kMicrosecondsPerSecond / frequency;
 }
 

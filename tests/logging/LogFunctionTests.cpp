@@ -9,17 +9,20 @@
 #include <thread>
 #include <type_traits>
 
+#include "logging/LogModule.h"
 #include "logging/Trace.h"
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
 #include "tests/support/Faults.h"
 #include "utils/base/StructuredExceptionScope.h"
 #include "utils/base/Win32Exception.h"
+#include "winapi/base/SystemHandles.h"
 
 namespace
 {
 using namespace KVLogging;
 using KVTest::Lines;
+using KVWinApi::CUniqueSystemHandle;
 
 constexpr DWORD kEntryAndExit = 0xC00;
 constexpr DWORD kCounterAndLine = 0x20000000;
@@ -207,11 +210,11 @@ TEST_F(LogFunctionTests, ExceptionStates_AreNotedOnTheExitLine)
     UseFile(0x800);
     {
         CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
-        scope.SetExceptionState(ExceptionState::Handled);
+        scope.SetExceptionState(ExceptionState::kHandled);
     }
     {
         CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Method", 17);
-        scope.SetExceptionState(ExceptionState::Unhandled);
+        scope.SetExceptionState(ExceptionState::kUnhandled);
     }
     RunScopeWithArguments(0, true, nullptr);
     EXPECT_EQ(ReadLog(),
@@ -230,9 +233,9 @@ TEST_F(LogFunctionTests, DurationAndExceptionNote_DurationComesFirst)
 
 TEST_F(LogFunctionTests, StateNumbers_AreTheFixedOnes)
 {
-    EXPECT_EQ(static_cast<int>(ExceptionState::None), 0);
-    EXPECT_EQ(static_cast<int>(ExceptionState::Handled), 2);
-    EXPECT_EQ(static_cast<int>(ExceptionState::Unhandled), 3);
+    EXPECT_EQ(static_cast<int>(ExceptionState::kNone), 0);
+    EXPECT_EQ(static_cast<int>(ExceptionState::kHandled), 2);
+    EXPECT_EQ(static_cast<int>(ExceptionState::kUnhandled), 3);
 }
 
 TEST_F(LogFunctionTests, LeftByATranslatedFault_TheExitLineTellsSo)
@@ -388,20 +391,20 @@ TEST_F(LogFunctionTests, Indentation_AfterAFaultInNestedScopes_IsThatOfTheScopeT
 TEST_F(LogFunctionTests, Indentation_OfTwoThreads_IsOne)
 {
     UseFile(0xC10, 0x200000);
-    const UniqueSystemHandle entered(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    const UniqueSystemHandle mayLeave(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const CUniqueSystemHandle entered(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const CUniqueSystemHandle mayLeave(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     std::thread other;
     {
         const CLogFunction outer(&Module(), s_logFunctionTests, L"Class::First", 1);
         other = std::thread([&] {
             const CLogFunction scope(&Module(), s_logFunctionTests, L"Class::Second", 1);
-            ::SetEvent(entered.get());
-            ::WaitForSingleObject(mayLeave.get(), 20000);
+            ::SetEvent(entered.Get());
+            ::WaitForSingleObject(mayLeave.Get(), 20000);
         });
-        EXPECT_EQ(::WaitForSingleObject(entered.get(), 20000), WAIT_OBJECT_0);
+        EXPECT_EQ(::WaitForSingleObject(entered.Get(), 20000), WAIT_OBJECT_0);
     }
     Log(0x10, L"between");
-    ::SetEvent(mayLeave.get());
+    ::SetEvent(mayLeave.Get());
     other.join();
     Log(0x10, L"after");
     EXPECT_EQ(ReadLog(), Lines({L"(->) Class::First", L"(->)   Class::Second", L"(<-)   Class::First",
@@ -499,12 +502,12 @@ TEST_F(LogFunctionTests, BadSourceFile_InAGuardOfTheCaller_TheLocksAreFreeAfterw
         ADD_FAILURE() << "the fault has left the scope";
     }
     EXPECT_TRUE(hasGoneOn);
-    const UniqueSystemHandle isLogged(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const CUniqueSystemHandle isLogged(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     std::thread other([&] {
         Log(0x10, L"line");
-        ::SetEvent(isLogged.get());
+        ::SetEvent(isLogged.Get());
     });
-    const DWORD wait = ::WaitForSingleObject(isLogged.get(), 5000);
+    const DWORD wait = ::WaitForSingleObject(isLogged.Get(), 5000);
     if (wait != WAIT_OBJECT_0)
     {
         other.detach();

@@ -6,21 +6,21 @@
 #include <sstream>
 #include <vector>
 
-#include "logging/system/SystemHandle.h"
 #include "tests/logging/LogTest.h"
 #include "tests/support/ChildProcess.h"
+#include "winapi/base/SystemHandles.h"
 
 namespace
 {
-using KVLogging::UniqueSystemHandle;
+using KVWinApi::CUniqueSystemHandle;
 
 constexpr int kWriters = 8;
 constexpr int kLines = 1000;
 constexpr DWORD kWaitMs = 50000;
 
-UniqueSystemHandle MakeEvent(const std::wstring& name, const std::wstring& index = L"")
+CUniqueSystemHandle MakeEvent(const std::wstring& name, const std::wstring& index = L"")
 {
-    return UniqueSystemHandle(::CreateEventW(nullptr, TRUE, FALSE, (name + index).c_str()));
+    return CUniqueSystemHandle(::CreateEventW(nullptr, TRUE, FALSE, (name + index).c_str()));
 }
 
 std::wstring WriterCommandLine(const std::wstring& path, const std::wstring& name, const std::wstring& index)
@@ -36,9 +36,9 @@ TEST(LogProcessesTests, EightWritersOfOneFile_LoseTearAndMixNothing)
     const KVTest::TemporaryFolder folder;
     const std::wstring path = folder.PathOf(L"shared.log");
     const std::wstring name = L"KVTestWriters" + std::to_wstring(::GetCurrentProcessId());
-    const UniqueSystemHandle start = MakeEvent(name + L"Start");
-    std::vector<UniqueSystemHandle> written;
-    std::vector<UniqueSystemHandle> drain;
+    const CUniqueSystemHandle start = MakeEvent(name + L"Start");
+    std::vector<CUniqueSystemHandle> written;
+    std::vector<CUniqueSystemHandle> drain;
     std::vector<std::unique_ptr<KVTest::ChildProcess>> writers;
     for (int i = 0; i < kWriters; ++i)
     {
@@ -47,15 +47,15 @@ TEST(LogProcessesTests, EightWritersOfOneFile_LoseTearAndMixNothing)
         drain.push_back(MakeEvent(name + L"Drain", index));
         writers.push_back(std::make_unique<KVTest::ChildProcess>(WriterCommandLine(path, name, index)));
     }
-    ::SetEvent(start.get());
-    for (const UniqueSystemHandle& event : written)
+    ::SetEvent(start.Get());
+    for (const CUniqueSystemHandle& event : written)
     {
-        ASSERT_EQ(::WaitForSingleObject(event.get(), kWaitMs), WAIT_OBJECT_0);
+        ASSERT_EQ(::WaitForSingleObject(event.Get(), kWaitMs), WAIT_OBJECT_0);
     }
     // One after the other, so that the last line of each meets a free file.
     for (std::size_t i = 0; i < writers.size(); ++i)
     {
-        ::SetEvent(drain[i].get());
+        ::SetEvent(drain[i].Get());
         ASSERT_EQ(writers[i]->WaitForExit(kWaitMs), 0u);
     }
 

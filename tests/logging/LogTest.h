@@ -57,9 +57,9 @@ class RecordingSink : public KVLogging::ILineSink
 public:
     void WriteLine(const wchar_t* prefix, const wchar_t* indentation, const wchar_t* message) override
     {
-        Lines.push_back(std::wstring(prefix) + L"|" + indentation + L"|" + message);
+        lines.push_back(std::wstring(prefix) + L"|" + indentation + L"|" + message);
     }
-    std::vector<std::wstring> Lines;
+    std::vector<std::wstring> lines;
 };
 
 /// A process whose user has empty log settings, a folder for log files and one module, "Test".

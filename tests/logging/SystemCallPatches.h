@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -10,14 +11,17 @@
 #include "tests/support/ImportPatch.h"
 
 KV_DECLARE_IMPORT(CreateFileMappingW)
+KV_DECLARE_IMPORT(CreateFileW)
 KV_DECLARE_IMPORT(GetFileAttributesW)
 KV_DECLARE_IMPORT(GetLongPathNameW)
 KV_DECLARE_IMPORT(GetTickCount)
+KV_DECLARE_IMPORT(LeaveCriticalSection)
 KV_DECLARE_IMPORT(QueryPerformanceCounter)
 KV_DECLARE_IMPORT(RegOpenKeyExW)
 KV_DECLARE_IMPORT(RegCreateKeyExW)
 KV_DECLARE_IMPORT(RegQueryValueExW)
 KV_DECLARE_IMPORT(Sleep)
+KV_DECLARE_IMPORT(SleepConditionVariableSRW)
 KV_DECLARE_IMPORT(WaitForSingleObject)
 
 // Substitutes for the system functions that the logging library calls directly. One of a kind at a time.
@@ -108,15 +112,116 @@ private:
     ImportPatch m_patch;
 };
 
+/// The first opening of a file whose path ends with the text, which is in lower case, lasts until it is released.
+class SlowOpeningPatch
+{
+public:
+    explicit SlowOpeningPatch(std::wstring end) : m_patch(__imp_CreateFileW, reinterpret_cast<void*>(&Create))
+    {
+        s_end = std::move(end);
+        s_isDone = false;
+        s_isInside = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        s_mayLeave = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    ~SlowOpeningPatch()
+    {
+        ::CloseHandle(s_mayLeave);
+        ::CloseHandle(s_isInside);
+    }
+    SlowOpeningPatch(const SlowOpeningPatch&) = delete;
+    SlowOpeningPatch& operator=(const SlowOpeningPatch&) = delete;
+
+    /// False when nobody opens the file.
+    static bool WaitUntilInside() { return ::WaitForSingleObject(s_isInside, 20000) == WAIT_OBJECT_0; }
+    static void Release() { ::SetEvent(s_mayLeave); }
+
+private:
+    static HANDLE WINAPI Create(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                                DWORD disposition, DWORD flags, HANDLE model)
+    {
+        const std::wstring text = path;
+        if (text.size() >= s_end.size() && text.substr(text.size() - s_end.size()) == s_end && !s_isDone.exchange(true))
+        {
+            ::SetEvent(s_isInside);
+            ::WaitForSingleObject(s_mayLeave, 20000);
+        }
+        return s_original(path, access, share, security, disposition, flags, model);
+    }
+
+    inline static HANDLE(WINAPI* s_original)(LPCWSTR, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD,
+                                             HANDLE) = nullptr;
+    inline static std::wstring s_end;
+    inline static std::atomic<bool> s_isDone = false;
+    inline static HANDLE s_isInside = nullptr;
+    inline static HANDLE s_mayLeave = nullptr;
+    ImportPatch m_patch;
+};
+
+/// Waits for a condition last twenty seconds, however long they were to last, which is noted.
+class PatientConditionPatch
+{
+public:
+    PatientConditionPatch() : m_patch(__imp_SleepConditionVariableSRW, reinterpret_cast<void*>(&Wait))
+    {
+        s_lastTimeout = 0;
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    /// Of the wait that began last; 0 for none.
+    static DWORD GetLastTimeout() { return s_lastTimeout; }
+
+private:
+    static BOOL WINAPI Wait(CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD timeout, ULONG flags)
+    {
+        s_lastTimeout = timeout;
+        return s_original(condition, lock, 20000, flags);
+    }
+
+    inline static BOOL(WINAPI* s_original)(CONDITION_VARIABLE*, SRWLOCK*, DWORD, ULONG) = nullptr;
+    inline static std::atomic<DWORD> s_lastTimeout = 0;
+    ImportPatch m_patch;
+};
+
+/// The chosen thread calls the hook whenever it has left a critical section.
+class LeavePatch
+{
+public:
+    LeavePatch(DWORD thread, std::function<void()> hook)
+        : m_patch(__imp_LeaveCriticalSection, reinterpret_cast<void*>(&Leave))
+    {
+        s_hook = std::move(hook);
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+        s_thread = thread;
+    }
+    ~LeavePatch() { s_thread = 0; }
+    LeavePatch(const LeavePatch&) = delete;
+    LeavePatch& operator=(const LeavePatch&) = delete;
+
+private:
+    static void WINAPI Leave(CRITICAL_SECTION* section)
+    {
+        s_original(section);
+        if (::GetCurrentThreadId() == s_thread)
+        {
+            s_hook();
+        }
+    }
+
+    inline static void(WINAPI* s_original)(CRITICAL_SECTION*) = nullptr;
+    inline static std::atomic<DWORD> s_thread = 0;
+    inline static std::function<void()> s_hook;
+    ImportPatch m_patch;
+};
+
 /// Notes the mappings that are made.
 class MappingPatch
 {
 public:
     struct Mapping
     {
-        std::wstring Name;
-        DWORD ByteCount;
-        DWORD Protection;
+        std::wstring name;
+        DWORD byteCount;
+        DWORD protection;
     };
     MappingPatch() : m_patch(__imp_CreateFileMappingW, reinterpret_cast<void*>(&Create))
     {

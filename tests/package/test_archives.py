@@ -13,11 +13,10 @@ HEADERS = """
     analytics_reporting/AnalyticsEngine.h analytics_reporting/ProgramLogModule.h
     device_manager/Device.h device_manager/DeviceKinds.h
     ga_client/ClientInfo.h ga_client/CustomFacts.h ga_client/EventFields.h ga_client/GAClient.h
-    logging/system/CriticalSection.h logging/shared/ExtMonitor.h logging/file/Indentation.h logging/LastErrorRestore.h logging/file/LineQueue.h
-    logging/LineSink.h logging/file/LogFileRecord.h logging/LogFlags.h logging/LogFunction.h logging/LogModule.h
-    logging/LogModuleSettings.h logging/LogSourceFile.h logging/line/ScratchBuffer.h logging/settings/SettingsAccess.h logging/settings/SettingsBlock.h
-    logging/shared/SharedBlock.h logging/system/SystemHandle.h logging/Trace.h
-    utils/base/AccessViolation.h utils/CommandLine.h utils/FileUtils.h utils/base/FileVersionInfo.h utils/IniFile.h
+    logging/LastErrorRestore.h logging/line/ErrorTextFormatter.h logging/line/FormatCheck.h logging/LineSink.h
+    logging/LogFlags.h logging/LogFunction.h logging/LogModule.h logging/LogSourceFile.h logging/MonitorInterface.h
+    logging/system/CriticalSection.h logging/Trace.h logging/TraceScope.h
+    utils/base/AccessViolation.h utils/base/AsciiCase.h utils/CommandLine.h utils/FileUtils.h utils/base/FileVersionInfo.h utils/IniFile.h
     utils/OSVersion.h utils/PathUtils.h utils/StringUtils.h utils/base/StructuredExceptionScope.h utils/SxSConfig.h
     utils/base/Win32Exception.h
     winapi/ComApi.h winapi/IPHelperApi.h winapi/KernelApi.h winapi/RegistryApi.h winapi/SetupApi.h winapi/ShellApi.h

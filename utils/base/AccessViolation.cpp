@@ -4,7 +4,7 @@ namespace KVUtils
 {
 namespace
 {
-// The information words are only there when the record counts them: a program may raise the code without any.
+// The record says how many information words it has: a program may raise the code without any.
 ULONG_PTR InformationWord(const EXCEPTION_RECORD& record, DWORD index) noexcept
 {
     return index < record.NumberParameters ? record.ExceptionInformation[index] : 0;

@@ -4,11 +4,11 @@
 
 namespace KVUtils
 {
-/// An access to memory that the process may not touch that way.
+/// A read, write or execution of memory that does not permit it.
 class CAccessViolation : public CWin32Exception
 {
 public:
-    /// record: read, and not kept. A parameter that it lacks counts as 0.
+    /// record: read, and not kept. Parameters that it lacks count as 0.
     explicit CAccessViolation(const EXCEPTION_RECORD& record) noexcept;
 
     /// True for an attempt to write; false for one to read or to execute.

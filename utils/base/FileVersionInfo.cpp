@@ -57,10 +57,10 @@ bool CFileVersionInfo::ReadVersionData(const wchar_t* filePath)
     return true;
 }
 
-// Bytes from the place to the end of the version data; 0 outside it.
+// Bytes from that place to the end of the version data; 0 if it is outside.
 std::size_t CFileVersionInfo::GetRoomFrom(const void* place) const noexcept
 {
-    // Unsigned difference: a place before the data is far behind it.
+    // An unsigned difference: it is huge for a place before the data.
     const std::uintptr_t offset =
         reinterpret_cast<std::uintptr_t>(place) - reinterpret_cast<std::uintptr_t>(m_versionData.get());
     return offset < m_versionDataSize ? m_versionDataSize - offset : 0;
@@ -72,7 +72,7 @@ void CFileVersionInfo::FindTranslations()
     UINT byteCount = 0;
     if (QueryValue(m_versionData.get(), L"\\VarFileInfo\\Translation", table, byteCount))
     {
-        // The length is the file's word; a damaged one leads up to 64 KiB beyond the data.
+        // The length comes from the file; a damaged one leads up to 64 KiB beyond the data.
         const std::size_t available = std::min<std::size_t>(byteCount, GetRoomFrom(table));
         m_translations = static_cast<const Translation*>(table);
         m_translationCount = static_cast<UINT>(available / sizeof(Translation));
@@ -90,7 +90,7 @@ void CFileVersionInfo::FindFixedFileInfo()
     }
 }
 
-// Null when there is no such entry, or none that ends inside the version data.
+// Null if the entry is missing or does not end inside the version data.
 const wchar_t* CFileVersionInfo::FindText(const wchar_t* blockName) const
 {
     void* value = nullptr;

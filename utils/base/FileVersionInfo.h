@@ -7,13 +7,13 @@
 
 namespace KVUtils
 {
-/// The standard string entries of a version resource. Each operation answers null when the entry is not there.
+/// The standard string entries of a version resource. Each operation returns null if the entry is missing.
 /// Declaration order is slot order and part of the interface.
 class AFileVersionInfo
 {
 public:
     virtual ~AFileVersionInfo() = default;
-    /// The entry of that name, for example L"LegalCopyright"; null is allowed and answered with null.
+    /// The entry of that name, for example L"LegalCopyright"; for null the result is null.
     virtual const wchar_t* GetStringValue(const wchar_t* name) const = 0;
     /// The entry of that name.
     ///@{
@@ -26,10 +26,10 @@ public:
 };
 
 /// The version resource of a file, read once at construction (`GetFileVersionInfoW`, `VerQueryValueW`). A file that is
-/// missing, cannot be read or has no version resource gives an object whose operations all answer null.
+/// missing, cannot be read or has no version resource gives an object whose operations all return null.
 ///
-/// The resource is the file's, so no length or place in it is trusted: the table of translations ends where the data
-/// ends at the latest, and an entry that does not lie inside the data, its end included, counts as absent.
+/// The resource comes from the file, so no length or address in it is trusted: the table of translations is cut at the
+/// end of the data, and an entry that does not lie inside the data, its end included, counts as absent.
 ///
 /// Texts point into the object and live as long as it does. Immutable, hence safe on any thread.
 class CFileVersionInfo : public AFileVersionInfo
@@ -47,7 +47,8 @@ public:
     const wchar_t* GetProductName() const override;
     const wchar_t* GetProductVersion() const override;
 
-    /// The language-independent part (root block), null when there is none.
+    /// The language-independent part (root block); null if the file has none. For programs that compare version numbers
+    /// rather than texts.
     const VS_FIXEDFILEINFO* GetFixedFileInfo() const noexcept { return m_fixedFileInfo; }
 
 private:

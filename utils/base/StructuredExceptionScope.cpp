@@ -58,7 +58,6 @@ namespace
 struct Fault
 {
     EXCEPTION_RECORD record;
-    CONTEXT context;
     // The last C++ exception whose handler was looked for beyond the guard's frame. If a fault follows, the exception
     // was still on its way there.
     _Unwind_Exception* leaving;
@@ -115,8 +114,7 @@ extern "C"
             return ExceptionContinueSearch;
         }
         fault.record = *record;
-        fault.record.ExceptionRecord = nullptr; // a nested record lies in a frame that is about to go
-        fault.context = *context;
+        fault.record.ExceptionRecord = nullptr; // a nested record lies in a frame that is about to be unwound
         RtlUnwindEx(frame, const_cast<char*>(KvGuardedCallFaulted), record, nullptr, context, dispatcher->HistoryTable);
         return ExceptionContinueSearch; // not reached: the unwind goes on at KvGuardedCallFaulted
     }
@@ -253,7 +251,7 @@ void CStructuredExceptionScope::Call(void (*function)(void*), void* argument)
     if (KvGuardedCall(function, argument, &fault) != 0)
     {
         exceptions.Restore(fault.leaving);
-        EXCEPTION_POINTERS pointers{&fault.record, &fault.context};
+        EXCEPTION_POINTERS pointers{&fault.record, nullptr};
         TranslateStructuredException(fault.record.ExceptionCode, &pointers);
     }
 }

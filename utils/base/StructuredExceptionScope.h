@@ -5,7 +5,8 @@
 namespace KVUtils
 {
 /// Throws the structured exception as a C++ exception: CAccessViolation for an access violation, CWin32Exception for
-/// any other code. Never returns. The signature is the one that `_set_se_translator` expects.
+/// any other code. Never returns. The signature is the one that `_set_se_translator` expects; only the exception record
+/// is read.
 [[noreturn]] void TranslateStructuredException(unsigned int code, EXCEPTION_POINTERS* pointers);
 
 /// Makes faults in the code that it runs arrive as C++ exceptions (CAccessViolation, CWin32Exception):
@@ -50,6 +51,8 @@ public:
 private:
     static void Call(void (*function)(void*), void* argument);
 
-    void (*m_previous)(unsigned int, EXCEPTION_POINTERS*) = nullptr; // used where the compiler has a translator
+#if defined(_MSC_VER) // other compilers have no translator that could be restored
+    void (*m_previous)(unsigned int, EXCEPTION_POINTERS*);
+#endif
 };
 } // namespace KVUtils

@@ -19,14 +19,14 @@ public:
     explicit CWin32Exception(const EXCEPTION_RECORD& record) noexcept;
     /// Copies count as live objects of their own.
     CWin32Exception(const CWin32Exception& other) noexcept;
-    /// Takes over the fault, not its count.
+    /// Copies the fault. The count stays, since no object is added.
     CWin32Exception& operator=(const CWin32Exception&) noexcept = default;
     ~CWin32Exception() override;
 
     /// The kind of fault in words. A constant, never null.
     virtual const wchar_t* GetMessageText() const noexcept;
 
-    /// Where the fault struck: an instruction address, to be compared, not read.
+    /// The address of the faulting instruction: to be compared, not read.
     const void* GetExceptionAddress() const noexcept { return m_address; }
     /// The exception code, for example EXCEPTION_ACCESS_VIOLATION.
     std::uint32_t GetExceptionCode() const noexcept { return m_code; }

@@ -1,12 +1,12 @@
-// What code compiled with g++'s or clang's stack protector asks of its runtime: the value that guards every frame, and
-// the end of a process that finds it overwritten.
+// The runtime of g++'s and clang's stack protector: the value that guards every frame, and the end of a process whose
+// value was overwritten.
 //
 // Part of each program of this tree and of none of its libraries: other programs that link these keep their own.
 //
-// The compiler brings a library for that, which this file takes the place of. That library asks a cryptographic service
-// provider of the system for the value, at every start of every program: three DLLs loaded, keys of the registry read,
-// and it takes longer than all else that a run does when the user has declined. The value need not be secret from the
-// user of the machine, it must only be unknown to who composes an input that overflows a buffer; so it is made here as
+// This file replaces the library that comes with the compiler. That library asks a cryptographic service provider of
+// the system for the value, at every start of every program: it loads three DLLs and reads keys of the registry, which
+// takes longer than the rest of a run for a user who has declined. The value need not be secret from the user of the
+// machine. It must only be unknown to an attacker who composes an input that overflows a buffer, so it is made here as
 // Microsoft's runtime makes its own.
 
 #include <windows.h>
@@ -33,15 +33,15 @@ std::uint64_t MakeGuard() noexcept
     guard = Mix(guard ^ static_cast<std::uint64_t>(ticks.QuadPart));
     guard = Mix(guard ^ ::GetTickCount64());
     guard = Mix(guard ^ ((static_cast<std::uint64_t>(::GetCurrentProcessId()) << 32) | ::GetCurrentThreadId()));
-    guard = Mix(guard ^ reinterpret_cast<std::uint64_t>(&now));       // where the stack lies
-    guard = Mix(guard ^ reinterpret_cast<std::uint64_t>(&MakeGuard)); // and the image: both are placed at random
-    // The byte that comes first in memory is a zero, which no text that is copied beyond its buffer can contain.
+    guard = Mix(guard ^ reinterpret_cast<std::uint64_t>(&now));       // the address of the stack
+    guard = Mix(guard ^ reinterpret_cast<std::uint64_t>(&MakeGuard)); // and of the image: both are random
+    // The first byte in memory is zero, which no text that is copied beyond its buffer can contain.
     return guard & ~std::uint64_t{0xFF};
 }
 
 [[noreturn]] void EndProcess() noexcept
 {
-    // At once: the stack cannot be relied on, so nothing is called that uses what lies on it.
+    // At once: the stack is damaged, so nothing may be called that uses its contents.
     constexpr UINT kStackBufferOverrun = 0xC0000409; // STATUS_STACK_BUFFER_OVERRUN
     ::TerminateProcess(::GetCurrentProcess(), kStackBufferOverrun);
     __builtin_unreachable();

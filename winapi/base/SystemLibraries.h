@@ -4,8 +4,8 @@
 
 namespace KVWinApi
 {
-/// The system libraries that are loaded on demand: all but KERNEL32, the C runtime and ADVAPI32. These are imported,
-/// since every run needs them; ADVAPI32 because the first trace scope asks the registry whether anything is logged.
+/// The system libraries that are loaded on demand: all except KERNEL32, the C runtime and ADVAPI32, which every run
+/// needs and therefore imports. The first trace scope asks the registry (ADVAPI32) whether anything is logged.
 extern constinit CSystemLibrary g_gdi32Dll;
 extern constinit CSystemLibrary g_ipHlpApiDll;
 extern constinit CSystemLibrary g_ole32Dll;

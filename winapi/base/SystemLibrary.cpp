@@ -8,8 +8,8 @@ namespace
 {
 constexpr std::size_t kPathSize = MAX_PATH + 32; // characters: the system folder's bound, and a short file name
 
-// False when it does not fit, which no system folder comes to, or when the system does not know the folder; the last
-// error then says why.
+// False if it does not fit, which happens with no system folder, or if the system reports none; the last error then
+// says why.
 bool ComposePath(wchar_t (&path)[kPathSize], const wchar_t* fileName) noexcept
 {
     ::SetLastError(ERROR_MOD_NOT_FOUND); // unless the system has a reason of its own, such as a lack of memory
@@ -49,11 +49,11 @@ HMODULE CSystemLibrary::Load() noexcept
     {
         return module;
     }
-    // By its full path, and with the search for what the library itself imports starting in its own folder rather than
-    // in the program's: a file of the same name that somebody puts beside the program, in the current folder or on the
-    // search path is never loaded. LOAD_LIBRARY_SEARCH_SYSTEM32 would say the same in one word, but Windows Vista and 7
-    // without update KB2533623 refuse it (ERROR_INVALID_PARAMETER), and asking for it first would leave two ways, one
-    // of which hardly ever runs. This one is documented for every version.
+    // By its full path, and with the search for the library's own imports starting in its folder rather than in the
+    // program's: a file of the same name beside the program, in the current folder or on the search path is never
+    // loaded. LOAD_LIBRARY_SEARCH_SYSTEM32 would say the same in one word, but Windows Vista and 7 without update
+    // KB2533623 refuse it (ERROR_INVALID_PARAMETER), and asking for it first would leave two ways, one of which hardly
+    // ever runs. This one is documented for every version.
     wchar_t path[kPathSize];
     if (!ComposePath(path, m_fileName))
     {
@@ -62,7 +62,7 @@ HMODULE CSystemLibrary::Load() noexcept
     module = ::LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (module != nullptr)
     {
-        // Threads that meet here store the same; a further count in the loader does no harm, since none is given back.
+        // Threads that meet here store the same handle. The loader counts each, which is harmless: none is ever freed.
         m_module.store(module, std::memory_order_release);
     }
     return module;

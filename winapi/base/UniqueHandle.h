@@ -6,17 +6,17 @@
 
 namespace KVWinApi
 {
-/// Sole owner of one handle of the operating system, closed in the way that Traits tells:
+/// Sole owner of one handle of the operating system. Traits says how it is closed:
 ///
 ///     struct Traits
 ///     {
 ///         using Handle = ...;
 ///         static Handle Invalid() noexcept;          // the value of an empty owner
-///         static void Close(Handle handle) noexcept; // through the facade pointer, read at that moment
+///         static void Close(Handle handle) noexcept; // through the facade pointer, or below it directly
 ///     };
 ///
-/// The owner closes, it does not judge: test a system call's result for exactly the failure value that its design
-/// names, then hand it over. Move-only; not synchronised.
+/// The owner closes, it does not judge: test a system call's result for exactly the failure value that its
+/// documentation names, then hand it over. Move-only; not synchronised.
 template <typename Traits> class CUniqueHandle
 {
 public:

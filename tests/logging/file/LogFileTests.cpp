@@ -20,6 +20,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
+#include "winapi/base/SystemHandles.h"
 
 namespace
 {
@@ -27,6 +28,7 @@ using namespace KVLogging;
 using KVTest::FileExists;
 using KVTest::HeldFile;
 using KVTest::Lines;
+using KVWinApi::CUniqueSystemHandle;
 using testing::IsEmpty;
 
 const CLogSourceFile s_logFileTests(L"LogFileTests.cpp");
@@ -259,15 +261,15 @@ TEST_F(LogFileTests, FileHeldByAnotherProcess_LinesWaitFramedInTheQueue)
     UseFile(0x10);
     LogInScope(L"before");
     const std::wstring name = L"KVTestHold" + std::to_wstring(::GetCurrentProcessId());
-    const UniqueSystemHandle held(::CreateEventW(nullptr, TRUE, FALSE, (name + L"Held").c_str()));
-    const UniqueSystemHandle release(::CreateEventW(nullptr, TRUE, FALSE, (name + L"Release").c_str()));
+    const CUniqueSystemHandle held(::CreateEventW(nullptr, TRUE, FALSE, (name + L"Held").c_str()));
+    const CUniqueSystemHandle release(::CreateEventW(nullptr, TRUE, FALSE, (name + L"Release").c_str()));
     const KVTest::ChildProcess holder(L"\"" + KVTest::PathBesideTest(L"kv_log_writer.exe") + L"\" hold \"" + path +
                                       L"\" " + name);
-    ASSERT_EQ(::WaitForSingleObject(held.get(), 20000), WAIT_OBJECT_0);
+    ASSERT_EQ(::WaitForSingleObject(held.Get(), 20000), WAIT_OBJECT_0);
     LogInScope(L"one");
     Log(0x10, L"two");
     LogInScope(L"three");
-    ::SetEvent(release.get());
+    ::SetEvent(release.Get());
     ASSERT_EQ(holder.WaitForExit(20000), 0u);
     EXPECT_EQ(ReadLog(), Lines({L"(I0) before"}));
     LogInScope(L"after");
@@ -437,7 +439,7 @@ TEST_F(LogFileTests, Limit_Reached_NoOutputToASinkEither)
     KVTest::RecordingSink sink;
     Module().AttachLineSink(&sink);
     LogInScope(L"lost");
-    EXPECT_THAT(sink.Lines, IsEmpty());
+    EXPECT_THAT(sink.lines, IsEmpty());
 }
 
 TEST_F(LogFileTests, Limit_Reached_HoldsForAllModulesOfTheFile)

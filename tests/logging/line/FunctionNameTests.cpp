@@ -19,8 +19,8 @@ class FunctionNameTests : public testing::TestWithParam<NameRow>
 TEST_P(FunctionNameTests, Split_GivesClassAndShortName)
 {
     const KVLogging::FunctionName name = KVLogging::SplitFunctionName(GetParam().fullName.c_str());
-    EXPECT_EQ(name.ClassName, GetParam().className);
-    EXPECT_EQ(name.ShortName, GetParam().shortName);
+    EXPECT_EQ(name.className, GetParam().className);
+    EXPECT_EQ(name.shortName, GetParam().shortName);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -51,7 +51,7 @@ TEST(FunctionNameResultTests, Split_LaterSplits_LeaveEarlierResultsAlone)
 {
     const KVLogging::FunctionName first = KVLogging::SplitFunctionName(L"First::Run");
     KVLogging::SplitFunctionName(L"Second::Other");
-    EXPECT_EQ(first.ShortName, L"First::Run");
-    EXPECT_EQ(first.ClassName, L"First");
+    EXPECT_EQ(first.shortName, L"First::Run");
+    EXPECT_EQ(first.className, L"First");
 }
 } // namespace

@@ -53,7 +53,7 @@ TEST_F(SettingsReaderTests, NoKey_SetsNothing)
     EXPECT_EQ(settings.Categories, 0u);
     EXPECT_EQ(settings.DetailLevel, 0u);
     EXPECT_EQ(settings.Options, 0u);
-    EXPECT_EQ(settings.FileRecord, nullptr);
+    EXPECT_EQ(settings.fileRecord, nullptr);
     EXPECT_EQ(m_pollIntervalMs, 4711u);
 }
 
@@ -73,11 +73,11 @@ TEST_F(SettingsReaderTests, BaseKey_FillsAllFields)
     EXPECT_EQ(settings.DetailLevel, 3u);
     EXPECT_EQ(settings.Categories, 0x7Fu);
     EXPECT_EQ(settings.Options, 0x80001u);
-    ASSERT_NE(settings.FileRecord, nullptr);
-    EXPECT_EQ(settings.FileRecord->FileName, L"c:\\logs\\trace.log");
-    EXPECT_TRUE(settings.FileRecord->IsOpenPending);
-    EXPECT_EQ(settings.FileRecord->FileSize, 0u);
-    EXPECT_EQ(settings.FileRecord->Indentation.GetText(), L"");
+    ASSERT_NE(settings.fileRecord, nullptr);
+    EXPECT_EQ(settings.fileRecord->fileName, L"c:\\logs\\trace.log");
+    EXPECT_TRUE(settings.fileRecord->isOpenPending);
+    EXPECT_EQ(settings.fileRecord->fileSize, 0u);
+    EXPECT_EQ(settings.fileRecord->indentation.GetText(), L"");
 }
 
 TEST_F(SettingsReaderTests, EmptyBaseKey_LowCategoryBitsAreOnAllTheSame)
@@ -106,19 +106,19 @@ TEST_F(SettingsReaderTests, EachLevel_OverridesTheOneBefore)
 TEST_F(SettingsReaderTests, FileNames_EachLevelOverridesTheOneBefore)
 {
     m_registry.SetString(BaseKey(), L"LogFileName", L"base.log");
-    EXPECT_EQ(Read().FileRecord->FileName, L"base.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"base.log");
     m_registry.SetString(ProcessKey(), L"LogFileName", L"process.log");
-    EXPECT_EQ(Read().FileRecord->FileName, L"process.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"process.log");
     m_registry.SetString(ModuleKey(), L"LogFileName", L"module.log");
-    EXPECT_EQ(Read().FileRecord->FileName, L"module.log");
-    EXPECT_EQ(Read(L"Other").FileRecord->FileName, L"process.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"module.log");
+    EXPECT_EQ(Read(L"Other").fileRecord->fileName, L"process.log");
 }
 
 TEST_F(SettingsReaderTests, EmptyFileName_OfProcess_SwitchesTheFileOff)
 {
     m_registry.SetString(BaseKey(), L"LogFileName", L"base.log");
     m_registry.SetString(ProcessKey(), L"LogFileName", L"");
-    EXPECT_EQ(Read().FileRecord, nullptr);
+    EXPECT_EQ(Read().fileRecord, nullptr);
 }
 
 TEST_F(SettingsReaderTests, ModuleNamedLikeTheExecutable_ReadsTheProcessKey)
@@ -129,7 +129,7 @@ TEST_F(SettingsReaderTests, ModuleNamedLikeTheExecutable_ReadsTheProcessKey)
     m_registry.SetDword(ModuleKey(moduleName), L"LogOptions", 3);
     m_registry.SetDword(ProcessKey() + L"\\sxsconfig.cpp", L"LogOptions", 4);
     EXPECT_EQ(Read(moduleName).Options, 2u);
-    EXPECT_EQ(m_block.SourceFiles[L"sxsconfig.cpp"].Options, 4u);
+    EXPECT_EQ(m_block.sourceFiles[L"sxsconfig.cpp"].Options, 4u);
 }
 
 TEST_F(SettingsReaderTests, WrongTypes_AreIgnored)
@@ -144,9 +144,9 @@ TEST_F(SettingsReaderTests, WrongTypes_AreIgnored)
     EXPECT_EQ(settings.Categories, 0xFu);
     EXPECT_EQ(settings.DetailLevel, 0u);
     EXPECT_EQ(settings.Options, 0u);
-    EXPECT_EQ(settings.FileRecord, nullptr);
+    EXPECT_EQ(settings.fileRecord, nullptr);
     EXPECT_EQ(m_pollIntervalMs, 4711u);
-    EXPECT_EQ(m_monitorValues.ClassId, L"");
+    EXPECT_EQ(m_monitorValues.classId, L"");
 }
 
 TEST_F(SettingsReaderTests, RelatedTypes_AreIgnoredToo)
@@ -158,7 +158,7 @@ TEST_F(SettingsReaderTests, RelatedTypes_AreIgnoredToo)
     const LogModuleSettings settings = Read();
     EXPECT_EQ(settings.Categories, 0xFu);
     EXPECT_EQ(settings.Options, 0u);
-    EXPECT_EQ(settings.FileRecord, nullptr);
+    EXPECT_EQ(settings.fileRecord, nullptr);
 }
 
 TEST_F(SettingsReaderTests, DamagedValues_AreIgnoredOrReadAsFarAsTheyGo)
@@ -172,30 +172,30 @@ TEST_F(SettingsReaderTests, DamagedValues_AreIgnoredOrReadAsFarAsTheyGo)
     EXPECT_EQ(settings.Categories, 0xFu);
     EXPECT_EQ(settings.Options, 0u);
     EXPECT_EQ(settings.DetailLevel, 0u);
-    ASSERT_NE(settings.FileRecord, nullptr);
-    EXPECT_EQ(settings.FileRecord->FileName, L"x.log");
+    ASSERT_NE(settings.fileRecord, nullptr);
+    EXPECT_EQ(settings.fileRecord->fileName, L"x.log");
 }
 
 TEST_F(SettingsReaderTests, FileNames_EmbeddedZeroOddSizeAndGreatLength)
 {
     m_registry.SetValue(BaseKey(), L"LogFileName", REG_SZ, L"a.log\0b.log", 11 * sizeof(wchar_t));
-    EXPECT_EQ(Read().FileRecord->FileName, L"a.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"a.log");
     m_registry.SetValue(BaseKey(), L"LogFileName", REG_SZ, L"ab", 3); // half a character
-    EXPECT_EQ(Read().FileRecord->FileName.substr(0, 1), L"a");
+    EXPECT_EQ(Read().fileRecord->fileName.substr(0, 1), L"a");
     const std::wstring longName = L"c:\\" + std::wstring(5000, L'x');
     m_registry.SetString(BaseKey(), L"LogFileName", longName);
-    EXPECT_EQ(Read().FileRecord->FileName, longName);
+    EXPECT_EQ(Read().fileRecord->fileName, longName);
     m_registry.SetValue(BaseKey(), L"LogFileName", REG_SZ, L"", 0);
-    EXPECT_EQ(Read().FileRecord, nullptr);
+    EXPECT_EQ(Read().fileRecord, nullptr);
 }
 
 TEST_F(SettingsReaderTests, FileName_EnvironmentVariablesAreExpanded)
 {
     ::SetEnvironmentVariableW(L"KV_TEST_LOGS", L"C:\\Some Folder");
     m_registry.SetString(BaseKey(), L"LogFileName", L"%KV_TEST_LOGS%\\Trace.log");
-    EXPECT_EQ(Read().FileRecord->FileName, L"c:\\some folder\\trace.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"c:\\some folder\\trace.log");
     m_registry.SetString(BaseKey(), L"LogFileName", L"%KV_TEST_NO_SUCH%\\Trace.log");
-    EXPECT_EQ(Read().FileRecord->FileName, L"%kv_test_no_such%\\trace.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"%kv_test_no_such%\\trace.log");
 }
 
 TEST_F(SettingsReaderTests, OneFileUnderSeveralSpellings_IsOneRecord)
@@ -204,21 +204,21 @@ TEST_F(SettingsReaderTests, OneFileUnderSeveralSpellings_IsOneRecord)
     m_registry.SetString(ModuleKey(L"One"), L"LogFileName", L"c:\\logs\\TRACE.log");
     m_registry.SetString(ModuleKey(L"Two"), L"LogFileName", L"%KV_TEST_LOGS%\\trace.log");
     m_registry.SetString(ModuleKey(L"Three"), L"LogFileName", L"C:\\Logs\\other.log");
-    const LogFileRecord* const file = Read(L"One").FileRecord;
-    EXPECT_EQ(Read(L"Two").FileRecord, file);
-    EXPECT_NE(Read(L"Three").FileRecord, file);
-    EXPECT_EQ(m_block.Files.size(), 2u);
+    const LogFileRecord* const file = Read(L"One").fileRecord;
+    EXPECT_EQ(Read(L"Two").fileRecord, file);
+    EXPECT_NE(Read(L"Three").fileRecord, file);
+    EXPECT_EQ(m_block.files.size(), 2u);
 }
 
 TEST_F(SettingsReaderTests, FileRecord_IsFoundByItsConfiguredNameAlsoAfterItWasOpened)
 {
     m_registry.SetString(BaseKey(), L"LogFileName", L"trace.log");
-    LogFileRecord* const file = Read().FileRecord;
-    file->FileName = L"C:\\ProgramData\\trace.log";
-    file->IsOpenPending = false;
-    EXPECT_EQ(Read().FileRecord, file);
-    EXPECT_EQ(m_block.Files.size(), 1u);
-    EXPECT_FALSE(file->IsOpenPending);
+    LogFileRecord* const file = Read().fileRecord;
+    file->fileName = L"C:\\ProgramData\\trace.log";
+    file->isOpenPending = false;
+    EXPECT_EQ(Read().fileRecord, file);
+    EXPECT_EQ(m_block.files.size(), 1u);
+    EXPECT_FALSE(file->isOpenPending);
 }
 
 struct PollRow
@@ -262,14 +262,14 @@ TEST_F(SettingsReaderTests, MonitorValues_CountOnTheProcessKeyOnly)
         m_registry.SetDword(key, L"ExtMonitorFlags", 1);
     }
     Read();
-    EXPECT_EQ(m_monitorValues.ClassId, L"");
+    EXPECT_EQ(m_monitorValues.classId, L"");
     m_registry.SetString(ProcessKey(), L"ExtMonitorCLSID", L"{here}");
     m_registry.SetDword(ProcessKey(), L"ExtMonitorFlags", 6);
     m_registry.SetString(ProcessKey(), L"ExtMonitorParmFile", L"C:\\parameters.txt");
     Read();
-    EXPECT_EQ(m_monitorValues.ClassId, L"{here}");
-    EXPECT_EQ(m_monitorValues.Flags, 6u);
-    EXPECT_EQ(m_monitorValues.ParameterFile, L"C:\\parameters.txt");
+    EXPECT_EQ(m_monitorValues.classId, L"{here}");
+    EXPECT_EQ(m_monitorValues.flags, 6u);
+    EXPECT_EQ(m_monitorValues.parameterFile, L"C:\\parameters.txt");
 }
 
 TEST_F(SettingsReaderTests, MonitorValues_WithoutClass_AreNotRead)
@@ -277,8 +277,8 @@ TEST_F(SettingsReaderTests, MonitorValues_WithoutClass_AreNotRead)
     m_registry.SetDword(ProcessKey(), L"ExtMonitorFlags", 6);
     m_registry.SetString(ProcessKey(), L"ExtMonitorParmFile", L"C:\\parameters.txt");
     Read();
-    EXPECT_EQ(m_monitorValues.Flags, std::nullopt);
-    EXPECT_EQ(m_monitorValues.ParameterFile, L"");
+    EXPECT_EQ(m_monitorValues.flags, std::nullopt);
+    EXPECT_EQ(m_monitorValues.parameterFile, L"");
 }
 
 TEST_F(SettingsReaderTests, SourceFileKeys_AreReadInLowerCase)
@@ -286,9 +286,9 @@ TEST_F(SettingsReaderTests, SourceFileKeys_AreReadInLowerCase)
     m_registry.SetDword(ModuleKey() + L"\\SxSConfig.cpp", L"LogCategories", 0x200);
     m_registry.SetDword(ModuleKey() + L"\\PathUtils.cpp", L"LogInfoDetailLevel", 7);
     Read();
-    ASSERT_EQ(m_block.SourceFiles.size(), 2u);
-    EXPECT_EQ(m_block.SourceFiles[L"sxsconfig.cpp"].Categories, 0x20Fu);
-    EXPECT_EQ(m_block.SourceFiles[L"pathutils.cpp"].DetailLevel, 7u);
+    ASSERT_EQ(m_block.sourceFiles.size(), 2u);
+    EXPECT_EQ(m_block.sourceFiles[L"sxsconfig.cpp"].Categories, 0x20Fu);
+    EXPECT_EQ(m_block.sourceFiles[L"pathutils.cpp"].DetailLevel, 7u);
 }
 
 TEST_F(SettingsReaderTests, SourceFile_InheritsTheFileOnly)
@@ -299,11 +299,11 @@ TEST_F(SettingsReaderTests, SourceFile_InheritsTheFileOnly)
     m_registry.SetString(ModuleKey(), L"LogFileName", L"module.log");
     m_registry.SetDword(ModuleKey() + L"\\a.cpp", L"Unrelated", 1);
     const LogModuleSettings module = Read();
-    const LogModuleSettings file = m_block.SourceFiles[L"a.cpp"];
+    const LogModuleSettings file = m_block.sourceFiles[L"a.cpp"];
     EXPECT_EQ(file.Categories, 0xFu);
     EXPECT_EQ(file.Options, 0u);
     EXPECT_EQ(file.DetailLevel, 0u);
-    EXPECT_EQ(file.FileRecord, module.FileRecord);
+    EXPECT_EQ(file.fileRecord, module.fileRecord);
 }
 
 TEST_F(SettingsReaderTests, SourceFile_NamesItsOwnFileOrNone)
@@ -312,8 +312,8 @@ TEST_F(SettingsReaderTests, SourceFile_NamesItsOwnFileOrNone)
     m_registry.SetString(ModuleKey() + L"\\a.cpp", L"LogFileName", L"a.log");
     m_registry.SetString(ModuleKey() + L"\\b.cpp", L"LogFileName", L"");
     const LogModuleSettings module = Read();
-    EXPECT_EQ(m_block.SourceFiles[L"a.cpp"].FileRecord->FileName, L"a.log");
-    EXPECT_EQ(m_block.SourceFiles[L"b.cpp"].FileRecord, module.FileRecord);
+    EXPECT_EQ(m_block.sourceFiles[L"a.cpp"].fileRecord->fileName, L"a.log");
+    EXPECT_EQ(m_block.sourceFiles[L"b.cpp"].fileRecord, module.fileRecord);
 }
 
 TEST_F(SettingsReaderTests, SourceFile_ReadAgain_KeepsWhatIsNoLongerSet)
@@ -322,10 +322,10 @@ TEST_F(SettingsReaderTests, SourceFile_ReadAgain_KeepsWhatIsNoLongerSet)
     Read();
     m_registry.DeleteValue(ModuleKey() + L"\\a.cpp", L"LogCategories");
     Read();
-    EXPECT_EQ(m_block.SourceFiles[L"a.cpp"].Categories, 0x20Fu); // only a module's own settings start from zero
+    EXPECT_EQ(m_block.sourceFiles[L"a.cpp"].Categories, 0x20Fu); // only a module's own settings start from zero
     m_registry.DeleteKey(BaseKey());
     Read();
-    EXPECT_EQ(m_block.SourceFiles[L"a.cpp"].Categories, 0x20Fu);
+    EXPECT_EQ(m_block.sourceFiles[L"a.cpp"].Categories, 0x20Fu);
 }
 
 TEST_F(SettingsReaderTests, SourceFile_OneThatInheritedItsFile_KeepsIt)
@@ -334,8 +334,8 @@ TEST_F(SettingsReaderTests, SourceFile_OneThatInheritedItsFile_KeepsIt)
     m_registry.SetDword(ModuleKey() + L"\\a.cpp", L"LogCategories", 0x200);
     Read();
     m_registry.SetString(BaseKey(), L"LogFileName", L"new.log");
-    EXPECT_EQ(Read().FileRecord->FileName, L"new.log");
-    EXPECT_EQ(m_block.SourceFiles[L"a.cpp"].FileRecord->FileName, L"old.log");
+    EXPECT_EQ(Read().fileRecord->fileName, L"new.log");
+    EXPECT_EQ(m_block.sourceFiles[L"a.cpp"].fileRecord->fileName, L"old.log");
 }
 
 TEST_F(SettingsReaderTests, ModuleKey_IsMadeOnlyWhenTheCategoriesAskForIt)

@@ -79,6 +79,10 @@ public:
 
     std::wstring GetRecord() const { return Find<KVTest::GetMonitorRecordFunction>("KvGetMonitorRecord")(); }
     void SetFault(const wchar_t* call) const { Find<KVTest::SetMonitorFaultFunction>("KvSetMonitorFault")(call); }
+    void SetDelay(const wchar_t* call, DWORD milliseconds) const
+    {
+        Find<KVTest::SetMonitorDelayFunction>("KvSetMonitorDelay")(call, milliseconds);
+    }
     void SetRefusal(bool isRefused) const { Find<KVTest::SetMonitorRefusalFunction>("KvSetMonitorRefusal")(isRefused); }
 
 private:
@@ -193,6 +197,15 @@ TEST_F(ExtMonitorTests, FlagsAbsent_AreZero)
     UseMonitor(m_class.GetId(), std::nullopt);
     RunScope();
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n");
+}
+
+TEST_F(ExtMonitorTests, NoMonitor_EntryAndExitWaitForTheSettingsOnly)
+{
+    UseFile(0xC00);
+    RunScope(); // opens the file
+    const KVTest::WaitPatch waits;
+    RunScope();
+    EXPECT_EQ(KVTest::WaitPatch::GetTimeouts(), (std::vector<DWORD>{50, 50}));
 }
 
 TEST_F(ExtMonitorTests, NoClass_NothingIsCreated)
@@ -344,6 +357,39 @@ TEST_F(ExtMonitorTests, WithoutCom_NoneIsBoundAndLoggingGoesOn)
     EXPECT_EQ(ReadLog(), Lines({L"(->) Class::Method", L"(<-) Class::Method"}));
 }
 
+class ExtMonitorSlowTests : public ExtMonitorTests, public testing::WithParamInterface<const wchar_t*>
+{
+};
+
+TEST_P(ExtMonitorSlowTests, SlowMonitor_LinesOfAnotherModulePassIt)
+{
+    constexpr DWORD kDelayMs = 600;
+    constexpr DWORD kLongestStopMs = 200;
+    UseFile(0xC10);
+    UseMonitor(m_class.GetId(), 7);
+    CLogModule other("Other", "");
+    other.LogString(nullptr, 0x10, L"first", true);
+    Refresh();
+    m_server.SetDelay(GetParam(), kDelayMs);
+    const std::wstring slowCall = std::wstring(L"1 ") + GetParam();
+    std::thread slow([this] { RunScope(); });
+    for (const DWORD start = ::GetTickCount();
+         m_server.GetRecord().find(slowCall) == std::wstring::npos && ::GetTickCount() - start < 20000;)
+    {
+        ::Sleep(1);
+    }
+    const DWORD start = ::GetTickCount();
+    other.LogString(nullptr, 0x10, L"quick", true);
+    EXPECT_LT(::GetTickCount() - start, kLongestStopMs);
+    slow.join();
+    const std::wstring log = ReadLog();
+    EXPECT_NE(log.find(L"(I0) quick\r\n"), std::wstring::npos) << KVTest::Narrow(log);
+    EXPECT_EQ(log.find(L"Queued"), std::wstring::npos) << KVTest::Narrow(log);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, ExtMonitorSlowTests, testing::Values(L"class", L"entry", L"exit"),
+                         [](const auto& row) { return KVTest::Narrow(row.param); });
+
 // Faults of the monitor.
 
 TEST_F(ExtMonitorTests, FaultAtStart_LoggingGoesOn)
@@ -423,25 +469,25 @@ protected:
 TEST_F(ExtMonitorDirectTests, Notify_NoneBound_IsNotImplemented)
 {
     for (const MonitorEvent event :
-         {MonitorEvent::Start, MonitorEvent::Stop, MonitorEvent::Class, MonitorEvent::Entry, MonitorEvent::Exit})
+         {MonitorEvent::kStart, MonitorEvent::kStop, MonitorEvent::kClass, MonitorEvent::kEntry, MonitorEvent::kExit})
     {
         EXPECT_EQ(m_monitor.Notify(event, L"text"), E_NOTIMPL);
     }
-    EXPECT_EQ(CExtMonitor().Notify(MonitorEvent::Entry, L"text"), E_NOTIMPL);
+    EXPECT_EQ(CExtMonitor().Notify(MonitorEvent::kEntry, L"text"), E_NOTIMPL);
 }
 
 TEST_F(ExtMonitorDirectTests, Notify_TextMissing_IsNotImplemented)
 {
     m_monitor.Update({m_class.GetId(), 7, L""}, L"direct.exe");
-    EXPECT_EQ(m_monitor.Notify(MonitorEvent::Entry, nullptr), E_NOTIMPL);
-    EXPECT_EQ(m_monitor.Notify(MonitorEvent::Entry, L"text"), S_OK);
+    EXPECT_EQ(m_monitor.Notify(MonitorEvent::kEntry, nullptr), E_NOTIMPL);
+    EXPECT_EQ(m_monitor.Notify(MonitorEvent::kEntry, L"text"), S_OK);
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 entry [text]\n");
 }
 
 TEST_F(ExtMonitorDirectTests, Notify_EmptyText_IsTheUnknown)
 {
     m_monitor.Update({m_class.GetId(), 7, L""}, L"direct.exe");
-    for (const MonitorEvent event : {MonitorEvent::Stop, MonitorEvent::Entry, MonitorEvent::Exit})
+    for (const MonitorEvent event : {MonitorEvent::kStop, MonitorEvent::kEntry, MonitorEvent::kExit})
     {
         EXPECT_EQ(m_monitor.Notify(event, L""), S_OK);
     }
@@ -452,10 +498,10 @@ TEST_F(ExtMonitorDirectTests, Notify_EmptyText_IsTheUnknown)
 TEST_F(ExtMonitorDirectTests, Class_NotReported_IsRememberedAllTheSame)
 {
     m_monitor.Update({m_class.GetId(), 0, L""}, L"direct.exe");
-    m_monitor.Notify(MonitorEvent::Class, L"A");
+    m_monitor.Notify(MonitorEvent::kClass, L"A");
     m_monitor.Update({m_class.GetId(), 1, L""}, L"direct.exe");
-    m_monitor.Notify(MonitorEvent::Class, L"A");
-    m_monitor.Notify(MonitorEvent::Class, L"B");
+    m_monitor.Notify(MonitorEvent::kClass, L"A");
+    m_monitor.Notify(MonitorEvent::kClass, L"B");
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 class [B]\n");
 }
 
@@ -463,7 +509,7 @@ TEST_F(ExtMonitorDirectTests, Update_FlagsAbsent_KeepTheirValue)
 {
     m_monitor.Update({m_class.GetId(), 2, L""}, L"direct.exe");
     m_monitor.Update({m_class.GetId(), std::nullopt, L""}, L"direct.exe");
-    m_monitor.Notify(MonitorEvent::Entry, L"text");
+    m_monitor.Notify(MonitorEvent::kEntry, L"text");
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 start [] [<unknown>]\n1 entry [text]\n");
 }
 
@@ -478,7 +524,7 @@ TEST_F(ExtMonitorDirectTests, Update_MutexBusyWhenTheMonitorIsMade_IsTriedAgainT
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 release\n");
     m_monitor.Update({m_class.GetId(), 2, L"p"}, L"direct.exe");
     m_monitor.Update({m_class.GetId(), 2, L"p"}, L"direct.exe");
-    EXPECT_EQ(m_monitor.Notify(MonitorEvent::Entry, L"text"), S_OK);
+    EXPECT_EQ(m_monitor.Notify(MonitorEvent::kEntry, L"text"), S_OK);
     EXPECT_EQ(m_server.GetRecord(), L"1 create\n1 release\n2 create\n2 start [p] [p]\n2 entry [text]\n");
 }
 

@@ -11,20 +11,23 @@
 #include <mutex>
 #include <string>
 
-#include "logging/shared/ExtMonitor.h"
+#include "logging/MonitorInterface.h"
 
 namespace
 {
-std::mutex s_mutex; // guards the record and the fault
+std::mutex s_mutex; // guards the record, the fault and the delay
 std::wstring s_record;
 std::wstring s_recordCopy;
 std::wstring s_fault;
+std::wstring s_slowCall;
+DWORD s_delayMs = 0;
 std::atomic<bool> s_isRefused;
 std::atomic<int> s_objectCount;
 
 void Record(int object, const std::wstring& call, std::initializer_list<BSTR> arguments)
 {
     bool isFaulting = false;
+    DWORD delayMs = 0;
     {
         const std::lock_guard lock(s_mutex);
         s_record += std::to_wstring(object) + L" " + call;
@@ -35,6 +38,11 @@ void Record(int object, const std::wstring& call, std::initializer_list<BSTR> ar
         }
         s_record += L"\n";
         isFaulting = s_fault == call;
+        delayMs = s_slowCall == call ? s_delayMs : 0;
+    }
+    if (delayMs != 0)
+    {
+        ::Sleep(delayMs);
     }
     if (isFaulting)
     {
@@ -161,6 +169,13 @@ extern "C" __declspec(dllexport) void KvSetMonitorFault(const wchar_t* callName)
 {
     const std::lock_guard lock(s_mutex);
     s_fault = callName != nullptr ? callName : L"";
+}
+
+extern "C" __declspec(dllexport) void KvSetMonitorDelay(const wchar_t* callName, DWORD milliseconds)
+{
+    const std::lock_guard lock(s_mutex);
+    s_slowCall = callName;
+    s_delayMs = milliseconds;
 }
 
 extern "C" __declspec(dllexport) void KvSetMonitorRefusal(bool isRefused)

@@ -11,4 +11,6 @@ using GetMonitorRecordFunction = const wchar_t* (*)();
 using SetMonitorFaultFunction = void (*)(const wchar_t* callName);
 /// The creation of objects fails from now on, or no longer.
 using SetMonitorRefusalFunction = void (*)(bool isRefused);
+/// The call of that name takes that much longer from now on.
+using SetMonitorDelayFunction = void (*)(const wchar_t* callName, unsigned long milliseconds);
 } // namespace KVTest

@@ -20,6 +20,10 @@
 namespace
 {
 using namespace KVLogging;
+using KVWinApi::CUniqueMutexHold;
+using KVWinApi::CUniqueSystemHandle;
+using KVWinApi::CUniqueView;
+using KVWinApi::HoldMutex;
 
 constexpr wchar_t kExecutable[] = L"proxy.exe";
 
@@ -29,12 +33,12 @@ struct TestBlock
     static constexpr unsigned long kMappingBytes = 32;
     static constexpr std::uint64_t GetLayout() noexcept { return CombineLayout({sizeof(TestBlock)}); }
 
-    explicit TestBlock(std::wstring executableName) : Name(std::move(executableName)) { ++s_liveCount; }
+    explicit TestBlock(std::wstring executableName) : name(std::move(executableName)) { ++s_liveCount; }
     ~TestBlock() { --s_liveCount; }
     TestBlock(const TestBlock&) = delete;
     TestBlock& operator=(const TestBlock&) = delete;
 
-    std::wstring Name;
+    std::wstring name;
     static int s_liveCount;
 };
 int TestBlock::s_liveCount = 0;
@@ -46,13 +50,13 @@ std::wstring ObjectName(const wchar_t* suffix)
 
 bool MutexExists(const std::wstring& name)
 {
-    const UniqueSystemHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
-    return mutex != nullptr;
+    const CUniqueSystemHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
+    return mutex.IsValid();
 }
 
-UniqueSystemHandle OpenMapping(const std::wstring& name)
+CUniqueSystemHandle OpenMapping(const std::wstring& name)
 {
-    return UniqueSystemHandle(::OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
+    return CUniqueSystemHandle(::OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
 }
 
 // Holds a mutex on a thread of its own.
@@ -62,20 +66,20 @@ public:
     explicit HeldMutex(const std::wstring& name)
         : m_held(::CreateEventW(nullptr, TRUE, FALSE, nullptr)),
           m_release(::CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_thread([this, name] {
-              const UniqueSystemHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
-              const CMutexLock lock(mutex.get(), 10000);
-              ::SetEvent(m_held.get());
-              ::WaitForSingleObject(m_release.get(), 20000);
+              const CUniqueSystemHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
+              const CUniqueMutexHold hold = HoldMutex(mutex.Get(), 10000);
+              ::SetEvent(m_held.Get());
+              ::WaitForSingleObject(m_release.Get(), 20000);
           })
     {
-        ::WaitForSingleObject(m_held.get(), 10000);
+        ::WaitForSingleObject(m_held.Get(), 10000);
     }
     ~HeldMutex() { Release(); }
     HeldMutex(const HeldMutex&) = delete;
     HeldMutex& operator=(const HeldMutex&) = delete;
     void Release()
     {
-        ::SetEvent(m_release.get());
+        ::SetEvent(m_release.Get());
         if (m_thread.joinable())
         {
             m_thread.join();
@@ -83,8 +87,8 @@ public:
     }
 
 private:
-    UniqueSystemHandle m_held;
-    UniqueSystemHandle m_release;
+    CUniqueSystemHandle m_held;
+    CUniqueSystemHandle m_release;
     std::thread m_thread;
 };
 
@@ -93,10 +97,10 @@ TEST(SharedBlockTests, Attach_NamesMutexAndMappingAfterProgramAndProcess)
     CSharedBlock<TestBlock> block;
     ASSERT_TRUE(block.Attach(kExecutable));
     EXPECT_TRUE(MutexExists(ObjectName(L"TestKindLock")));
-    EXPECT_NE(OpenMapping(ObjectName(L"TestKindMappedFile")), nullptr);
+    EXPECT_TRUE(OpenMapping(ObjectName(L"TestKindMappedFile")).IsValid());
     block.Detach();
     EXPECT_FALSE(MutexExists(ObjectName(L"TestKindLock")));
-    EXPECT_EQ(OpenMapping(ObjectName(L"TestKindMappedFile")), nullptr);
+    EXPECT_FALSE(OpenMapping(ObjectName(L"TestKindMappedFile")).IsValid());
 }
 
 TEST(SharedBlockTests, Attach_FirstMakesTheBlockTheLastDestroysIt)
@@ -108,7 +112,7 @@ TEST(SharedBlockTests, Attach_FirstMakesTheBlockTheLastDestroysIt)
     EXPECT_EQ(TestBlock::s_liveCount, 1);
     ASSERT_NE(first.Get(), nullptr);
     EXPECT_EQ(first.Get(), second.Get());
-    EXPECT_EQ(second.Get()->Name, kExecutable);
+    EXPECT_EQ(second.Get()->name, kExecutable);
     first.Detach();
     EXPECT_EQ(first.Get(), nullptr);
     EXPECT_EQ(TestBlock::s_liveCount, 1);
@@ -142,8 +146,8 @@ TEST(SharedBlockTests, Attach_AbandonedMutex_CountsAsObtained)
 {
     // The handle here keeps the mutex, the thread that owns it ends.
     const std::wstring name = ObjectName(L"TestKindLock");
-    const UniqueSystemHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
-    std::thread([&] { ::WaitForSingleObject(mutex.get(), INFINITE); }).join();
+    const CUniqueSystemHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
+    std::thread([&] { ::WaitForSingleObject(mutex.Get(), INFINITE); }).join();
     CSharedBlock<TestBlock> block;
     EXPECT_TRUE(block.Attach(kExecutable));
 }
@@ -184,10 +188,10 @@ public:
             Map(PAGE_READONLY, 0, mappingName);
             break;
         case Squat::EventOfTheMappingsName:
-            m_object.reset(::CreateEventW(nullptr, FALSE, FALSE, mappingName.c_str()));
+            m_object.Reset(::CreateEventW(nullptr, FALSE, FALSE, mappingName.c_str()));
             break;
         case Squat::EventOfTheMutexName:
-            m_object.reset(::CreateEventW(nullptr, FALSE, FALSE, mutexName.c_str()));
+            m_object.Reset(::CreateEventW(nullptr, FALSE, FALSE, mutexName.c_str()));
             break;
         }
         ::CloseHandle(m_file);
@@ -196,7 +200,7 @@ public:
     SquattedNames& operator=(const SquattedNames&) = delete;
 
     /// False when the system refused the object.
-    bool IsMade() const noexcept { return m_object != nullptr; }
+    bool IsMade() const noexcept { return m_object.IsValid(); }
 
 private:
     // Zero where the mapping's header has its pointer to the block; the system does not look at those bytes.
@@ -213,12 +217,12 @@ private:
     }
     void Map(DWORD protection, DWORD byteCount, const std::wstring& name)
     {
-        m_object.reset(::CreateFileMappingW(m_file, nullptr, protection, 0, byteCount, name.c_str()));
+        m_object.Reset(::CreateFileMappingW(m_file, nullptr, protection, 0, byteCount, name.c_str()));
     }
 
     KVTest::TemporaryFolder m_folder;
     HANDLE m_file = INVALID_HANDLE_VALUE;
-    UniqueSystemHandle m_object;
+    CUniqueSystemHandle m_object;
 };
 
 class SharedBlockSquatTests : public testing::TestWithParam<SquatRow>
@@ -255,10 +259,10 @@ struct TwoPageBlock : TestBlock
 
 TEST(SharedBlockTests, Attach_MappingCommittedInPartOnly_StaysUnattached)
 {
-    const UniqueSystemHandle mapping(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE,
-                                                          0, 8192, ObjectName(L"TestKindMappedFile").c_str()));
-    const UniqueView view(::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, 0));
-    ASSERT_NE(::VirtualAlloc(view.get(), 4096, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    const CUniqueSystemHandle mapping(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE,
+                                                           0, 8192, ObjectName(L"TestKindMappedFile").c_str()));
+    const CUniqueView view(::MapViewOfFile(mapping.Get(), FILE_MAP_WRITE, 0, 0, 0));
+    ASSERT_NE(::VirtualAlloc(view.Get(), 4096, MEM_COMMIT, PAGE_READWRITE), nullptr);
     CSharedBlock<TwoPageBlock> block;
     EXPECT_FALSE(block.Attach(kExecutable));
     CSharedBlock<TestBlock> onePage; // which the committed page holds
@@ -272,19 +276,19 @@ public:
     explicit TakenMapping(const void* pointer)
         : m_mapping(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096,
                                          ObjectName(L"TestKindMappedFile").c_str())),
-          m_view(::MapViewOfFile(m_mapping.get(), FILE_MAP_WRITE, 0, 0, 4096))
+          m_view(::MapViewOfFile(m_mapping.Get(), FILE_MAP_WRITE, 0, 0, 4096))
     {
         SetPointer(pointer);
     }
     // It stands behind the reference count.
-    void SetPointer(const void* pointer) { static_cast<const void**>(m_view.get())[1] = pointer; }
-    const void* GetPointer() const { return static_cast<void**>(m_view.get())[1]; }
-    void SetReferenceCount(std::uint32_t count) { *static_cast<std::uint32_t*>(m_view.get()) = count; }
-    void* GetView() const { return m_view.get(); }
+    void SetPointer(const void* pointer) { static_cast<const void**>(m_view.Get())[1] = pointer; }
+    const void* GetPointer() const { return static_cast<void**>(m_view.Get())[1]; }
+    void SetReferenceCount(std::uint32_t count) { *static_cast<std::uint32_t*>(m_view.Get()) = count; }
+    void* GetView() const { return m_view.Get(); }
 
 private:
-    UniqueSystemHandle m_mapping;
-    UniqueView m_view;
+    CUniqueSystemHandle m_mapping;
+    CUniqueView m_view;
 };
 
 TEST(SharedBlockTests, Attach_PointerOfSomebodyElse_StaysUnattachedAndTouchesNothing)
@@ -316,7 +320,7 @@ TEST(SharedBlockTests, Attach_PointerThatChangesLater_KeepsTheBlock)
     CSharedBlock<TestBlock> block;
     ASSERT_TRUE(block.Attach(kExecutable));
     taken.SetPointer(reinterpret_cast<const void*>(0x10000));
-    EXPECT_EQ(block.Get()->Name, kExecutable);
+    EXPECT_EQ(block.Get()->name, kExecutable);
     CSharedBlock<TestBlock> late;
     EXPECT_FALSE(late.Attach(kExecutable));
     block.Detach();
@@ -333,7 +337,7 @@ TEST(SharedBlockTests, Detach_CountThatSomebodyElseChanged_KeepsTheBlockForTheOt
     taken.SetReferenceCount(1);
     first.Detach();
     EXPECT_EQ(TestBlock::s_liveCount, 1);
-    EXPECT_EQ(second.Get()->Name, kExecutable);
+    EXPECT_EQ(second.Get()->name, kExecutable);
 }
 
 TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
@@ -354,7 +358,7 @@ TEST(SharedBlockTests, Attach_PointerToABlockThatIsGone_StaysUnattached)
 struct LargerBlock : TestBlock
 {
     using TestBlock::TestBlock;
-    int Added = 0;
+    int added = 0;
 };
 struct RearrangedBlock : TestBlock
 {
@@ -399,7 +403,7 @@ TEST(SharedBlockTests, Detach_MutexTaken_LeavesTheBlockAlone)
     EXPECT_FALSE(block.IsAttached());
     EXPECT_EQ(TestBlock::s_liveCount, 1);
     held.Release();
-    EXPECT_EQ(other.Get()->Name, kExecutable);
+    EXPECT_EQ(other.Get()->name, kExecutable);
 }
 
 TEST(SharedBlockTests, Waits_AreFiftyMillisecondsLong)
@@ -420,13 +424,13 @@ TEST(SharedBlockTests, Module_MakesMappingsOfTheFixedSizes)
     const CLogModule module("Test", "");
     const std::vector<KVTest::MappingPatch::Mapping>& mappings = KVTest::MappingPatch::GetMappings();
     ASSERT_EQ(mappings.size(), 2u);
-    EXPECT_EQ(mappings[0].Name, base + L"RegValuesMappedFile");
-    EXPECT_EQ(mappings[0].ByteCount, 264u);
-    EXPECT_EQ(mappings[1].Name, base + L"ExtMonitorMappedFile");
-    EXPECT_EQ(mappings[1].ByteCount, 128u);
+    EXPECT_EQ(mappings[0].name, base + L"RegValuesMappedFile");
+    EXPECT_EQ(mappings[0].byteCount, 264u);
+    EXPECT_EQ(mappings[1].name, base + L"ExtMonitorMappedFile");
+    EXPECT_EQ(mappings[1].byteCount, 128u);
     for (const KVTest::MappingPatch::Mapping& mapping : mappings)
     {
-        EXPECT_EQ(mapping.Protection, static_cast<DWORD>(PAGE_READWRITE));
+        EXPECT_EQ(mapping.protection, static_cast<DWORD>(PAGE_READWRITE));
     }
 }
 
@@ -442,17 +446,17 @@ TEST(SharedBlockTests, Module_OpensItsFourObjectsAndClosesThem)
         EXPECT_TRUE(MutexExists(base + L"ExtMonitorLock"));
         for (const wchar_t* kind : {L"RegValues", L"ExtMonitor"})
         {
-            const UniqueSystemHandle mapping = OpenMapping(base + kind + L"MappedFile");
-            ASSERT_NE(mapping, nullptr);
-            const UniqueView view(::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, 0));
-            ASSERT_NE(view, nullptr);
-            EXPECT_EQ(*static_cast<const std::uint32_t*>(view.get()), 2u); // the reference count stands first
+            const CUniqueSystemHandle mapping = OpenMapping(base + kind + L"MappedFile");
+            ASSERT_TRUE(mapping.IsValid());
+            const CUniqueView view(::MapViewOfFile(mapping.Get(), FILE_MAP_READ, 0, 0, 0));
+            ASSERT_TRUE(view.IsValid());
+            EXPECT_EQ(*static_cast<const std::uint32_t*>(view.Get()), 2u); // the reference count stands first
         }
     }
     EXPECT_FALSE(MutexExists(base + L"RegValuesLock"));
     EXPECT_FALSE(MutexExists(base + L"ExtMonitorLock"));
-    EXPECT_EQ(OpenMapping(base + L"RegValuesMappedFile"), nullptr);
-    EXPECT_EQ(OpenMapping(base + L"ExtMonitorMappedFile"), nullptr);
+    EXPECT_FALSE(OpenMapping(base + L"RegValuesMappedFile").IsValid());
+    EXPECT_FALSE(OpenMapping(base + L"ExtMonitorMappedFile").IsValid());
 }
 
 class SharedBlockModuleTests : public KVTest::LogTest
@@ -535,8 +539,8 @@ TEST_F(SharedBlockModuleTests, SettingsMutexAbandoned_TheLineIsWritten)
 {
     UseFile(0x10);
     Module();
-    const UniqueSystemHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, SettingsMutexName().c_str()));
-    std::thread([&] { ::WaitForSingleObject(mutex.get(), INFINITE); }).join();
+    const CUniqueSystemHandle mutex(::OpenMutexW(SYNCHRONIZE, FALSE, SettingsMutexName().c_str()));
+    std::thread([&] { ::WaitForSingleObject(mutex.Get(), INFINITE); }).join();
     Log(0x10, L"line");
     EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) line"}));
 }

@@ -1,0 +1,53 @@
+#include "logging/system/TimedLock.h"
+
+namespace KVLogging
+{
+namespace
+{
+class CGuard
+{
+public:
+    explicit CGuard(SRWLOCK& lock) noexcept : m_lock(lock) { ::AcquireSRWLockExclusive(&m_lock); }
+    ~CGuard() { ::ReleaseSRWLockExclusive(&m_lock); }
+    CGuard(const CGuard&) = delete;
+    CGuard& operator=(const CGuard&) = delete;
+
+private:
+    SRWLOCK& m_lock;
+};
+} // namespace
+
+bool CTimedLock::TryEnter(DWORD waitMs) noexcept
+{
+    const CGuard guard(m_guard);
+    if (!m_isHeld)
+    {
+        m_isHeld = true;
+        return true;
+    }
+    const std::uint64_t ticket = ++m_lastTicket;
+    const auto isMine = [&] { return m_isHandedOver && ticket <= m_lastTicketAtHandover; };
+    ++m_waiterCount;
+    const ULONGLONG start = ::GetTickCount64();
+    for (ULONGLONG waited = 0; !isMine() && waited < waitMs; waited = ::GetTickCount64() - start)
+    {
+        ::SleepConditionVariableSRW(&m_handover, &m_guard, static_cast<DWORD>(waitMs - waited), 0);
+    }
+    --m_waiterCount;
+    const bool isEntered = isMine(); // looked at last: the handover may have come with the end of the wait
+    m_isHandedOver = m_isHandedOver && !isEntered;
+    return isEntered;
+}
+
+void CTimedLock::Leave() noexcept
+{
+    const CGuard guard(m_guard);
+    m_isHandedOver = m_waiterCount != 0;
+    m_isHeld = m_isHandedOver;
+    m_lastTicketAtHandover = m_lastTicket;
+    if (m_isHandedOver)
+    {
+        ::WakeAllConditionVariable(&m_handover); // all, since one that came later must leave it to the others
+    }
+}
+} // namespace KVLogging
