@@ -254,6 +254,10 @@ std::wstring CLogModule::FormatErrorText(std::uint32_t errorCode) noexcept
 const std::wstring& CLogModule::GetName() const noexcept
 {
     static const std::wstring s_noName;
-    return m_state != nullptr ? m_state->name : s_noName;
+    if (m_state == nullptr)
+    {
+        return s_noName;
+    }
+    return m_state->name;
 }
 } // namespace KVLogging

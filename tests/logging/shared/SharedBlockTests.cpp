@@ -156,11 +156,11 @@ TEST(SharedBlockTests, Attach_AbandonedMutex_CountsAsObtained)
 
 enum class Squat
 {
-    ImageSection, // of a program file whose first bytes look like the header of a new mapping
-    ReservedPages,
-    ReadOnlyFile,
-    EventOfTheMappingsName,
-    EventOfTheMutexName,
+    kImageSection, // of a program file whose first bytes look like the header of a new mapping
+    kReservedPages,
+    kReadOnlyFile,
+    kEventOfTheMappingsName,
+    kEventOfTheMutexName,
 };
 
 struct SquatRow
@@ -176,21 +176,21 @@ public:
     {
         switch (squat)
         {
-        case Squat::ImageSection:
+        case Squat::kImageSection:
             Open(WriteProgram());
             Map(PAGE_READONLY | SEC_IMAGE, 0, mappingName);
             break;
-        case Squat::ReservedPages:
+        case Squat::kReservedPages:
             Map(PAGE_READWRITE | SEC_RESERVE, 4096, mappingName);
             break;
-        case Squat::ReadOnlyFile:
+        case Squat::kReadOnlyFile:
             Open(m_folder.WriteFile(L"zeros", std::string(4096, '\0')));
             Map(PAGE_READONLY, 0, mappingName);
             break;
-        case Squat::EventOfTheMappingsName:
+        case Squat::kEventOfTheMappingsName:
             m_object.Reset(::CreateEventW(nullptr, FALSE, FALSE, mappingName.c_str()));
             break;
-        case Squat::EventOfTheMutexName:
+        case Squat::kEventOfTheMutexName:
             m_object.Reset(::CreateEventW(nullptr, FALSE, FALSE, mutexName.c_str()));
             break;
         }
@@ -244,11 +244,11 @@ TEST_P(SharedBlockSquatTests, Attach_StaysUnattachedAndSucceedsOnceTheNameIsFree
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, SharedBlockSquatTests,
-                         testing::Values(SquatRow{"ImageSection", Squat::ImageSection},
-                                         SquatRow{"ReservedPages", Squat::ReservedPages},
-                                         SquatRow{"ReadOnlyFile", Squat::ReadOnlyFile},
-                                         SquatRow{"EventOfTheMappingsName", Squat::EventOfTheMappingsName},
-                                         SquatRow{"EventOfTheMutexName", Squat::EventOfTheMutexName}),
+                         testing::Values(SquatRow{"ImageSection", Squat::kImageSection},
+                                         SquatRow{"ReservedPages", Squat::kReservedPages},
+                                         SquatRow{"ReadOnlyFile", Squat::kReadOnlyFile},
+                                         SquatRow{"EventOfTheMappingsName", Squat::kEventOfTheMappingsName},
+                                         SquatRow{"EventOfTheMutexName", Squat::kEventOfTheMutexName}),
                          [](const auto& row) { return row.param.name; });
 
 struct TwoPageBlock : TestBlock
@@ -496,11 +496,11 @@ TEST_P(SharedBlockModuleSquatTests, MonitorNames_TheLogIsWrittenAllTheSame)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, SharedBlockModuleSquatTests,
-                         testing::Values(SquatRow{"ImageSection", Squat::ImageSection},
-                                         SquatRow{"ReservedPages", Squat::ReservedPages},
-                                         SquatRow{"ReadOnlyFile", Squat::ReadOnlyFile},
-                                         SquatRow{"EventOfTheMappingsName", Squat::EventOfTheMappingsName},
-                                         SquatRow{"EventOfTheMutexName", Squat::EventOfTheMutexName}),
+                         testing::Values(SquatRow{"ImageSection", Squat::kImageSection},
+                                         SquatRow{"ReservedPages", Squat::kReservedPages},
+                                         SquatRow{"ReadOnlyFile", Squat::kReadOnlyFile},
+                                         SquatRow{"EventOfTheMappingsName", Squat::kEventOfTheMappingsName},
+                                         SquatRow{"EventOfTheMutexName", Squat::kEventOfTheMutexName}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(SharedBlockModuleTests, SettingsMutexTaken_TheLineIsSkipped)

@@ -338,11 +338,11 @@ TEST(StructuredExceptionScopeTests, FaultBelowANoexceptFunction_IsTranslated)
 
 struct Cleanup
 {
-    explicit Cleanup(int& count) noexcept : m_count(count) {}
-    ~Cleanup() { ++m_count; }
+    explicit Cleanup(int& count) noexcept : runCount(count) {}
+    ~Cleanup() { ++runCount; }
     Cleanup(const Cleanup&) = delete;
     Cleanup& operator=(const Cleanup&) = delete;
-    int& m_count;
+    int& runCount;
 };
 
 TEST(StructuredExceptionScopeTests, FaultBelowFramesWithDestructorsAndHandlers_IsTranslated)
@@ -562,11 +562,11 @@ TEST(StructuredExceptionScopeTests, FaultInsideACatchBlock_OfAnExceptionThrownFr
 
 struct FaultAtEnd
 {
-    explicit FaultAtEnd(const ForbiddenPage& page) noexcept : m_page(page) {}
-    ~FaultAtEnd() { m_page.GetChars()[0] = 1; }
+    explicit FaultAtEnd(const ForbiddenPage& page) noexcept : forbiddenPage(page) {}
+    ~FaultAtEnd() { forbiddenPage.GetChars()[0] = 1; }
     FaultAtEnd(const FaultAtEnd&) = delete;
     FaultAtEnd& operator=(const FaultAtEnd&) = delete;
-    const ForbiddenPage& m_page;
+    const ForbiddenPage& forbiddenPage;
 };
 
 TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_EndsTheExceptionThatWasLeaving)
@@ -654,18 +654,18 @@ TEST(StructuredExceptionScopeTests, FaultInADestructorDuringUnwinding_HandlerIns
 
 struct SurviveAtEnd
 {
-    explicit SurviveAtEnd(const ForbiddenPage& page) noexcept : m_page(page) {}
+    explicit SurviveAtEnd(const ForbiddenPage& page) noexcept : forbiddenPage(page) {}
     ~SurviveAtEnd() // NOLINT(bugprone-exception-escape): then the test fails
     {
         Survive([&] {
-            const FaultAtEnd faulting(m_page);
+            const FaultAtEnd faulting(forbiddenPage);
             throw std::runtime_error("inner");
         });
         EXPECT_EQ(std::uncaught_exceptions(), 1);
     }
     SurviveAtEnd(const SurviveAtEnd&) = delete;
     SurviveAtEnd& operator=(const SurviveAtEnd&) = delete;
-    const ForbiddenPage& m_page;
+    const ForbiddenPage& forbiddenPage;
 };
 
 TEST(StructuredExceptionScopeTests, FaultDuringAnotherExceptionsUnwinding_LeavesThatExceptionInFlight)
@@ -683,8 +683,8 @@ TEST(StructuredExceptionScopeTests, FaultDuringAnotherExceptionsUnwinding_Leaves
 // An exception whose last object faults when it is destroyed.
 struct FaultingException
 {
-    explicit FaultingException(const ForbiddenPage& page) : m_fault(std::make_shared<FaultAtEnd>(page)) {}
-    std::shared_ptr<FaultAtEnd> m_fault;
+    explicit FaultingException(const ForbiddenPage& page) : faultAtEnd(std::make_shared<FaultAtEnd>(page)) {}
+    std::shared_ptr<FaultAtEnd> faultAtEnd;
 };
 
 TEST(StructuredExceptionScopeTests, FaultInTheDestructorOfAnAbandonedException_IsSurvivedToo)
