@@ -142,6 +142,17 @@ KVDeviceManager::NetworkKind GetNetworkKind(const std::wstring& network)
     return network == L"Network_Wireless" ? KVDeviceManager::kNetworkWireless : KVDeviceManager::kNetworkUnknown;
 }
 
+// Null: id is that of the process that started this one. Otherwise what the log says of the failure.
+const wchar_t* FindParent(const KVWinApi::CUniqueFile& snapshot, DWORD& id)
+{
+    if (!snapshot.IsValid())
+    {
+        return L"CAnalyticsProxy::IsCalledByLumo - Unable to capture the snapshot of all processes";
+    }
+    id = FindParentProcess(snapshot.Get());
+    return id == 0 ? L"CAnalyticsProxy::IsCalledByLumo - Could not find the parrent process" : nullptr;
+}
+
 // Null: path is that of the program which runs in the process. Otherwise what the log says of the failure.
 const wchar_t* FindProgramOf(HANDLE process, std::wstring& path)
 {
@@ -232,15 +243,10 @@ bool CAnalyticsProxy::IsCalledByLumo()
 {
     KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::IsCalledByLumo");
     const KVWinApi::CUniqueFile snapshot(KVWinApi::g_toolHlpApi->CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    if (!snapshot.IsValid())
+    DWORD parentId = 0;
+    if (const wchar_t* const failure = FindParent(snapshot, parentId); failure != nullptr)
     {
-        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Unable to capture the snapshot of all processes");
-        return false;
-    }
-    const DWORD parentId = FindParentProcess(snapshot.Get());
-    if (parentId == 0)
-    {
-        KV_LOG(kLogInfo, L"CAnalyticsProxy::IsCalledByLumo - Could not find the parrent process");
+        KV_LOG(kLogInfo, failure);
         return false;
     }
     const KVWinApi::CUniqueKernelHandle parent(
