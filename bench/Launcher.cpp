@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cwchar>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
