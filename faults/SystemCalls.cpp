@@ -280,10 +280,11 @@ bool IsInfallible(const char* wanted) noexcept
         "SetLastError", "TlsGetValue", "VerSetConditionMask",
         // They work on their arguments alone.
         "PathFindFileNameW", "PathIsFileSpecW", "PathIsRelativeW", "PathRemoveFileSpecW",
-        // They wait, lock or release, and report no failure to the caller.
-        "DeleteCriticalSection", "EnterCriticalSection", "GlobalFree", "GlobalUnlock", "InitializeCriticalSection",
-        "LeaveCriticalSection", "LocalFree", "OutputDebugStringA", "OutputDebugStringW", "Sleep",
-        "TryEnterCriticalSection",
+        // They wait, lock or release, and report no failure to the caller except that time is over.
+        "AcquireSRWLockExclusive", "DeleteCriticalSection", "EnterCriticalSection", "GlobalFree", "GlobalUnlock",
+        "InitializeCriticalSection", "LeaveCriticalSection", "LocalFree", "OutputDebugStringA", "OutputDebugStringW",
+        "ReleaseSRWLockExclusive", "Sleep", "SleepConditionVariableSRW", "TryEnterCriticalSection",
+        "WakeAllConditionVariable",
         // They end the process or propagate exceptions.
         "ExitProcess", "ExitThread", "RaiseException", "RemoveVectoredExceptionHandler", "RtlCaptureContext",
         "RtlLookupFunctionEntry", "RtlUnwindEx", "RtlVirtualUnwind", "SetUnhandledExceptionFilter", "TerminateProcess",

@@ -59,6 +59,7 @@ public:
     {
     }
 
+    /// True if each conversion fits its argument and none of either is left over. To be called once.
     constexpr bool Fits() noexcept
     {
         while (*m_next != L'\0')
@@ -201,6 +202,7 @@ void FormatDoesNotFitItsArguments();
 template <typename... Arguments> class CCheckedFormat
 {
 public:
+    /// Implicit, so that a literal becomes one in the call. Does not compile with a format that does not fit.
     consteval CCheckedFormat(const wchar_t* format) : m_format(format)
     {
         if (!FormatFits<Arguments...>(format))
@@ -208,6 +210,7 @@ public:
             FormatDoesNotFitItsArguments();
         }
     }
+    /// The format itself.
     constexpr const wchar_t* Get() const noexcept { return m_format; }
 
 private:
