@@ -1,4 +1,4 @@
-// Stands in for the device centre's host, and starts the program again and again.
+// A substitute for the host of the device centre, which starts the program again and again.
 //
 // kv_fault_host PORT
 //

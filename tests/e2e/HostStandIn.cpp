@@ -1,5 +1,5 @@
-// Stands in for the device centre's host. At the host's path it is the parent process that the program accepts; at any
-// other path it is a stranger.
+// A substitute for the host of the device centre. At the host's path it is the parent process that the program accepts.
+// At any other path it is a stranger.
 //
 // kv_mshta FILE MILLISECONDS
 //   FILE           the command line of the child, UTF-16 little endian without byte-order mark, passed to
