@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LinePrefix parts{input.Any<std::uint32_t>(), input.Any<std::uint32_t>(), input.Any<int>(), tag,
                            input.Any<std::int64_t>() >> 1};
     ScratchBuffer buffer{};
-    const std::wstring tags = ComposeTags(parts.Flags, buffer);
+    const std::wstring tags = ComposeTags(parts.flags, buffer);
     const std::wstring prefix = ComposePrefix(parts, buffer);
 
     std::size_t count = 0;
@@ -35,15 +35,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         count += character == L'(' ? 1 : 0;
     }
-    Require(count == CountTags(parts.Flags), "each category has one tag");
+    Require(count == CountTags(parts.flags), "each category has one tag");
     Require(prefix.ends_with(tags), "the tags come last");
-    Require((prefix.find(tag) != std::wstring::npos) == ((parts.Options & kOptionProcessTag) != 0),
+    Require((prefix.find(tag) != std::wstring::npos) == ((parts.options & kOptionProcessTag) != 0),
             "the process tag comes when it is asked for");
-    Require((prefix.find(L"{tid: 0x1A2B} ") != std::wstring::npos) == ((parts.Options & kOptionThreadId) != 0),
+    Require((prefix.find(L"{tid: 0x1A2B} ") != std::wstring::npos) == ((parts.options & kOptionThreadId) != 0),
             "the thread comes when it is asked for");
-    Require((prefix.find(L" ms) ") != std::wstring::npos) == ((parts.Options & kOptionSincePrevious) != 0),
+    Require((prefix.find(L" ms) ") != std::wstring::npos) == ((parts.options & kOptionSincePrevious) != 0),
             "the time since the previous line comes when it is asked for");
-    if ((parts.Options & ~(kOptionSizeLimitMask | kOptionCompactTime)) == 0)
+    if ((parts.options & ~(kOptionSizeLimitMask | kOptionCompactTime)) == 0)
     {
         Require(prefix == tags, "without options there are the tags only");
     }
