@@ -27,6 +27,17 @@ bool TryOnAnotherThread(CTimedLock& lock, DWORD waitMs)
     return isEntered;
 }
 
+// Needs a PatientConditionPatch.
+void LetAnotherThreadWait()
+{
+    for (const DWORD start = ::GetTickCount();
+         KVTest::PatientConditionPatch::GetLastTimeout() == 0 && ::GetTickCount() - start < kPatienceMs;)
+    {
+        ::Sleep(1);
+    }
+    ::Sleep(20); // into the wait itself
+}
+
 TEST(TimedLockTests, Held_OthersFailAfterTheirWait)
 {
     CTimedLock lock;
@@ -57,16 +68,32 @@ TEST(TimedLockTests, Waiter_IsHandedTheLockBeforeTheHolderCanTakeItAgain)
     ASSERT_TRUE(lock.TryEnter(0));
     bool isEntered = false;
     std::thread waiter([&] { isEntered = lock.TryEnter(kPatienceMs); });
-    for (const DWORD start = ::GetTickCount();
-         KVTest::PatientConditionPatch::GetLastTimeout() == 0 && ::GetTickCount() - start < kPatienceMs;)
-    {
-        ::Sleep(1);
-    }
-    ::Sleep(20); // into the wait itself
+    LetAnotherThreadWait();
     lock.Leave();
     EXPECT_FALSE(lock.TryEnter(0));
     waiter.join();
     EXPECT_TRUE(isEntered);
+}
+
+TEST(TimedLockTests, LaterWaiter_ComesAfterTheOneThatIsHandedTheLock)
+{
+    CTimedLock lock;
+    const KVTest::PatientConditionPatch patience;
+    ASSERT_TRUE(lock.TryEnter(0));
+    std::atomic<bool> wasInside = false;
+    std::thread waiter([&] {
+        if (lock.TryEnter(kPatienceMs))
+        {
+            wasInside = true;
+            lock.Leave();
+        }
+    });
+    LetAnotherThreadWait();
+    lock.Leave();
+    EXPECT_TRUE(lock.TryEnter(kPatienceMs));
+    EXPECT_TRUE(wasInside);
+    lock.Leave();
+    waiter.join();
 }
 
 TEST(TimedLockTests, ManyThreads_OnlyOneIsInsideAndNoneIsForgotten)
