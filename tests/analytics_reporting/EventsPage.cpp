@@ -1,6 +1,7 @@
 #include "tests/analytics_reporting/EventsPage.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 

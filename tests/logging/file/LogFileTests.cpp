@@ -20,6 +20,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
+#include "tests/support/Narrow.h"
 #include "winapi/base/SystemHandles.h"
 
 namespace

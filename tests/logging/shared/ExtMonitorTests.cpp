@@ -17,6 +17,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
+#include "tests/support/Narrow.h"
 #include "tests/support/VirtualSlots.h"
 
 namespace
@@ -561,7 +562,6 @@ TEST(ExtMonitorInterfaceTests, Identifier_IsTheFixedOne)
     EXPECT_STREQ(text, L"{46C071BD-4AB9-4CED-B72B-9976370F007E}");
 }
 
-#if !defined(_MSC_VER)
 TEST(ExtMonitorInterfaceTests, Operations_FollowTheSevenOfDispatchInOrder)
 {
     EXPECT_EQ(KVTest::SlotOf(&IExtMonitor::Start), 7u);
@@ -570,5 +570,4 @@ TEST(ExtMonitorInterfaceTests, Operations_FollowTheSevenOfDispatchInOrder)
     EXPECT_EQ(KVTest::SlotOf(&IExtMonitor::FunctionEntered), 10u);
     EXPECT_EQ(KVTest::SlotOf(&IExtMonitor::FunctionLeft), 11u);
 }
-#endif
 } // namespace
