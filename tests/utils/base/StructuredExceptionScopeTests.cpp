@@ -298,9 +298,14 @@ TEST(StructuredExceptionScopeTests, FaultInsideStringFunctions_IsTranslated)
     const ForbiddenPage page;
     std::wstring text = L"text";
     CatchFrom<CAccessViolation>([&] { text = std::wstring(Opaque(page.GetText())); });
-    CatchFrom<CAccessViolation>([&] { text.append(Opaque(page.GetText()), 100); });
+    EXPECT_EQ(text, L"text");
     CatchFrom<CAccessViolation>([&] { text.insert(1, Opaque(page.GetText())); });
-    EXPECT_EQ(text.substr(0, 1), L"t");
+    // A fault in the middle of a string's own change leaves it inconsistent. It keeps its memory, which is large
+    // enough, and gets a new text.
+    text.reserve(200);
+    CatchFrom<CAccessViolation>([&] { text.append(Opaque(page.GetText()), 100); });
+    text.assign(L"text");
+    EXPECT_EQ(text, L"text");
 }
 
 TEST(StructuredExceptionScopeTests, FaultInsideFormatting_IsTranslated)
@@ -324,6 +329,8 @@ TEST(StructuredExceptionScopeTests, FaultInTheBodyItself_IsTranslated)
     CatchFrom<CAccessViolation>([] { FaultAtOnce(s_place); });
 }
 
+#if !defined(_MSC_VER) // whose translated exception may not leave such a function
+
 // A frame that is held to throw nothing, between the fault and the scope.
 void FaultInNoexcept(volatile char* place) noexcept
 {
@@ -335,6 +342,8 @@ TEST(StructuredExceptionScopeTests, FaultBelowANoexceptFunction_IsTranslated)
     const ForbiddenPage page;
     CatchFrom<CAccessViolation>([&] { FaultInNoexcept(page.GetChars()); });
 }
+
+#endif
 
 struct Cleanup
 {
