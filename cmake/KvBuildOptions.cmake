@@ -23,13 +23,15 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 
 if(MSVC)
-    target_compile_options(kv_build_options INTERFACE
+    # The whole list is limited to its language: without that, the resource compiler would get it too.
+    set(options
         /W4 /WX /permissive- /utf-8
         /EHa # structured exceptions reach the translator, and destructors run during the unwinding
         /wd4996 # "deprecated": system functions that the facade wraps, runtime functions that tests provoke
         /guard:cf
         /Brepro
     )
+    target_compile_options(kv_build_options INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
     target_link_options(kv_build_options INTERFACE /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /guard:cf /Brepro)
 else()
     target_compile_options(kv_build_options INTERFACE
@@ -57,7 +59,7 @@ endif()
 # when they are installed, the program by kv_separate_symbols.
 add_library(kv_debug_symbols INTERFACE)
 if(MSVC)
-    target_compile_options(kv_debug_symbols INTERFACE $<$<CONFIG:Release>:/Z7>)
+    target_compile_options(kv_debug_symbols INTERFACE $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:/Z7>)
 else()
     target_compile_options(kv_debug_symbols INTERFACE $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-g>)
 endif()
