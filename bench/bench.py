@@ -18,13 +18,12 @@ import sys
 import threading
 
 from kvtest import wine
-from kvtest.build import RELEASE, build
+from kvtest.build import build, built_program
 from kvtest.product import HOST, PROGRAM_NAME, PROXY_E_NOT_CALLED_BY_LUMO, PROXY_S_DONE, PROXY_S_NOT_OPTED_IN
 from kvtest.wine import INTERNET_KEY, SOURCE, to_windows
 
 WORK = SOURCE / "build" / "bench"
 RESULT = SOURCE / "build" / "bench.json"
-PROGRAM = RELEASE / "proxy" / PROGRAM_NAME
 
 # Row: what is measured, against what, and the goal ("at most" a ratio, "at least" for the rate).
 ROWS = {
@@ -59,7 +58,11 @@ def run(program, *arguments):
 
 
 def bench_program(name):
-    return RELEASE / "bench" / f"kv_bench_{name}.exe"
+    return built_program(f"kv_bench_{name}")
+
+
+def program_bytes():
+    return built_program("KVAnalyticsProxy").stat().st_size
 
 
 class Collector(socketserver.BaseRequestHandler):
@@ -94,14 +97,14 @@ def install(name, data_folder, opted_in):
     product = WORK / name
     shutil.rmtree(product, ignore_errors=True)
     (product / "bin").mkdir(parents=True)
-    shutil.copy(PROGRAM, product / "bin")
+    shutil.copy(built_program("KVAnalyticsProxy"), product / "bin")
     lines = ["[Analytics]", "PropertyIDPrefix=NV-1000-", "UseSSL=false"]
     if data_folder:
         lines += ["[Directories]", "DataFolder=C:\\no such folder"]
     (product / "config.ini").write_text("\r\n".join(lines) + "\r\n")
     if opted_in:
         (product / "bin" / "NorvikCustPartic.exe").touch()
-    return f'"{to_windows(product / "bin" / PROGRAM.name)}" /linkid bench /connection USB'
+    return f'"{to_windows(product / "bin" / PROGRAM_NAME)}" /linkid bench /connection USB'
 
 
 def measure_starts(rows, pairs):
@@ -171,7 +174,7 @@ def print_table(results):
         if "allocations" in result:
             verdict += f", {result['allocations']} allocations (<= {MOST_ALLOCATIONS})"
         print(f"{row:12} {what:42} {floor:30} {result['ratio']:6.2f} {spread:>16}  {verdict}")
-    print(f"size of the program: {PROGRAM.stat().st_size} bytes")
+    print(f"size of the program: {program_bytes()} bytes")
     for row, result in results.items():
         if "modules" in result:
             print(f"loaded, {row}: {' '.join(result['modules'])}")
@@ -197,7 +200,7 @@ def main():
     for row, result in results.items():
         if "pairs" in result:
             summarize(row, result)
-    RESULT.write_text(json.dumps({"program_bytes": PROGRAM.stat().st_size, "rows": results}, indent=1) + "\n")
+    RESULT.write_text(json.dumps({"program_bytes": program_bytes(), "rows": results}, indent=1) + "\n")
     print_table(results)
 
 

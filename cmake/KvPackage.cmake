@@ -30,12 +30,14 @@ install(EXPORT KVAnalyticsTargets NAMESPACE KV:: DESTINATION ${KV_PACKAGE_FOLDER
 install(FILES ${PROJECT_BINARY_DIR}/KVAnalyticsConfig.cmake ${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake
     DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
 
-if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
+if(NOT MSVC)
     # Debug information names paths of the build machine. Only the symbol file of the program keeps it.
     install(CODE "
-        file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
-        execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
-            COMMAND_ERROR_IS_FATAL ANY)"
+        if(CMAKE_INSTALL_CONFIG_NAME STREQUAL \"Release\")
+            file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
+            execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
+                COMMAND_ERROR_IS_FATAL ANY)
+        endif()"
         COMPONENT development)
 endif()
 
@@ -60,8 +62,8 @@ install(FILES
 install(TARGETS KVAnalyticsProxy RUNTIME DESTINATION bin COMPONENT program)
 if(MSVC)
     install(FILES $<TARGET_PDB_FILE:KVAnalyticsProxy> DESTINATION symbols COMPONENT program OPTIONAL)
-elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-    install(FILES $<TARGET_FILE:KVAnalyticsProxy>.debug DESTINATION symbols COMPONENT program)
+else()
+    install(FILES $<TARGET_FILE:KVAnalyticsProxy>.debug DESTINATION symbols CONFIGURATIONS Release COMPONENT program)
 endif()
 install(FILES
     docs/configuration.md

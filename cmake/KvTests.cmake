@@ -79,7 +79,7 @@ endif()
 
 # kv_add_test_program(NAME SOURCES file... [LINK library...])
 #
-# A program that tests start or load, built like the product.
+# A program that tests or scripts start, built like the product.
 function(kv_add_test_program name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK")
     add_executable(${name} ${arg_SOURCES})
@@ -105,6 +105,7 @@ function(kv_add_version_file name)
         CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}"
     )
 endfunction()
+    kv_list_program(${name})
 
 # kv_add_tests(NAME SOURCES file... [LINK library...] [LABELS label...] [RESOURCE_LOCK resource])
 #

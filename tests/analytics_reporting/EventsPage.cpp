@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace KVTest
@@ -36,7 +36,7 @@ EventsPage::Row CellsOf(const std::wstring& line)
 
 EventsPage::EventsPage()
 {
-    std::istringstream stream(ReadFileBytes(PathBesideTest(L"events.md")));
+    std::istringstream stream(ReadFileBytes(PathInSources(L"docs/events.md")));
     for (std::string line; std::getline(stream, line);)
     {
         if (!line.empty() && line.back() == '\r')

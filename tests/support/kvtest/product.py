@@ -13,6 +13,7 @@ from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
 HOST = "C:\\windows\\syswow64\\mshta.exe"
+from kvtest.build import built_program
 STAND_IN_WAITS_MS = 30000
 
 PROXY_S_DONE = 0x03E8C0FB
@@ -55,9 +56,9 @@ class Files(typing.NamedTuple):
     @classmethod
     def from_build_tree(cls, tree):
         cache = dict(re.findall(r"(?m)^([A-Za-z_]+):[A-Z]+=(.*)$", (tree / "CMakeCache.txt").read_text()))
-        tests = tree / "tests" / "bin"
-        return cls(tree / "proxy" / PROGRAM_NAME, tests / "kv_mshta.exe", tests / "kv_system_facts.exe",
-                   tests / "kv_ending.exe", cache["CMAKE_PROJECT_VERSION"], cache["KV_COLLECTION_HOST"])
+        targets = ("KVAnalyticsProxy", "kv_mshta", "kv_system_facts", "kv_ending")
+        return cls(*(built_program(target, tree) for target in targets), cache["CMAKE_PROJECT_VERSION"],
+                   cache["KV_COLLECTION_HOST"])
 
 
 class Product:
