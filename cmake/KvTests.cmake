@@ -3,7 +3,7 @@
 if(NOT KV_GOOGLETEST_DIR)
     find_package(GTest CONFIG QUIET)
     if(NOT TARGET GTest::gmock)
-        message(FATAL_ERROR "GoogleTest is missing: set KV_GOOGLETEST_DIR to its sources, or KV_BUILD_TESTS=OFF.")
+        message(FATAL_ERROR "GoogleTest is missing: set KV_GOOGLETEST_DIR, or KV_BUILD_TESTS=OFF.")
     endif()
     if(KV_CHECKED)
         message(FATAL_ERROR "KV_CHECKED needs the sources of GoogleTest in KV_GOOGLETEST_DIR, not an installed package.")
