@@ -45,8 +45,8 @@ else()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # False alarms after inlining at this level, mostly in the system's headers, which do not count as such when they are
         # precompiled. The product, and the other compiler, have these warnings.
-        target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:
-            -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow -Wno-mismatched-new-delete>)
+        target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-array-bounds
+            -Wno-stringop-overread -Wno-stringop-overflow -Wno-mismatched-new-delete>)
         # Several files are compiled as one, so the anonymous namespace of each is in an included file.
         target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
     endif()

@@ -106,9 +106,8 @@ void CGAClient::SetMaxQueuedRequests(std::int32_t count)
     }
 }
 
-// From here on each text of the caller is copied before it is stored or becomes part of a request. If it cannot be
-// read, the copy faults. A fault in the middle of an assignment or of an append would damage the string that is
-// changed.
+// The operations below copy each text of the caller before they store it or make it part of a request. If it cannot be
+// read, the copy faults. A fault in the middle of an assignment or of an append would damage the string that changes.
 
 bool CGAClient::Start(const std::wstring& screenName)
 {

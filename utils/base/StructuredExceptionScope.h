@@ -33,19 +33,16 @@ namespace KVUtils
 /// The compilers differ in these points:
 ///
 /// - Destructors of objects between the fault and Run do not run with g++, whose frames cannot be unwound by a
-/// structured
-///   exception; with Visual C++ they run. So inside Run take no lock, hold nothing else that a fault must not leave
-///   behind, and rely on neither.
+///   structured exception; with Visual C++ they run. So inside Run take no lock, hold nothing else that a fault must
+///   not leave behind, and rely on neither.
 /// - A function between the fault and Run that is `noexcept` makes no difference with g++. With Visual C++ the
-/// translated
-///   exception must not leave such a function, or the program ends.
+///   translated exception must not leave such a function, or the program ends.
 /// - A destructor that unwinding calls is such a function. With g++ a fault in it is translated, and the exception in
 ///   flight is destroyed if its handler lies outside Run. If the handler lies inside Run, the exception is leaked and
 ///   its destructor never runs, because the runtime keeps no reference to it before it is caught; a CWin32Exception
 ///   stays in the live count.
 /// - A call of an invalid address is translated with g++. With Visual C++ and control flow guard (/guard:cf) the
-/// program
-///   ends before the call.
+///   program ends before the call.
 ///
 /// As always on Windows, a thread that survives a stack overflow calls `_resetstkoflw` before it can survive another.
 class CStructuredExceptionScope
