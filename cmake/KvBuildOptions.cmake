@@ -89,10 +89,11 @@ function(kv_separate_symbols target)
     endif()
     set(symbols $<TARGET_FILE_NAME:${target}>.debug)
     set_target_properties(${target} PROPERTIES KV_SEPARATE_SYMBOLS ON)
-    # --preserve-dates keeps the image's zero time stamp. Without it objcopy writes the current time, and no two builds are
-    # equal. In other configurations the commands are empty, and CMake leaves them out.
+    # --preserve-dates keeps the image's zero time stamp. Without it objcopy writes the current time, and no two builds
+    # are equal. In other configurations the commands are empty, and CMake leaves them out.
     set(keep ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols})
-    set(strip ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE_NAME:${target}>)
+    set(strip ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols}
+        $<TARGET_FILE_NAME:${target}>)
     get_property(hasSeveralConfigurations GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
     set(folder $<$<BOOL:${hasSeveralConfigurations}>:$<CONFIG>/>)
     add_custom_command(TARGET ${target} POST_BUILD

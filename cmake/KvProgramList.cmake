@@ -1,7 +1,7 @@
 # kv_list_program(TARGET...) adds programs and libraries to the list by which scripts find them.
 #
-# kv_write_program_list() writes that list, {"target": "path"}, to programs-CONFIGURATION.json in the build tree. The folder of
-# a program depends on the generator, so scripts never put its path together.
+# kv_write_program_list() writes that list, {"target": "path"}, to programs-CONFIGURATION.json in the build tree. The
+# folder of a program depends on the generator, so scripts never put its path together.
 function(kv_list_program)
     set_property(GLOBAL APPEND PROPERTY KV_LISTED_PROGRAMS ${ARGN})
 endfunction()

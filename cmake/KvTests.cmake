@@ -56,6 +56,22 @@ include(GoogleTest)
 
 # Runs tests that are written in Python, with the package that they share on its path.
 set(KV_TEST_PYTHON ${PROJECT_SOURCE_DIR}/scripts/python)
+if(CMAKE_HOST_WIN32 AND KV_DELIVERY_TESTS)
+    find_package(Python3 3.9 COMPONENTS Interpreter)
+    if(NOT Python3_FOUND)
+        message(FATAL_ERROR "No Python 3.9 or later, which the tests of the delivered program need. \
+Set KV_DELIVERY_TESTS=OFF to build without them.")
+    endif()
+    set(KV_TEST_PYTHON ${CMAKE_COMMAND} -E env PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/support PYTHONDONTWRITEBYTECODE=1
+        ${Python3_EXECUTABLE})
+endif()
+
+# Whether the delivered program is tested as a whole: under Wine, or natively on Windows, where tests skip what would change
+# more than an account of their own. Without a host of either kind, only the unit tests run.
+set(KV_TEST_DELIVERY OFF)
+if(KV_DELIVERY_TESTS AND (CMAKE_CROSSCOMPILING OR CMAKE_HOST_WIN32))
+    set(KV_TEST_DELIVERY ON)
+endif()
 
 # Seconds after which a test has failed. On an idle machine a test takes a fraction of a second.
 set(KV_TEST_TIMEOUT 60)
@@ -89,6 +105,7 @@ function(kv_add_test_program name)
     if(MINGW)
         target_link_options(${name} PRIVATE -municode)
     endif()
+    kv_list_program(${name})
 endfunction()
 
 # kv_add_version_file(NAME)
@@ -105,7 +122,6 @@ function(kv_add_version_file name)
         CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}"
     )
 endfunction()
-    kv_list_program(${name})
 
 # kv_add_tests(NAME SOURCES file... [LINK library...] [LABELS label...] [RESOURCE_LOCK resource])
 #

@@ -20,9 +20,9 @@ class InspectionTests(unittest.TestCase):
         self.header = self.image.u32(0x3C)
         self.optional = self.header + 24
 
-    def write(self, offset, form, value):
+    def write(self, offset, form, *values):
         data = bytearray(self.image.data)
-        struct.pack_into(form, data, offset, value)
+        struct.pack_into(form, data, offset, *values)
         self.image.data = bytes(data)
         self.reread()
 
@@ -108,6 +108,57 @@ class InspectionTests(unittest.TestCase):
                          ["b is built without stack protector"])
         self.assertEqual(list(inspect_image.library_findings({"a": b"__stack_chk_fail"})),
                          ["no library has a checked copy"])
+
+
+class VisualCppTests(InspectionTests):
+    """The same program, taken for one of Visual C++: what only such a program may have is written into the copy."""
+
+    def setUp(self):
+        super().setUp()
+        self.write(self.optional + 70, "<H", self.image.dll_characteristics | 0x4000)
+
+    def assertFound(self, *findings, runtime=("msvcrt.dll",)):
+        self.assertEqual(list(inspect_image.findings(self.image, [], "msvc", runtime)), list(findings))
+
+    def write_debug_entries(self, *entries):
+        """Over the first bytes of the code. Each entry is (type, content)."""
+        _, address, _, start = self.image.sections[0]
+        content_at = start + 28 * len(entries)
+        for index, (kind, content) in enumerate(entries):
+            self.write(start + 28 * index, "<IIIIIII", 0, 0, 0, kind, len(content), 0, content_at)
+            self.write(content_at, f"{len(content)}s", content)
+            content_at += len(content)
+        self.write(self.optional + 112 + 8 * inspect_image.DEBUG, "<II", address, 28 * len(entries))
+
+    @staticmethod
+    def symbols(name):
+        return 2, b"RSDS" + bytes(20) + name + b"\0"
+
+    def test_imported_c_runtime(self):
+        self.assertFound("imports msvcrt.dll, for which every run would pay", runtime=())
+
+    def test_no_control_flow_guard(self):
+        self.write(self.optional + 70, "<H", self.image.dll_characteristics & ~0x4000)
+        self.assertFound("control flow guard is off")
+
+    def test_symbol_file_by_its_name(self):
+        self.write_debug_entries(self.symbols(b"KVAnalyticsProxy.pdb"))
+        self.assertFound()
+
+    def test_symbol_file_with_its_folder(self):
+        self.write_debug_entries(self.symbols(b"C:\\build\\KVAnalyticsProxy.pdb"))
+        self.assertFound("names the symbol file with its folder: C:\\build\\KVAnalyticsProxy.pdb")
+
+    def test_hash_in_place_of_the_time_stamp(self):
+        self.write(self.header + 8, "<I", 0xD8DB04C1)
+        self.write_debug_entries((16, b""))
+        self.assertFound()
+
+    def test_function_that_shows_a_box(self):
+        self.replace(b"SetErrorMode\0", b"MessageBoxW\0\0")
+        self.assertFound()
+        self.replace(b"MessageBoxW\0\0", b"TaskDialog\0\0\0")
+        self.assertFound("holds the text TaskDialog")
 
 
 if __name__ == "__main__":

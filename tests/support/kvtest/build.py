@@ -11,8 +11,8 @@ RELEASE = SOURCE / "build" / "release"
 
 
 def built_program(target, tree=RELEASE, configuration="Release"):
-    """The program of that target where the build has put it, by the list that CMake has written. Ends the script if the tree
-    does not have it."""
+    """The program of that target where the build has put it, by the list that CMake has written. Ends the script if the
+    tree does not have it."""
     listing = tree / f"programs-{configuration}.json"
     if not listing.is_file():
         sys.exit(f"no list of programs in the build tree: {listing} is missing; configure the tree first")

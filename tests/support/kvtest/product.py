@@ -1,4 +1,8 @@
-"""An installed product in a Wine prefix, and the ways in which its program is started."""
+"""An installed product, and the ways in which its program is started.
+
+Where it is installed, and whose registry and profile the program sees, is the affair of the prefix: a Wine prefix, or
+on Windows an account of the tests' own (kvtest.native_account).
+"""
 
 import hashlib
 import os
@@ -9,11 +13,11 @@ import threading
 import typing
 
 from kvtest import hits
+from kvtest.build import built_program
 from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
 HOST = "C:\\windows\\syswow64\\mshta.exe"
-from kvtest.build import built_program
 STAND_IN_WAITS_MS = 30000
 
 PROXY_S_DONE = 0x03E8C0FB
@@ -66,12 +70,12 @@ class Product:
     _facts = None
     _facts_lock = threading.Lock()
 
-    def __init__(self, prefix, files, folder="C:\\Product"):
+    def __init__(self, prefix, files, folder=None):
         self.prefix = prefix
         self.files = files
-        self.folder = folder
-        self.program = f"{folder}\\bin\\{PROGRAM_NAME}"
-        self.default_data_folder = "C:\\ProgramData\\Norvik\\" + folder.rpartition("\\")[2]
+        self.folder = folder or prefix.product_folder
+        self.program = f"{self.folder}\\bin\\{PROGRAM_NAME}"
+        self.default_data_folder = f"{prefix.common_data}\\Norvik\\" + self.folder.rpartition("\\")[2]
         _place(files.program, prefix.path(self.program))
 
     @property
@@ -125,14 +129,18 @@ class Product:
         return f'"{self.program}" {arguments}' if arguments else f'"{self.program}"'
 
     def place_host(self, host=HOST):
-        _place(self.files.host, self.prefix.path(host))
+        _place(self.files.host, self.prefix.host_path(host))
 
     def start_command_line(self, command_line, host=HOST, longest_ms=STAND_IN_WAITS_MS):
         """Runs any program as the child of a stand-in that is already at its path."""
-        with tempfile.NamedTemporaryFile(dir=self.prefix.scratch, suffix=".txt") as file:
-            file.write(command_line.encode("utf-16-le", "surrogatepass"))
-            file.flush()
-            output = self.prefix.run(host, to_windows(file.name), str(longest_ms))
+        # Closed before the stand-in reads it: Windows would not let a second process open it.
+        descriptor, file = tempfile.mkstemp(dir=self.prefix.scratch, suffix=".txt")
+        with os.fdopen(descriptor, "wb") as opened:
+            opened.write(command_line.encode("utf-16-le", "surrogatepass"))
+        try:
+            output = self.prefix.run_host(host, self.files.host, to_windows(file), str(longest_ms))
+        finally:
+            os.unlink(file)
         told = re.search(r"^0x([0-9A-F]{8}) ([0-9]+)$", output, re.MULTILINE) # at a crash Wine prints lines too
         if told is None:
             raise RuntimeError(f"{host} printed no exit code but: {output}")

@@ -8,14 +8,13 @@ import shutil
 import tempfile
 import unittest
 
-from kvtest import hits
+from kvtest import computers, hits
 from kvtest.certificates import make_authority, make_certificate, openssl
 from kvtest.collection_server import CollectionServer
 from kvtest.product import HOST, Files, Product, Run
-from kvtest.wine_prefix import PrefixPool
 
 WORK = pathlib.Path(os.environ["KV_E2E_WORK"])
-_prefixes = PrefixPool(WORK)
+_prefixes = computers.make_pool(WORK)
 atexit.register(_prefixes.close)
 
 LONGEST_WAIT_MS = 12000
@@ -36,7 +35,8 @@ def _make_certificates(host):
 
 
 class ProgramTest(unittest.TestCase):
-    """Each test has a new product, in a Wine prefix that no other test uses at the same time. The user has not opted in."""
+    """Each test has a new product, in a Wine prefix (on Windows: the tests' own account) that no other test uses at the
+    same time. The user has not opted in."""
     maxDiff = None
 
     def setUp(self):

@@ -56,6 +56,9 @@ class WinePrefix:
     def __exit__(self, *_):
         self.close()
 
+    product_folder = "C:\\Product"
+    common_data = "C:\\ProgramData"
+
     @property
     def scratch(self):
         """A folder that is removed with the prefix but is not part of it."""
@@ -73,6 +76,14 @@ class WinePrefix:
     def path(self, windows_path):
         """The file that programs know by this name, which must be on drive C."""
         return wine.from_windows(self.folder, windows_path)
+
+    def host_path(self, host):
+        """The file that is to be the host of that name."""
+        return self.path(host)
+
+    def run_host(self, host, _stand_in, *arguments):
+        """The output of a stand-in of the host that is in its place."""
+        return self.run(host, *arguments)
 
     def start(self):
         """Starts the server, so that programs start fast; otherwise each starts the whole system first."""
