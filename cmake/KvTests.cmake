@@ -132,7 +132,8 @@ function(kv_add_tests name)
     kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES})
     add_executable(${name} ${sources})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_main kv_test_support GTest::gmock kv_build_options kv_test_options)
+    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_main kv_test_support GTest::gmock kv_build_options
+        kv_test_options)
     target_precompile_headers(${name} REUSE_FROM kv_test_support)
     set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}")
     # An empty value would vanish, and the name of the next property take its place.
