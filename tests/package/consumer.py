@@ -9,7 +9,7 @@ import place
 
 
 class Consumer:
-    """A folder with sources, built with the package, a toolchain file and nothing else."""
+    """A folder with sources, built with the package, a toolchain file or Visual Studio, and nothing else."""
 
     def __init__(self, name):
         self.folder = place.folder() / name
@@ -28,14 +28,17 @@ class Consumer:
         shutil.copytree(folder, self.folder)
 
     def configure(self, toolchain="mingw-w64.cmake"):
-        return place.run("cmake", "-S", ".", "-B", "build", "-G", "Ninja", "--toolchain", toolchain,
-                         f"-DCMAKE_PREFIX_PATH={place.package()}", folder=self.folder)
+        options = ("-G", "Ninja", "--toolchain", toolchain) if place.COMPILER != "msvc" else ("-A", "x64")
+        return place.run("cmake", "-S", ".", "-B", "build", *options, f"-DCMAKE_PREFIX_PATH={place.package()}",
+                         folder=self.folder)
 
     def build(self):
-        place.run("cmake", "--build", "build", folder=self.folder)
+        place.run("cmake", "--build", "build", "--config", place.CONFIGURATION, folder=self.folder)
 
     def program(self, name):
-        return self.build_folder / f"{name}.exe"
+        """Visual Studio has a folder for each configuration."""
+        folder = self.build_folder / place.CONFIGURATION if place.COMPILER == "msvc" else self.build_folder
+        return folder / f"{name}.exe"
 
     def strangers(self):
         """Files that the build has read and that are not the consumer's, the package's or the compiler's."""

@@ -21,6 +21,9 @@ BUILD = pathlib.Path(os.environ["KV_PACKAGE_BUILD"])
 VERSION = os.environ["KV_PACKAGE_VERSION"]
 HOST = os.environ["KV_PACKAGE_HOST"]
 PROGRAM = pathlib.Path(os.environ["KV_PACKAGE_PROGRAM"])
+# "mingw-w64" or "msvc".
+COMPILER = os.environ["KV_PACKAGE_COMPILER"]
+CONFIGURATION = os.environ["KV_PACKAGE_CONFIGURATION"]
 # Of the compiler and its files.
 SYSTEM = pathlib.Path("/usr")
 BUILD_SECONDS = 540
@@ -29,7 +32,8 @@ _NOTE = BUILD / "package-place.txt"
 
 
 def run(*command, folder=None, **environment):
-    """The output of a command that must succeed. It receives nothing of the caller's environment except PATH."""
+    """The output of a command that must succeed. Except on Windows, whose tools need more, it receives nothing of the
+    caller's environment but PATH."""
     done = run_for_status(*command, folder=folder, **environment)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(map(str, command))} ended with {done.returncode}:\n{done.stdout[:8000]}")
@@ -37,7 +41,11 @@ def run(*command, folder=None, **environment):
 
 
 def run_for_status(*command, folder=None, **environment):
-    environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": str(folder or "/nonexistent"), **environment}
+    if os.name == "nt":
+        environment = {**os.environ, **environment}
+    else:
+        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": str(folder or "/nonexistent"),
+                       **environment}
     return subprocess.run(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, timeout=BUILD_SECONDS, check=False, text=True, errors="replace")
 
@@ -53,7 +61,7 @@ def package():
 
 
 def install(component, prefix):
-    run("cmake", "--install", BUILD, "--component", component, "--prefix", prefix)
+    run("cmake", "--install", BUILD, "--config", CONFIGURATION, "--component", component, "--prefix", prefix)
 
 
 def make():
@@ -74,9 +82,9 @@ def archive(component):
 
 def pack():
     archives = folder() / "archives"
-    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", archives, folder=folder())
+    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-C", CONFIGURATION, "-B", archives, folder=folder())
     for component, name in (("program", f"KVAnalyticsProxy-{VERSION}-x64"),
-                            ("development", f"KVAnalytics-{VERSION}-x64-mingw-w64")):
+                            ("development", f"KVAnalytics-{VERSION}-x64-{COMPILER}")):
         with zipfile.ZipFile(archives / f"{name}.zip") as packed:
             packed.extractall(archive(component))
 

@@ -63,7 +63,7 @@ PREFIX = "x86_64-w64-mingw32-"
 
 
 def files_of(folder):
-    return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file())
+    return sorted(path.relative_to(folder).as_posix() for path in folder.rglob("*") if path.is_file())
 
 
 def paths_in(file, texts):
