@@ -1,6 +1,7 @@
 #include "logging/shared/SharedBlock.h"
 
 #include "logging/system/ModulePath.h"
+#include "utils/base/Decimal.h"
 
 namespace KVLogging
 {
@@ -8,7 +9,7 @@ namespace
 {
 std::wstring ObjectName(const std::wstring& executableName, const wchar_t* kind, const wchar_t* suffix)
 {
-    return StripExtension(executableName) + L"[" + std::to_wstring(::GetCurrentProcessId()) + L"]" + kind + suffix;
+    return StripExtension(executableName) + L"[" + KVUtils::ToDecimal(::GetCurrentProcessId()) + L"]" + kind + suffix;
 }
 
 // What the standard library decides about the memory of a block besides its size: whose library it is, the version of
