@@ -12,6 +12,7 @@
 
 KV_DECLARE_IMPORT(CreateFileMappingW)
 KV_DECLARE_IMPORT(CreateFileW)
+KV_DECLARE_IMPORT(CreateMutexW)
 KV_DECLARE_IMPORT(GetFileAttributesW)
 KV_DECLARE_IMPORT(GetLongPathNameW)
 KV_DECLARE_IMPORT(GetTickCount)
@@ -240,6 +241,29 @@ private:
 
     inline static HANDLE(WINAPI* s_original)(HANDLE, SECURITY_ATTRIBUTES*, DWORD, DWORD, DWORD, LPCWSTR) = nullptr;
     inline static std::vector<Mapping> s_mappings;
+    ImportPatch m_patch;
+};
+
+/// Notes the names of the mutexes that are made.
+class MutexPatch
+{
+public:
+    MutexPatch() : m_patch(__imp_CreateMutexW, reinterpret_cast<void*>(&Create))
+    {
+        s_names.clear();
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    static const std::vector<std::wstring>& GetNames() { return s_names; }
+
+private:
+    static HANDLE WINAPI Create(SECURITY_ATTRIBUTES* security, BOOL isOwned, LPCWSTR name)
+    {
+        s_names.emplace_back(name);
+        return s_original(security, isOwned, name);
+    }
+
+    inline static HANDLE(WINAPI* s_original)(SECURITY_ATTRIBUTES*, BOOL, LPCWSTR) = nullptr;
+    inline static std::vector<std::wstring> s_names;
     ImportPatch m_patch;
 };
 
