@@ -466,7 +466,7 @@ TEST_F(GAClientTests, ScreenName_ThatCannotBeRead_LeavesTheLastOne)
     const KVTest::UnreadableText text;
     EXPECT_TRUE(m_client->TrackScreenView(L"Home"));
     ExpectFault([&] { m_client->TrackScreenView(text.Get()); });
-    EXPECT_EQ(m_client->TrackEvent(L"A", L"C", L"", KVTest::kNoEventValue, false), 1);
+    EXPECT_EQ(m_client->TrackEvent(L"A", L"C", L"", -1, false), 1);
     EXPECT_EQ(Queue(), Requests({Hit(L"t=appview&cd=Home") + kMark,
                                  Hit(L"t=event&ec=C&ea=A&cd=Home", KVTest::kSecondCacheBuster) + kMark}));
 }

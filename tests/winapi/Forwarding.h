@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cwchar>
@@ -113,13 +114,10 @@ template <typename Result, typename... Parameters, typename Call> void ExpectArr
     EXPECT_TRUE(Function::s_received == arguments);
 }
 
+template <typename One, typename Other> constexpr bool kIsSameType = std::is_same_v<One, Other>;
 #if defined(_MSC_VER) && defined(__clang__)
 // Together with the emulator's headers, which declare some results and parameters as int instead of DWORD.
-template <typename One, typename Other>
-constexpr bool kIsSameType = std::is_same_v<One, Other> ||
-                             (std::is_integral_v<One> && std::is_integral_v<Other> && sizeof(One) == sizeof(Other));
-#else
-template <typename One, typename Other> constexpr bool kIsSameType = std::is_same_v<One, Other>;
+template <std::integral One, std::integral Other> constexpr bool kIsSameType<One, Other> = sizeof(One) == sizeof(Other);
 #endif
 
 /// Whether an operation has exactly the parameters and the result of a function of the system.
