@@ -18,6 +18,7 @@
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/Narrow.h"
+#include "tests/support/OwnComputer.h"
 #include "tests/support/VirtualSlots.h"
 
 namespace
@@ -29,7 +30,8 @@ using KVTest::ProcessKey;
 const CLogSourceFile s_extMonitorTests(L"ExtMonitorTests.cpp");
 
 // A class of its own, registered for the test server while the object lives. Below HKEY_LOCAL_MACHINE: the user's
-// classes are not looked at everywhere, and the user's hive is the sandbox's here.
+// classes are not looked at everywhere, and the user's hive is the sandbox's here. Where tests may not register classes
+// for all users, it is not registered, and the tests are skipped.
 class MonitorClass
 {
 public:
@@ -42,6 +44,10 @@ public:
             throw std::runtime_error("no class identifier");
         }
         m_id = text;
+        if (!KVTest::IsComputerOfTheTests())
+        {
+            return;
+        }
         const std::wstring path = KVTest::PathBesideTest(L"kv_log_monitor.dll");
         SetValue(Key() + L"\\InprocServer32", nullptr, path);
         SetValue(Key() + L"\\InprocServer32", L"ThreadingModel", L"Both");
@@ -99,6 +105,14 @@ private:
 class ExtMonitorTests : public KVTest::LogTest
 {
 protected:
+    void SetUp() override
+    {
+        if (!KVTest::IsComputerOfTheTests())
+        {
+            GTEST_SKIP() << "registers classes for all users of this computer";
+        }
+    }
+
     void UseMonitor(const std::wstring& classId, std::optional<DWORD> flags, const std::wstring& parameterFile = L"")
     {
         SetBase(L"LogCategories", 0xC10);
@@ -459,7 +473,14 @@ TEST_F(ExtMonitorTests, FaultAtReleaseOfTheFirst_TheSuccessorIsBound)
 class ExtMonitorDirectTests : public testing::Test
 {
 protected:
-    void SetUp() override { m_monitor.Attach(L"direct.exe"); }
+    void SetUp() override
+    {
+        if (!KVTest::IsComputerOfTheTests())
+        {
+            GTEST_SKIP() << "registers classes for all users of this computer";
+        }
+        m_monitor.Attach(L"direct.exe");
+    }
     void TearDown() override { m_monitor.Detach(); }
 
     MonitorServer m_server;
