@@ -204,6 +204,7 @@ std::optional<LogModuleSettings> CLogModule::FindSettings(const TraceScope* scop
 
 void CLogModule::ForgetEntry(TraceScope& scope) noexcept
 {
+    const CLastErrorRestore lastError;
     const CCall call(*this);
     if (call.IsAllowed()) // otherwise the file's record may be gone
     {
