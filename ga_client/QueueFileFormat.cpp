@@ -24,10 +24,10 @@ std::wstring Widen(std::string_view bytes)
 
 bool HasLineEnd(const char* block, std::size_t size)
 {
-    char found = 0;
+    unsigned char found = 0; // as wide as what is compared: a processor then compares sixteen bytes at once
     for (std::size_t i = 0; i < size; ++i)
     {
-        found |= static_cast<char>(block[i] == kQueueLineEnd);
+        found = static_cast<unsigned char>(found | (block[i] == kQueueLineEnd ? 1 : 0));
     }
     return found != 0;
 }

@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string bytes;
     while (!input.IsOver())
     {
-        const std::string piece = input.Bytes(60);
+        const std::string piece = input.Bytes(200);
         bytes += piece;
         collector.Add(piece);
     }

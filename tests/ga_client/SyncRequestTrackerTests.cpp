@@ -484,6 +484,25 @@ TEST_F(SyncRequestTrackerTests, Stop_WithoutMemory_SavesAll)
     EXPECT_TRUE(KVTest::ReadFileBytes(FilePath()) == expected); // no megabytes of text in a failure
 }
 
+TEST_F(SyncRequestTrackerTests, Stop_WithoutMemory_SavesMoreThanIsWrittenAtATime)
+{
+    std::string expected;
+    for (const char letter : {'a', 'b', 'c', 'd', 'e'})
+    {
+        EXPECT_TRUE(m_tracker.TrackRequest(std::wstring(100000, static_cast<wchar_t>(letter))));
+        expected += std::string(100000, letter) + "\n";
+    }
+    bool saved = false;
+    EXPECT_TRUE(m_tracker.Start()); // finds the data folder
+    {
+        const KVTest::FailingAllocations hook(0);
+        saved = m_tracker.Stop();
+    }
+    EXPECT_TRUE(saved);
+    EXPECT_FALSE(KVTest::FailingAllocations::HasFailed());
+    EXPECT_TRUE(KVTest::ReadFileBytes(FilePath()) == expected);
+}
+
 // Every allocation of a load fails once, with all that follow.
 TEST_F(SyncRequestTrackerTests, Start_WithoutMemory_LeavesTheHitsInTheFileOrTakesThem)
 {
