@@ -31,6 +31,7 @@ function(kv_add_library name)
         set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
         list(TRANSFORM arg_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
         set_property(GLOBAL APPEND PROPERTY KV_PUBLIC_HEADERS ${arg_HEADERS})
+        set_property(GLOBAL APPEND PROPERTY KV_DELIVERED_LIBRARIES ${target})
         install(TARGETS ${target} EXPORT KVAnalyticsTargets
             ARCHIVE DESTINATION lib COMPONENT development
             FILE_SET HEADERS DESTINATION include COMPONENT development)
