@@ -50,6 +50,14 @@ install(FILES
     docs/using-the-libraries.md
     DESTINATION ${KV_DOCUMENT_FOLDER}/docs COMPONENT development)
 install(FILES
+    docs/libraries/analytics-reporting.md
+    docs/libraries/device-manager.md
+    docs/libraries/ga-client.md
+    docs/libraries/logging.md
+    docs/libraries/utils.md
+    docs/libraries/winapi.md
+    DESTINATION ${KV_DOCUMENT_FOLDER}/docs/libraries COMPONENT development)
+install(FILES
     examples/CMakeLists.txt
     examples/client_alone.cpp
     examples/mingw-w64.cmake

@@ -19,6 +19,7 @@ doxygen doxygen
 wixl wixl
 msiextract msitools
 osslsigncode osslsigncode
+pkg-config pkg-config
 ${KV_WINE64:-/usr/lib/wine/wine64} wine64
 wineserver wine
 /usr/src/googletest/CMakeLists.txt googletest

@@ -25,7 +25,8 @@ HEADERS = """
     """.split()
 LIBRARIES = ["analytics_reporting", "device_manager", "ga_client", "logging", "utils", "utils_base", "winapi", "winapi_base"]
 DEVELOPMENT = sorted(
-    [f"include/{header}" for header in HEADERS] + [f"lib/libkv_{library}.a" for library in LIBRARIES] + [
+    [f"include/{header}" for header in HEADERS] + [f"lib/libkv_{library}.a" for library in LIBRARIES] +
+    [f"lib/pkgconfig/kv_{library}.pc" for library in LIBRARIES] + [
         "lib/cmake/KVAnalytics/KVAnalyticsConfig.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsConfigVersion.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsTargets-release.cmake",
@@ -33,6 +34,12 @@ DEVELOPMENT = sorted(
         "share/KVAnalytics/KVAnalytics.spdx.json",
         "share/KVAnalytics/THIRD-PARTY-NOTICES.txt",
         "share/KVAnalytics/docs/events.md",
+        "share/KVAnalytics/docs/libraries/analytics-reporting.md",
+        "share/KVAnalytics/docs/libraries/device-manager.md",
+        "share/KVAnalytics/docs/libraries/ga-client.md",
+        "share/KVAnalytics/docs/libraries/logging.md",
+        "share/KVAnalytics/docs/libraries/utils.md",
+        "share/KVAnalytics/docs/libraries/winapi.md",
         "share/KVAnalytics/docs/logging.md",
         "share/KVAnalytics/docs/measurement-protocol.md",
         "share/KVAnalytics/docs/printer-inventory.md",
