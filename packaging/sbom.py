@@ -62,12 +62,18 @@ def created(root, names):
     return datetime.datetime.fromtimestamp(int(seconds), datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
 
 
+def own_name(arguments):
+    return arguments.output.relative_to(arguments.root).as_posix()
+
+
 def bill(arguments, names, packages):
     files = [file_entry(arguments.root, name) for name in names]
     code = verification_code(files)
     own = {"name": arguments.name, "SPDXID": "SPDXRef-Archive", "versionInfo": arguments.version,
            "supplier": f"Organization: {arguments.company}", "downloadLocation": NONE_STATED, "filesAnalyzed": True,
-           "packageVerificationCode": {"packageVerificationCodeValue": code}, "licenseConcluded": NONE_STATED,
+           "packageVerificationCode": {"packageVerificationCodeValue": code, # all files but this one
+                                       "packageVerificationCodeExcludedFiles": [f"./{own_name(arguments)}"]},
+           "licenseConcluded": NONE_STATED,
            "licenseInfoFromFiles": [NONE_STATED], "licenseDeclared": NONE_STATED, "copyrightText": NONE_STATED}
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", own["SPDXID"])]
     relations += [(own["SPDXID"], "CONTAINS", entry["SPDXID"]) for entry in files]

@@ -111,15 +111,27 @@ class BillTests(unittest.TestCase):
             self.assertRegex(bill["creationInfo"]["created"], r"^20\d\d-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
             for creator in bill["creationInfo"]["creators"]:
                 self.assertRegex(creator, "^(Organization|Tool): .")
-            for entry in bill["packages"]:
-                self.assertLessEqual({"name", "SPDXID", "downloadLocation", "versionInfo"}, entry.keys())
+            # The format allows no others.
+            self.assertEqual(bill.keys(), {"spdxVersion", "dataLicense", "SPDXID", "name", "documentNamespace",
+                                           "creationInfo", "packages", "files", "relationships"})
+            of_all = {"name", "SPDXID", "versionInfo", "downloadLocation", "filesAnalyzed", "licenseConcluded",
+                      "licenseDeclared", "copyrightText"}
+            own, *linked = bill["packages"]
+            self.assertEqual(own.keys(), of_all | {"supplier", "packageVerificationCode", "licenseInfoFromFiles"})
+            for entry in linked:
+                self.assertEqual(entry.keys(), of_all | {"sourceInfo", "licenseComments", "externalRefs"})
+                self.assertIs(entry["filesAnalyzed"], False)
             for entry in bill["files"]:
+                self.assertEqual(entry.keys(), {"fileName", "SPDXID", "fileTypes", "checksums", "licenseConcluded",
+                                                "licenseInfoInFiles", "copyrightText"})
                 self.assertLessEqual(set(entry["fileTypes"]), {"BINARY", "ARCHIVE", "SOURCE", "TEXT"})
 
     def test_own_package_has_the_verification_code_of_its_files(self):
-        for bill in self.bills.values():
+        for component, bill in self.bills.items():
             own = bill["packages"][0]
             self.assertEqual((own["versionInfo"], own["filesAnalyzed"]), (place.VERSION, True))
+            self.assertEqual(own["packageVerificationCode"]["packageVerificationCodeExcludedFiles"],
+                             [f"./{BILLS[component]}"])
             sums = sorted(sum_["checksumValue"] for entry in bill["files"] for sum_ in entry["checksums"]
                           if sum_["algorithm"] == "SHA1")
             self.assertEqual(own["packageVerificationCode"]["packageVerificationCodeValue"],

@@ -35,7 +35,8 @@ class SignedTests(unittest.TestCase):
     def setUpClass(cls):
         cls.archives = WORK / "archives"
         cls.certificate = WORK / "signer.pem"
-        openssl(WORK, "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", "signer.key", "-out", "signer.pem",
+        openssl(WORK, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
+                "-keyout", "signer.key", "-out", "signer.pem",
                 "-days", "2", "-subj", "/CN=Throw-away signer", "-addext", "extendedKeyUsage=codeSigning")
         sign = [SOURCE / "packaging" / "sign_with_osslsigncode", "-certs", cls.certificate, "-key", WORK / "signer.key"]
         cls.without_licence = configure()
