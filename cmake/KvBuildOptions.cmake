@@ -78,9 +78,11 @@ endif()
 
 # kv_separate_symbols(TARGET)
 #
-# In the configuration Release, moves the symbols of the program TARGET into a file beside it: TARGET.exe.debug, which
-# the program names together with its check sum, or TARGET.pdb.
+# Makes TARGET a delivered program: KvPackage.cmake installs, signs and packs each of them. In the configuration Release,
+# moves its symbols into a file beside it: TARGET.exe.debug, which the program names together with its check sum, or
+# TARGET.pdb.
 function(kv_separate_symbols target)
+    set_property(GLOBAL APPEND PROPERTY KV_DELIVERED_PROGRAMS ${target})
     if(MSVC)
         # /DEBUG alone would keep unused code. /PDBALTPATH makes the program name the file without its folder.
         target_link_options(${target} PRIVATE
@@ -89,6 +91,11 @@ function(kv_separate_symbols target)
     endif()
     set(symbols $<TARGET_FILE_NAME:${target}>.debug)
     set_target_properties(${target} PROPERTIES KV_SEPARATE_SYMBOLS ON)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # Names each library that is linked in, from which packaging/runtimes.py finds the notices that must go with it.
+        target_link_options(${target} PRIVATE -Wl,-Map=$<TARGET_FILE:${target}>.map)
+        set_target_properties(${target} PROPERTIES ADDITIONAL_CLEAN_FILES $<TARGET_FILE:${target}>.map)
+    endif()
     # --preserve-dates keeps the image's zero time stamp. Without it objcopy writes the current time, and no two builds
     # are equal. In other configurations the commands are empty, and CMake leaves them out.
     set(keep ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols})

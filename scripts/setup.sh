@@ -16,6 +16,10 @@ ld.lld-19 lld-19
 python3 python3
 openssl openssl
 doxygen doxygen
+wixl wixl
+msiextract msitools
+osslsigncode osslsigncode
+pkg-config pkg-config
 ${KV_WINE64:-/usr/lib/wine/wine64} wine64
 wineserver wine
 /usr/src/googletest/CMakeLists.txt googletest

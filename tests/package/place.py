@@ -1,7 +1,7 @@
 """The folder outside this tree where the package is installed and used like by the author of a different program.
 
     place.py make     creates the folder, installs the package there, and moves the package
-    place.py pack     creates the archives and unpacks them there
+    place.py pack     creates the archives and the MSI, and unpacks the archives there
     place.py remove   removes it with everything in it
 
 The environment names the results of the build: see CMakeLists.txt.
@@ -75,17 +75,26 @@ def make():
     (place / "first").rename(package())
 
 
+ARCHIVES = {"program": f"KVAnalyticsProxy-{VERSION}-x64.zip",
+            "symbols": f"KVAnalyticsProxy-{VERSION}-x64-symbols.zip",
+            "development": f"KVAnalytics-{VERSION}-x64-{COMPILER}.zip"}
+INSTALLER = f"KVAnalyticsProxy-{VERSION}-x64.msi"
+
+
+def archives():
+    """The folder with everything that cpack makes."""
+    return folder() / "archives"
+
+
 def archive(component):
     """The unpacked archive of that component."""
     return folder() / component
 
 
 def pack():
-    archives = folder() / "archives"
-    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-C", CONFIGURATION, "-B", archives, folder=folder())
-    for component, name in (("program", f"KVAnalyticsProxy-{VERSION}-x64"),
-                            ("development", f"KVAnalytics-{VERSION}-x64-{COMPILER}")):
-        with zipfile.ZipFile(archives / f"{name}.zip") as packed:
+    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-C", CONFIGURATION, "-B", archives(), folder=folder())
+    for component, name in ARCHIVES.items():
+        with zipfile.ZipFile(archives() / name) as packed:
             packed.extractall(archive(component))
 
 

@@ -81,6 +81,7 @@ TEST(ProgramTests, VersionResource_SaysWhatTheBuildSays)
     EXPECT_STREQ(info.GetCompanyName(), KV_TEST_COMPANY_NAME);
     EXPECT_STREQ(info.GetFileDescription(), KV_TEST_FILE_DESCRIPTION);
     EXPECT_STREQ(info.GetFileVersion(), KV_TEST_VERSION);
+    EXPECT_STREQ(info.GetStringValue(L"LegalCopyright"), L"Copyright (C) " KV_TEST_COMPANY_NAME);
     EXPECT_STREQ(info.GetProductName(), KV_TEST_PRODUCT_NAME);
     EXPECT_STREQ(info.GetProductVersion(), KV_TEST_VERSION);
 }
