@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { MARKS } from '../../viewer/src/analysis.mjs';
+import { MARKS } from '../../viewer/src/mark-kinds.mjs';
 import { writeChromeTrace } from '../../viewer/src/chrome-trace.mjs';
 import { filterLines } from '../../viewer/src/filter.mjs';
 import { SCOPE } from '../../viewer/src/scopes.mjs';

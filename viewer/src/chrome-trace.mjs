@@ -1,5 +1,5 @@
 // Writes scopes and marks as Chrome trace events, which Perfetto and the tracing pages of browsers open.
-import { MARKS } from './analysis.mjs';
+import { MARKS } from './mark-kinds.mjs';
 import { AXIS } from './clock.mjs';
 import { moduleOf } from './filter.mjs';
 import { SCOPE } from './scopes.mjs';
