@@ -128,7 +128,7 @@ test('a queue with a refused hit: the reason, and every parameter explained', ()
     ['1', '1 min 0 s', 'Screen Copy  was viewed'], ['1', '', 'ApplicationLifeCycle / Stop / Launch; the session ends'],
   ].map(([a, b, c], i) => [a, i === 2 ? hits[2][1] : b, c]));
   assert.match(hits[2][6], /" print" has no "="/);
-  assert.match(await page.locator('#hit-summary').textContent(), /4 hits in 1 sessions; 1 should be refused/);
+  assert.match(await page.locator('#hit-summary').textContent(), /4 hits in 1 session; 1 should be refused/);
   await page.locator('#hits .row').nth(1).click();
   await page.locator('#hit-detail td', { hasText: 'ConnectionType' }).waitFor();
   assert.match(await page.locator('#hit-detail').textContent(), /TrackLumoLink\(linkId/);

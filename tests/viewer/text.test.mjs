@@ -58,6 +58,10 @@ test('mixed encodings are read line by line, each in its own', () => {
   assert.match(decodeText(bytes).note, /mixed \(UTF-16LE and UTF-8\)/);
 });
 
+test('one narrow line of odd length in a wide log is recognised', () => {
+  assert.deepEqual(messages(bytesOf('(I0) wide\r\n', Buffer.from('(WN) narrow\r\n'), '(I0) cut of')), ['wide', 'narrow', 'cut of']);
+});
+
 test('half a unit in the middle costs nothing but itself', () => {
   const bytes = bytesOf('(I0) first line\r\n(I0) second line\r\n', [0x28], '(I0) third line\r\n(I0) fourth line\r\n');
   assert.deepEqual(messages(bytes), ['first line', 'second line', 'third line', 'fourth line']);

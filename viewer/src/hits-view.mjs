@@ -15,6 +15,10 @@ function ageText(age) {
   return age === null ? '' : age < 0 ? 'in the future' : durationText(age * 1000);
 }
 
+function countText(count, noun) {
+  return `${count} ${noun}${count === 1 ? '' : 's'}`;
+}
+
 export class HitsView {
   constructor() {
     this.hits = [];
@@ -35,7 +39,7 @@ export class HitsView {
     const bad = hits.filter(({ reasons }) => reasons.length).length;
     const refused = hits.filter(({ isRefused }) => isRefused).length;
     const sessions = new Set(hits.map(({ session }) => session)).size;
-    const parts = [`${hits.length} hits in ${sessions} sessions`];
+    const parts = [`${countText(hits.length, 'hit')} in ${countText(sessions, 'session')}`];
     parts.push(bad ? `${bad} should be refused by every server` : 'none that a server should refuse');
     if (refused) {
       parts.push(`${refused} were not accepted`);

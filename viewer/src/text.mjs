@@ -116,7 +116,10 @@ function decodeLineByLine(bytes) {
     start = Math.max(end, start + 1);
   }
   const encoding = [...found].join(' and ');
-  return result(unitsOf(pieces.join('')), encoding, `The encodings are mixed (${encoding}); each line is read in its own.`);
+  const units = unitsOf(pieces.join(''));
+  return found.size > 1
+    ? result(units, encoding, `The encodings are mixed (${encoding}); each line is read in its own.`)
+    : result(units, encoding, 'Half a character is missing or left over.');
 }
 
 /** bytes: a Uint8Array. The code units, the encoding, and a note if something was unusual. */
@@ -139,10 +142,10 @@ export function decodeText(bytes) {
     return result(swapped(viewOf(bytes, 0, size)), 'UTF-16BE');
   }
   const units = viewOf(bytes, 0, size);
-  if (hasForeignLines(units) || odd * 8 < sample) {
+  if (size % 2 || hasForeignLines(units) || odd * 8 < sample) {
     return decodeLineByLine(bytes);
   }
-  return result(units, 'UTF-16LE', size % 2 ? 'The last character is cut in half.' : '');
+  return result(units, 'UTF-16LE');
 }
 
 /** Whether most of the units are characters of a text. */

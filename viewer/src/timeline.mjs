@@ -18,7 +18,7 @@ const MODULE_COLORS = ['#56b4e9', '#e69f00', '#009e73', '#f0e442', '#cc79a7', '#
 const FAULT_COLOR = '#d55e00';
 export const MARK_SHAPES = {
   fault: '\u2716', exception: '\u25c6', error: '\u25b2', errorCode: '\u25bd', warning: '\u25cf', noExit: '\u21e5', noEntry: '\u21e4',
-  full: '\u25a0', queued: '\u23f8', clock: '\u25f7',
+  full: '\u25a0', queued: '\u25cc', clock: '\u25f7',
 };
 const PROBLEM = 1 | 2 | 4 | 8 | 16; // no end, no begin, fault, exceptions
 const NO_EXIT = 1;
@@ -152,7 +152,7 @@ export class Timeline {
     const options = {
       ...this.#size(),
       legend: { show: false },
-      padding: [0, 0, 0, 0],
+      padding: [0, 28, 0, 28],
       scales: { x: { time: false, range: (_, min, max) => [min, max] }, y: { range: [0, 1] } },
       series: [{}, { show: false }],
       axes: [
@@ -165,7 +165,7 @@ export class Timeline {
       ],
       cursor: {
         y: false, drag: { x: true, y: false, dist: 4 }, points: { show: false },
-        bind: { click: () => (event) => this.#onClick(event), dblclick: () => () => this.act('whole') },
+        bind: { dblclick: () => () => this.act('whole') },
       },
       hooks: {
         draw: [() => this.#paint()],
@@ -175,6 +175,7 @@ export class Timeline {
     };
     this.plot = new uPlot(options, [[from, to], [null, null]], this.stage);
     this.plot.base = this.base;
+    this.plot.over.addEventListener('click', (event) => this.#onClick(event)); // not at the end of a drag
     this.plot.setScale('x', { min: from, max: to });
     this.#setSpacer();
   }
@@ -191,7 +192,10 @@ export class Timeline {
 
   #announceRange() {
     clearTimeout(this.announcing);
-    this.announcing = setTimeout(() => this.onRange(this.range), 150);
+    this.announcing = setTimeout(() => {
+      this.onRange(this.range);
+      this.onHover(this.#describeRange());
+    }, 150);
   }
 
   #redraw() {
@@ -362,8 +366,14 @@ export class Timeline {
       const length = this.trace.axis === 'order' ? '' : ` ${durationText(scopes.duration[scope] >= 0 ? scopes.duration[scope] : scopes.end[scope] - scopes.start[scope])}`;
       this.onHover(`${names[scopes.name[scope]]}${length}`);
     } else {
-      this.onHover(left >= 0 ? timeText(this.plot.posToVal(left, 'x') + this.base, this.trace.axis) : '');
+      this.onHover(left >= 0 ? timeText(this.plot.posToVal(left, 'x') + this.base, this.trace.axis) : this.#describeRange());
     }
+  }
+
+  #describeRange() {
+    const { axis } = this.trace;
+    const [from, to] = this.range;
+    return axis === 'order' ? 'The axis counts lines' : `${dateText(from, axis)} ${durationText(to - from)} shown`.trim();
   }
 
   #stepMark(step) {

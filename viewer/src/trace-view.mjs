@@ -122,6 +122,7 @@ export class TraceView {
     for (const box of byId('filter-tags').querySelectorAll('input')) {
       box.checked = Boolean(wanted(Number(box.value)));
     }
+    byId('tag-choice').open = false;
     this.#scheduleFilter();
   }
 
@@ -135,6 +136,12 @@ export class TraceView {
     for (const button of document.querySelectorAll('[data-act]')) {
       button.addEventListener('click', () => this.timeline.act(button.dataset.act));
     }
+    byId('tag-choice').addEventListener('keydown', (event) => {
+      if (event.key === 'Escape') {
+        byId('tag-choice').open = false;
+        byId('tag-choice').querySelector('summary').focus();
+      }
+    });
     document.addEventListener('click', (event) => {
       if (!byId('tag-choice').contains(event.target)) {
         byId('tag-choice').open = false;
