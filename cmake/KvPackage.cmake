@@ -47,6 +47,7 @@ install(FILES
     docs/printer-inventory.md
     docs/request-queue.md
     docs/using-the-libraries.md
+    docs/viewer.md
     DESTINATION ${KV_DOCUMENT_FOLDER}/docs COMPONENT development)
 install(FILES
     examples/CMakeLists.txt
@@ -71,6 +72,7 @@ install(FILES
     docs/printer-inventory.md
     docs/request-queue.md
     docs/security.md
+    docs/viewer.md
     DESTINATION docs COMPONENT program)
 # Texts that people open by a double click get the line ends of Windows.
 function(kv_install_text file name folder)

@@ -65,4 +65,3 @@ fs.mkdirSync(output, { recursive: true });
 fs.writeFileSync(path.join(output, 'index.html'), page);
 fs.writeFileSync(path.join(output, 'NOTICE.txt'), notice);
 fs.copyFileSync(path.join(here, 'collect'), path.join(output, 'collect'));
-fs.chmodSync(path.join(output, 'collect'), 0o755);

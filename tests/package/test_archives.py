@@ -36,11 +36,15 @@ DEVELOPMENT = sorted(
         "share/KVAnalytics/docs/printer-inventory.md",
         "share/KVAnalytics/docs/request-queue.md",
         "share/KVAnalytics/docs/using-the-libraries.md",
+        "share/KVAnalytics/docs/viewer.md",
         "share/KVAnalytics/examples/CMakeLists.txt",
         "share/KVAnalytics/examples/client_alone.cpp",
         "share/KVAnalytics/examples/mingw-w64.cmake",
         "share/KVAnalytics/examples/track_everything.cpp",
         "share/KVAnalytics/examples/track_everything.rc",
+        "share/KVAnalytics/viewer/NOTICE.txt",
+        "share/KVAnalytics/viewer/collect",
+        "share/KVAnalytics/viewer/index.html",
     ])
 PROGRAM = [
     "bin/KVAnalyticsProxy.exe",
@@ -55,8 +59,12 @@ PROGRAM = [
     "docs/printer-inventory.md",
     "docs/request-queue.md",
     "docs/security.md",
+    "docs/viewer.md",
     "readme.txt",
     "symbols/KVAnalyticsProxy.exe.debug",
+    "viewer/NOTICE.txt",
+    "viewer/collect",
+    "viewer/index.html",
 ]
 TEXTS = ["config.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]
 PREFIX = "x86_64-w64-mingw32-"

@@ -21,7 +21,7 @@ function readParameters(tables) {
   const parameters = {};
   for (const table of tables.filter(({ columns }) => columns[0] === 'parameter')) {
     for (const [name, ...value] of table.rows) {
-      parameters[quoted(name)[0]] ??= plain(value.join('; '));
+      parameters[quoted(name)[0]] ??= plain(value.join('; ')).replace(/, described below$/, '');
     }
   }
   return parameters;

@@ -141,9 +141,17 @@ async function followLive() {
   });
 }
 
+// Files that are part of the page: blocks of data in base64, which are no scripts.
+function enclosedFiles() {
+  return [...document.querySelectorAll('script[type="application/octet-stream"]')].map((block) =>
+    new File([Uint8Array.from(atob(block.textContent.trim()), (c) => c.charCodeAt(0))], block.dataset.name));
+}
+
 listen();
 listenToDrops();
 listenToTabs();
 if (isServed()) {
   followLive();
+} else {
+  openFiles(enclosedFiles());
 }

@@ -422,7 +422,7 @@ function paintText(ctx, text, x, y, width) {
   if (ctx.measureText(shown).width > width) {
     // Without the class, which is the first to go.
     shown = text.slice(text.lastIndexOf('::') + 2);
-    const most = Math.floor(width / 6);
+    const most = Math.floor(width / 6.8);
     shown = shown.length > most ? `${shown.slice(0, Math.max(1, most - 1))}\u2026` : shown;
   }
   ctx.fillStyle = '#000';
