@@ -69,7 +69,7 @@ test('hits appear on the page as they arrive, are answered as told, and are reco
   }
   await page.locator('#hits .row', { hasText: 'lost' }).waitFor();
   const rows = await rowsOf(page, 'hits');
-  assert.deepEqual(rows.map((cells) => cells[5]), ['200', '500', 'lost']);
+  assert.deepEqual(rows.map((cells) => cells[5]), ['200', '\u2716 500', '\u2716 lost']);
   assert.match(await page.locator('#hit-summary').textContent(), /2 were not accepted/);
   await screenshot(page, 'live');
   assert.deepEqual(page.problems, []);

@@ -84,6 +84,16 @@ test('a log without functions says what would show them', () => {
   assert.match(logOf(['(I0) x']).analysis.notes.join('\n'), /LogCategories 0xC00/);
 });
 
+test('lines that waited in memory have their place in time, and the mark before them belongs to their process', () => {
+  const result = logOf(['0000000010 [1] {tid: 0x0001} 0001: (->) A::F', '0000000040 [1] {tid: 0x0001}       (<-) A::F',
+    '0000000041 [2] {tid: 0x0009} 0001: (I0) other', '--- Queued Lines Start ---', '0000000020 [1] {tid: 0x0001} 0001: (->) B::G',
+    '0000000030 [1] {tid: 0x0001}       (<-) B::G', '--- Queued Lines End ---']);
+  assert.deepEqual(scopesOf(result), ['A::F', '  B::G']);
+  assert.deepEqual(marksOf(result), ['queued']);
+  assert.deepEqual([result.analysis.marks.lane[0], result.analysis.marks.time[0]], [0, 20]);
+  assert.deepEqual(Array.from(result.analysis.order), [0, 1, 2, 3, 4, 5, 6]);
+});
+
 test('the counter starts over after ten digits', () => {
   const result = logOf(['9999999990 0001: (I0) a', '0000000010 0001: (I0) b', '9999999995 0001: (I0) c', '0000000020 0001: (I0) d']);
   assert.deepEqual(timesOf(result), [0, 20, 5, 30]);

@@ -147,8 +147,8 @@ function notesOnText(log) {
 
 /** Everything about the log that needs all of its lines. */
 export function analyse(log) {
-  const { axis, isCommon, order, changes } = setAllTimes(log);
-  const { scopes, lanes, hasEntries, hasExits } = findScopes(log, order);
+  const { axis, isCommon, order, scopeOrder, changes } = setAllTimes(log);
+  const { scopes, lanes, hasEntries, hasExits } = findScopes(log, scopeOrder);
   const marks = findMarks(log, scopes, changes, hasEntries && hasExits);
   const notes = [...notesOnColumns(log, axis), ...notesOnScopes({ hasEntries, hasExits }), ...notesOnText(log)];
   if (!isCommon) {

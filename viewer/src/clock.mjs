@@ -167,17 +167,27 @@ function setTimes(lines, file, offsets, changes) {
   }
 }
 
-// The order of all lines by time; lines of one file keep theirs as far as the clock does.
-function orderOf(log) {
-  const { lines } = log;
-  const order = Uint32Array.from({ length: lines.count }, (_, i) => i);
-  if (log.files.length > 1) {
-    order.sort((a, b) => lines.time[a] - lines.time[b] || a - b);
-  }
-  return order;
+function numbersOf(lines) {
+  return Uint32Array.from({ length: lines.count }, (_, i) => i);
 }
 
-/** Sets the time of every line. Returns the axis, the order of the lines, and the changes of the wall clock. */
+function sortedByTime(lines) {
+  return numbersOf(lines).sort((a, b) => lines.time[a] - lines.time[b] || a - b);
+}
+
+// The order of the lines in the list: that of the file, or by time if there are several files.
+function orderOf(log) {
+  return log.files.length > 1 ? sortedByTime(log.lines) : numbersOf(log.lines);
+}
+
+// The order in which functions begin and end. Lines that waited in memory are older than their place in the file tells, which
+// only the counter shows exactly.
+function scopeOrderOf(log, order) {
+  const hasCounters = log.files.length > 0 && log.files.every(({ commonColumns }) => commonColumns & COLUMN.counter);
+  return hasCounters && log.files.length === 1 ? sortedByTime(log.lines) : order;
+}
+
+/** Sets the time of every line. Returns the axis, the orders of the lines, and the changes of the wall clock. */
 export function setAllTimes(log) {
   const offsets = [];
   const changes = [];
@@ -198,7 +208,8 @@ export function setAllTimes(log) {
     }
   }
   const axis = isCommon ? [...axes][0] ?? AXIS.order : axes.has(AXIS.order) || axes.has(AXIS.sum) ? AXIS.sum : AXIS.counter;
-  return { axis, isCommon, order: orderOf(log), changes };
+  const order = orderOf(log);
+  return { axis, isCommon, order, scopeOrder: scopeOrderOf(log, order), changes };
 }
 
 function firstTime(lines, file) {

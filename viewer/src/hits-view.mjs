@@ -48,12 +48,12 @@ export class HitsView {
   }
 
   #fill(hit, row) {
-    row.className = `row ${hit.reasons.length || hit.isRefused ? 'bad' : ''}`;
+    row.className = `row ${hit.reasons.length ? 'bad' : ''}`;
     const dimensions = hit.dimensions.map(({ name, value }) => `${name}=${value}`).join(', ');
     const verdict = hit.reasons.length ? `\u2716 ${hit.reasons[0]}` : '\u2713 well-formed';
     return [
       String(hit.session), ageText(hit.age), hit.arrivedAt === null ? '' : localText(hit.arrivedAt).slice(11), hit.meaning, dimensions,
-      answerText(hit), verdict,
+      h('span', { class: hit.isRefused ? 'bad' : '' }, hit.isRefused ? `\u2716 ${answerText(hit)}` : answerText(hit)), verdict,
     ];
   }
 

@@ -69,6 +69,7 @@ export class TraceLog {
       progress(start / units.length);
     }
     file.count = this.lines.count - file.first;
+    this.#settleQueueStarts(file);
     file.isUnfinished = units.length > 0 && units[units.length - 1] !== LINE_FEED;
     return file;
   }
@@ -126,9 +127,8 @@ export class TraceLog {
     const { lines } = this;
     const i = this.#place(file, KIND[kind], start, end);
     lines.message[i] = 0;
-    // It belongs to whatever was written before it.
     if (i > file.first) {
-      this.#inherit(i);
+      this.#inherit(i, i - 1);
     }
   }
 
@@ -146,10 +146,20 @@ export class TraceLog {
     return i;
   }
 
-  #inherit(i) {
+  // What the prefix of a different line says holds for this one, which has none.
+  #inherit(i, other) {
     const { lines } = this;
     for (const name of ['columns', 'day', 'seconds', 'counter', 'process', 'thread']) {
-      lines[name][i] = lines[name][i - 1];
+      lines[name][i] = lines[name][other];
+    }
+  }
+
+  // The mark before queued lines belongs to them, and not to what a different process may have written before it.
+  #settleQueueStarts(file) {
+    for (let i = file.first; i < this.lines.count - 1; ++i) {
+      if (this.lines.kind[i] === KIND.queueStart) {
+        this.#inherit(i, i + 1);
+      }
     }
   }
 
@@ -166,7 +176,7 @@ export class TraceLog {
     lines.message[i] = Math.min(line.message, end) - start;
     if (isPlain) {
       if (i > file.first) {
-        this.#inherit(i);
+        this.#inherit(i, i - 1);
       }
       return;
     }

@@ -75,7 +75,7 @@ export class TraceView {
     const { kind } = this.trace.marks;
     const counts = MARKS.map(() => 0);
     kind.forEach((own) => ++counts[own]);
-    const parts = MARKS.map(({ text }, i) => (counts[i] ? `${counts[i]} ${text}` : '')).filter(Boolean);
+    const parts = MARKS.map(({ text }, i) => (counts[i] ? `${text} ${counts[i]}` : '')).filter(Boolean);
     return parts.length ? `Marks: ${parts.join(', ')}` : 'Marks: none';
   }
 
