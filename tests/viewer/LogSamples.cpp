@@ -107,7 +107,7 @@ int wmain(int argc, wchar_t** argv)
     {
         const DWORD options = bits * kFirstLineOption;
         const std::wstring name = FormatOptions(options);
-        registry.SetDword(kKey, L"LogOptions", options);
+        registry.SetDword(kKey, L"LogOptions", options | kOptionTruncate); // an earlier run left the same files
         registry.SetString(kKey, L"LogFileName", std::wstring(argv[1]) + L"\\" + name + L".log");
         CLogModule module("Samples", "01:02:03");
         Sample(module).Write();

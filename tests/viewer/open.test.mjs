@@ -75,8 +75,8 @@ test('only what is in view is painted, with what began before it', () => {
   assert.deepEqual([rows.at(0, 0, 25, 0), rows.at(0, 1, 23, 0), rows.at(0, 0, 35, 1), rows.at(0, 0, 36, 6)], [1, 2, -1, 3]);
 });
 
-test('of scopes that share a pixel the first is painted: a million cost no more than the width', () => {
-  const count = 1000000;
+test('of scopes that share a pixel the first is painted: many cost no more than the width', () => {
+  const count = 200000;
   const rows = rowsOf(Array.from({ length: count }, (_, i) => [i * 10, i * 10 + 5, 0]));
   const width = 1000;
   const scopes = painted(rows, 0, count * 10, width / (count * 10));
