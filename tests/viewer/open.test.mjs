@@ -18,7 +18,8 @@ test('a trace log is recognised with and without prefixes, in any encoding', () 
 });
 
 test('a log that mentions a hit is no queue file', () => {
-  assert.equal(open('(I0) refused: the server does not know /collecting\r\n(I0) more\r\n', 'utf16le').kind, 'trace');
+  const [hit] = samplesOf('events.md', '/collect?');
+  assert.equal(open(`(I0) refused: ${hit}\r\n(I0) more\r\n`, 'utf16le').kind, 'trace');
 });
 
 test('a queue file, a capture and a recording are hits', () => {
@@ -27,6 +28,13 @@ test('a queue file, a capture and a recording are hits', () => {
   for (const text of [`${hit}\n`, JSON.stringify({ log: { entries: [entry] } }), JSON.stringify({ at: 1, path: hit, answer: 200 }) + '\n']) {
     const { kind, hits } = open(text);
     assert.deepEqual([kind, hits.length, hits[0].request], ['hits', 1, hit]);
+  }
+});
+
+test('a queue whose first hit is damaged is one nevertheless', () => {
+  const [hit] = samplesOf('events.md', '/collect?');
+  for (const text of [`${hit.slice(20)}\n${hit}\n`, `xx${hit}\n`]) {
+    assert.equal(open(text).kind, 'hits', text);
   }
 });
 

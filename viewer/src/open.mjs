@@ -33,15 +33,17 @@ export function openBytes(name, bytes) {
     return { kind: 'nothing', sentence: `${name} is no text: it is neither a trace log nor a file of hits.` };
   }
   const head = textOf(units.subarray(0, HEAD_UNITS));
-  const hits = /\/collect\?|"entries"|"path"/.test(head) || head.trimStart().startsWith('{') ? readHits(name, textOf(units)) : null;
+  // A log can mention a hit, so only lines that begin with one outweigh lines that look like those of a log.
+  const isLog = looksLikeTraceLog(head) && !/^\/collect\?/m.test(head);
+  const hits = !isLog && /\/collect\?|"entries"|"path"/.test(head) ? readHits(name, textOf(units)) : null;
   if (hits) {
     return { kind: 'hits', ...hits };
   }
-  const results = readResults(name, head.trimStart().startsWith('{') ? textOf(units) : '');
+  const results = isLog ? null : readResults(name, textOf(units));
   if (results) {
     return { kind: 'results', results };
   }
-  if (looksLikeTraceLog(head)) {
+  if (isLog) {
     return { kind: 'trace', units, encoding, note };
   }
   const sentence = `${name} is a text, but neither a trace log nor a queue file, a capture (HAR) or a recording of hits.`;
