@@ -107,6 +107,14 @@ test('counters of two files put their lines in one order', () => {
   assert.deepEqual(result.analysis.lanes.map(({ process }) => process), [1, 2]);
 });
 
+test('files whose times are far apart are put in order', () => {
+  const lines = (from, step) => Array.from({ length: 500 }, (_, i) => `${String(from + i * step).padStart(10, '0')} 0001: (I0) ${from + i * step}`);
+  const result = logOf(lines(1000, 2), lines(1, 4), lines(500, 3));
+  const times = Array.from(result.analysis.order, (i) => result.log.lines.time[i]);
+  assert.deepEqual(times, [...times].sort((a, b) => a - b));
+  assert.equal(new Set(result.analysis.order).size, 1500);
+});
+
 test('a change of the clock is marked and moves no line', () => {
   const result = logOf(['2026/11/21 08:00:00 0000000000 0001: (I0) a', '2026/11/21 07:00:00 0000500000 0001: (I0) b',
     '2026/11/21 07:00:01 0001500000 0001: (I0) c']);

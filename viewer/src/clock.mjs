@@ -14,6 +14,7 @@ const DAY = 86400 * SECOND;
 const COUNTER_MODULUS = 1e10;
 // The wall clock shows whole seconds, so it differs from the counter by up to one. More is a change of the clock.
 const CLOCK_CHANGE = 2.5 * SECOND;
+const STEPS_PER_LINE = 8;
 
 function axisOf(columns) {
   if (columns & COLUMN.time) {
@@ -168,11 +169,34 @@ function setTimes(lines, file, offsets, changes) {
 }
 
 function numbersOf(lines) {
-  return Uint32Array.from({ length: lines.count }, (_, i) => i);
+  const numbers = new Uint32Array(lines.count);
+  for (let i = 0; i < numbers.length; ++i) {
+    numbers[i] = i;
+  }
+  return numbers;
 }
 
-function sortedByTime(lines) {
-  return numbersOf(lines).sort((a, b) => lines.time[a] - lines.time[b] || a - b);
+// Moves each line to its place; false after too many steps, when the lines are not nearly in order.
+function sortNearlySorted(order, times) {
+  let steps = order.length * STEPS_PER_LINE;
+  for (let i = 1; i < order.length; ++i) {
+    const line = order[i];
+    let place = i;
+    for (; place > 0 && times[order[place - 1]] > times[line]; --place) {
+      order[place] = order[place - 1];
+      --steps;
+    }
+    order[place] = line;
+    if (steps < 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+function sortedByTime({ count, time }) {
+  const order = numbersOf({ count });
+  return sortNearlySorted(order, time) ? order : order.sort((a, b) => time[a] - time[b] || a - b);
 }
 
 // The order of the lines in the list: that of the file, or by time if there are several files.
