@@ -192,14 +192,14 @@ function placeOf(line) {
 }
 
 function marks({ from, to }) {
-  const { kind, line, time, lane } = analysis.marks;
-  return {
-    from,
-    marks: Array.from({ length: Math.min(to, kind.length) - from }, (_, i) => ({
-      kind: kind[from + i], line: line[from + i], time: time[from + i], lane: lane[from + i],
-      message: log.message(line[from + i], MOST_MESSAGE), explanation: MARKS[kind[from + i]].explanation,
-    })),
+  const { kind, line, time } = analysis.marks;
+  const describe = (_, i) => {
+    const mark = from + i;
+    const { explanation, isOfLog } = MARKS[kind[mark]];
+    const message = isOfLog ? explanation : log.message(line[mark], MOST_MESSAGE);
+    return { kind: kind[mark], line: line[mark], time: time[mark], message };
   };
+  return { from, marks: Array.from({ length: Math.min(to, kind.length) - from }, describe) };
 }
 
 function exportTrace() {
