@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { openBytes } from '../../viewer/src/open.mjs';
 import { ScopeRows } from '../../viewer/src/rows.mjs';
-import { durationText, timeText } from '../../viewer/src/time-text.mjs';
+import { durationText, shortened, timeText } from '../../viewer/src/texts.mjs';
 import { samplesOf } from './samples.mjs';
 
 function open(text, encoding = 'utf8') {
@@ -102,4 +102,9 @@ test('times and durations are written for people', () => {
   assert.equal(timeText(1795248064000274, 'wall', 3), '08:01:04.000');
   assert.equal(timeText(6, 'order'), 'line 7');
   assert.equal(timeText(1500000, 'counter', 3), '1.500 s');
+});
+
+test('a name loses its class first, then its end', () => {
+  assert.deepEqual([10, 6, 3, 0].map((most) => shortened('CClass::Method', most)), ['Method', 'Method', 'Me\u2026', 'M\u2026']);
+  assert.deepEqual([8, 4].map((most) => shortened('wWinMain', most)), ['wWinMain', 'wWi\u2026']);
 });

@@ -1,6 +1,6 @@
 // The view of hits: a table, and each parameter of the chosen one.
 import { byId, h } from './dom.mjs';
-import { durationText, localText } from './time-text.mjs';
+import { durationText, localText } from './texts.mjs';
 import { factList } from './trace-view.mjs';
 import { VirtualList } from './virtual-list.mjs';
 

@@ -2,12 +2,13 @@
 import uPlot from 'uplot';
 import { h } from './dom.mjs';
 import { ScopeRows } from './rows.mjs';
-import { dateText, durationText, timeText } from './time-text.mjs';
+import { dateText, durationText, shortened, timeText } from './texts.mjs';
 
 const ROW = 17;
 const LANE_HEAD = 20;
 const MARK_ROW = 15;
 const LANE_GAP = 6;
+const CHARACTER_WIDTH = 6.8; // of the small font, on average
 const AXIS_HEIGHT = 34;
 const MARK_WIDTH = 9;
 const MARKS_COMPARED = 100; // of those that share a place
@@ -420,10 +421,7 @@ function titleOf(lane, files) {
 function paintText(ctx, text, x, y, width) {
   let shown = text;
   if (ctx.measureText(shown).width > width) {
-    // Without the class, which is the first to go.
-    shown = text.slice(text.lastIndexOf('::') + 2);
-    const most = Math.floor(width / 6.8);
-    shown = shown.length > most ? `${shown.slice(0, Math.max(1, most - 1))}\u2026` : shown;
+    shown = shortened(text, Math.floor(width / CHARACTER_WIDTH));
   }
   ctx.fillStyle = '#000';
   ctx.fillText(shown, x, y);

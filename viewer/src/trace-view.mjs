@@ -2,7 +2,7 @@
 import { MARKS } from './mark-kinds.mjs';
 import { byId, h } from './dom.mjs';
 import { MARK_SHAPES, Timeline } from './timeline.mjs';
-import { dateText, durationText, timeText } from './time-text.mjs';
+import { dateText, durationText, timeText } from './texts.mjs';
 import { TAG, TAGS } from './trace-line.mjs';
 import { VirtualList } from './virtual-list.mjs';
 

@@ -1,4 +1,4 @@
-// Writes times and durations for people.
+// Writes times, durations and names for people.
 
 function pad(number, digits = 2) {
   return String(Math.floor(number)).padStart(digits, '0');
@@ -47,4 +47,11 @@ export function dateText(time, axis) {
 export function localText(milliseconds) {
   const date = new Date(milliseconds);
   return `${date.getFullYear()}-${pad(date.getMonth() + 1)}-${pad(date.getDate())} ${pad(date.getHours())}:${pad(date.getMinutes())}:${pad(date.getSeconds())}`;
+}
+
+/** A function's name in at most that many characters: its class is the first to go, then its end. */
+export function shortened(name, most) {
+  const separator = name.lastIndexOf('::');
+  const own = separator < 0 ? name : name.slice(separator + 2);
+  return own.length > most ? `${own.slice(0, Math.max(1, most - 1))}\u2026` : own;
 }
