@@ -170,6 +170,30 @@ test('half lines, mixed encodings and a line of 1 MB are shown, and the page say
   await page.locator('#detail', { hasText: 'longer than what is shown' }).waitFor();
 }));
 
+test('a file that still grows is read again', () => withPage({}, async (page) => {
+  // The browser gives no handle for files that a script drops.
+  await page.evaluate(() => {
+    DataTransferItem.prototype.getAsFileSystemHandle = async () => ({ kind: 'file', getFile: async () => new File(['(I0) one\r\n(I0) two\r\n'], 'a.log') });
+  });
+  await drop(page, { 'a.log': Buffer.from('(I0) one\r\n(I0) t') });
+  await lineCount(page, '2 lines');
+  assert.match(await page.locator('#notes').textContent(), /last line has no end yet/);
+  await page.click('#reload');
+  await page.locator('#lines .row', { hasText: 'two' }).waitFor();
+  await lineCount(page, '2 lines');
+  assert.equal((await page.locator('#notes').textContent()).includes('no end yet'), false);
+}));
+
+test('a file that cannot be read any more gives a sentence', () => withPage({}, async (page) => {
+  await page.evaluate(() => {
+    DataTransferItem.prototype.getAsFileSystemHandle = async () => ({ kind: 'file', getFile: () => Promise.reject(new Error('gone')) });
+  });
+  await drop(page, { 'a.log': Buffer.from('(I0) one\r\n') });
+  await lineCount(page, '1 line');
+  await page.click('#reload');
+  await page.locator('#sentences', { hasText: 'cannot be read again' }).waitFor();
+}));
+
 test('nothing leaves the computer: no request but for the page itself, and none is allowed', async () => {
   const page = await openPage(browser);
   await drop(page, { 'errors.log': SAMPLE });

@@ -55,6 +55,7 @@ export class Timeline {
     const margin = Math.max(1, (trace.lastTime - reach) * 0.01);
     this.whole = [reach - this.base - margin, Math.max(LEAST_SPAN, trace.lastTime - this.base + margin)];
     this.modules = [...new Set(trace.nameModules)].sort();
+    this.nameColors = trace.nameModules.map((module) => this.colorOf(module));
     this.#layOut();
     this.selected = -1;
     this.#rebuild();
@@ -252,19 +253,24 @@ export class Timeline {
   }
 
   #paintRow(ctx, view, lane, depth, top) {
-    const { scopes, names, nameModules } = this.trace;
+    const { scopes, names } = this.trace;
+    let color = '';
     ctx.font = '11px system-ui, sans-serif';
     const paint = (scope, left, right) => {
       const flags = scopes.flags[scope];
       const x = Math.max(left, -2);
       const width = Math.max(1, Math.min(right, view.width + 2) - x);
-      ctx.fillStyle = flags & FAULT ? FAULT_COLOR : this.colorOf(nameModules[scopes.name[scope]]);
+      const own = flags & FAULT ? FAULT_COLOR : this.nameColors[scopes.name[scope]];
+      if (own !== color) {
+        ctx.fillStyle = color = own;
+      }
       ctx.fillRect(x, top, Math.max(1, width - (width > 3 ? 0.5 : 0)), ROW - 2);
       if (flags & PROBLEM && width > 3) {
         this.#paintProblem(ctx, x, top, width, flags);
       }
       if (width > 34) {
         paintText(ctx, names[scopes.name[scope]], x + 4, top + ROW / 2 - 1, width - 8);
+        color = '';
       }
     };
     this.rows.visit(lane, depth, view.min + this.base, view.max + this.base, view.perUnit, paint);

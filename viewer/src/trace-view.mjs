@@ -174,7 +174,8 @@ export class TraceView {
     if (this.filterRequest === request) {
       this.lines.setCount(count);
       const all = this.trace.lineCount;
-      byId('line-count').textContent = count === all ? `${all.toLocaleString('en')} lines` : `${count.toLocaleString('en')} of ${all.toLocaleString('en')} lines`;
+      const noun = all === 1 ? 'line' : 'lines';
+      byId('line-count').textContent = `${count === all ? '' : `${count.toLocaleString('en')} of `}${all.toLocaleString('en')} ${noun}`;
     }
   }
 

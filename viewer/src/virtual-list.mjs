@@ -5,6 +5,7 @@ const ROW_HEIGHT = 20;
 // Browsers limit the height of an element; beyond it a pixel of scrolling is more than a pixel of the list.
 const MOST_HEIGHT = 15e6;
 const SPARE_ROWS = 20;
+const SHORT_TEXT = 16; // fits into every column
 
 export class VirtualList {
   /**
@@ -118,7 +119,7 @@ export class VirtualList {
 
   #fillRow(row, data) {
     row.replaceChildren(...this.fill(data, row).map((cell) => {
-      const element = cell instanceof Node ? cell : h('span', { title: cell }, cell);
+      const element = cell instanceof Node ? cell : h('span', { title: cell.length > SHORT_TEXT ? cell : null }, cell);
       element.setAttribute('role', 'gridcell');
       return element;
     }));
