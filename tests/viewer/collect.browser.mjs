@@ -80,6 +80,14 @@ test('hits appear on the page as they arrive, are answered as told, and are reco
   await page.context().close();
 });
 
+test('what other programs send through the same proxy is neither recorded nor passed on', async () => {
+  const record = path.join(folder, 'hits.jsonl');
+  const before = fs.readFileSync(record, 'utf8');
+  assert.equal(await request('POST', 'http://www.norvik.example/form', { headers: { Host: 'www.norvik.example' }, body: 'a=1' }), 404);
+  assert.equal(await request('GET', 'http://www.norvik.example/', { headers: { Host: 'www.norvik.example' } }), 403);
+  assert.equal(fs.readFileSync(record, 'utf8'), before);
+});
+
 test('a slow answer takes five seconds', async () => {
   const headers = { 'X-Collect': '1', Host: `127.0.0.1:${port}` };
   assert.equal(await request('POST', '/answer', { headers, body: 'slow' }), 204);
