@@ -50,6 +50,7 @@ install(FILES
     docs/printer-inventory.md
     docs/request-queue.md
     docs/using-the-libraries.md
+    docs/viewer.md
     DESTINATION ${KV_DOCUMENT_FOLDER}/docs COMPONENT development)
 install(FILES
     docs/libraries/analytics-reporting.md
@@ -70,7 +71,8 @@ install(FILES
 # Everything that is installed, and nothing else.
 get_property(KV_DELIVERED_PROGRAMS GLOBAL PROPERTY KV_DELIVERED_PROGRAMS)
 get_property(deliveredLibraries GLOBAL PROPERTY KV_DELIVERED_LIBRARIES)
-add_custom_target(kv_delivered DEPENDS ${KV_DELIVERED_PROGRAMS} ${deliveredLibraries})
+get_property(deliveredExtras GLOBAL PROPERTY KV_DELIVERED_EXTRAS)
+add_custom_target(kv_delivered DEPENDS ${KV_DELIVERED_PROGRAMS} ${deliveredLibraries} ${deliveredExtras})
 
 # The program finds config.ini in the folder above its own.
 install(TARGETS ${KV_DELIVERED_PROGRAMS} RUNTIME DESTINATION bin COMPONENT program)
@@ -89,6 +91,7 @@ install(FILES
     docs/printer-inventory.md
     docs/request-queue.md
     docs/security.md
+    docs/viewer.md
     DESTINATION docs COMPONENT program)
 # Texts that people open by a double click get the line ends of Windows.
 function(kv_install_text file name folder)

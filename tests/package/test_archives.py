@@ -45,11 +45,15 @@ DEVELOPMENT = sorted(
         "share/KVAnalytics/docs/printer-inventory.md",
         "share/KVAnalytics/docs/request-queue.md",
         "share/KVAnalytics/docs/using-the-libraries.md",
+        "share/KVAnalytics/docs/viewer.md",
         "share/KVAnalytics/examples/CMakeLists.txt",
         "share/KVAnalytics/examples/client_alone.cpp",
         "share/KVAnalytics/examples/mingw-w64.cmake",
         "share/KVAnalytics/examples/track_everything.cpp",
         "share/KVAnalytics/examples/track_everything.rc",
+        "share/KVAnalytics/viewer/NOTICE.txt",
+        "share/KVAnalytics/viewer/collect",
+        "share/KVAnalytics/viewer/index.html",
     ])
 PROGRAM = [
     "KVAnalyticsProxy.spdx.json",
@@ -66,7 +70,11 @@ PROGRAM = [
     "docs/printer-inventory.md",
     "docs/request-queue.md",
     "docs/security.md",
+    "docs/viewer.md",
     "readme.txt",
+    "viewer/NOTICE.txt",
+    "viewer/collect",
+    "viewer/index.html",
 ]
 TEXTS = ["config.sample.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]
 NOTICES = "THIRD-PARTY-NOTICES.txt"

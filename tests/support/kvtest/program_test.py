@@ -14,6 +14,7 @@ from kvtest.collection_server import CollectionServer
 from kvtest.product import HOST, Files, Product, Run
 
 WORK = pathlib.Path(os.environ["KV_E2E_WORK"])
+LOGS = WORK / "logs"
 _prefixes = computers.make_pool(WORK)
 atexit.register(_prefixes.close)
 
@@ -43,7 +44,16 @@ class ProgramTest(unittest.TestCase):
         files = Files.from_environment()
         self.prefix = _prefixes.take()
         self.addCleanup(_prefixes.give_back, self.prefix)
+        self.addCleanup(self._keep_logs)
         self.product = Product(self.prefix, files)
+
+    def _keep_logs(self):
+        """Copies the trace logs of the test, every line of which the parser of the viewer must know (tests/viewer)."""
+        profile = self.prefix.local_app_data.parent.parent
+        for file in [*self.prefix.drive_c.glob("*.log"), *profile.rglob("kvtrace.log")]:
+            if file.is_file():
+                LOGS.mkdir(exist_ok=True)
+                shutil.copyfile(file, LOGS / f"{self.id()}-{file.name}")
 
     def serve(self, **options):
         """A collection server (see CollectionServer) that is the user's proxy."""
