@@ -70,6 +70,14 @@ class InspectionTests(unittest.TestCase):
         self.write(self.header + 8, "<I", 1416096000)
         self.assertFound("a time stamp makes each build another")
 
+    def test_largest_program(self):
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES, b"\0")
+        self.assertFound()
+
+    def test_too_large(self):
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
+        self.assertFound("340001 bytes, more than 340000")
+
     def test_relocations_stripped(self):
         self.write(self.header + 22, "<H", self.image.characteristics | 1)
         self.assertFound("the relocations are stripped")
