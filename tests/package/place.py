@@ -27,6 +27,8 @@ CONFIGURATION = os.environ["KV_PACKAGE_CONFIGURATION"]
 # Of the compiler and its files.
 SYSTEM = pathlib.Path("/usr")
 BUILD_SECONDS = 540
+# Where the package is installed first. The name has characters that a regular expression would take for its own.
+FIRST = "first (x64)+1"
 
 _NOTE = BUILD / "package-place.txt"
 
@@ -70,9 +72,9 @@ def make():
     _NOTE.write_text(str(place), encoding="utf-8")
     if SOURCE in place.parents:
         raise RuntimeError(f"{place} is not outside of {SOURCE}; choose another TMPDIR")
-    install("development", place / "first")
+    install("development", place / FIRST)
     package().parent.mkdir()
-    (place / "first").rename(package())
+    (place / FIRST).rename(package())
 
 
 ARCHIVES = {"program": f"KVAnalyticsProxy-{VERSION}-x64.zip",

@@ -98,7 +98,7 @@ class InstalledPackageTests(unittest.TestCase):
         self.assertEqual(files_of(place.package()), DEVELOPMENT)
 
     def test_names_no_path_of_this_machine(self):
-        first = str(place.folder() / "first")
+        first = str(place.folder() / place.FIRST)
         for name in files_of(place.package()):
             found = paths_in(place.package() / name, [str(place.SOURCE), str(place.BUILD), str(place.folder()), first,
                                                       "/usr/", "/home/", "/root/", "/tmp/", "/build/"])
