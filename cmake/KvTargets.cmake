@@ -7,7 +7,6 @@ set(KV_QUICK_SOURCES
     ga_client/activities/EventActivity.cpp
     ga_client/activities/ExceptionActivity.cpp
     ga_client/protocols/MeasurementUrlParams.cpp
-    ga_client/protocols/QueueTime.cpp
     logging/LogFunction.cpp
     logging/TraceScope.cpp
     utils/base/Decimal.cpp
