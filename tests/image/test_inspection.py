@@ -128,6 +128,12 @@ class VisualCppTests(InspectionTests):
     def assertFound(self, *findings, runtime=("msvcrt.dll",)):
         self.assertEqual(list(inspect_image.findings(self.image, [], "msvc", runtime)), list(findings))
 
+    def test_too_large(self):
+        """The bound is that of g++'s program. That of Visual C++ holds a different C runtime."""
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
+        self.assertFound()
+
+
     def write_debug_entries(self, *entries):
         """Over the first bytes of the code. Each entry is (type, content)."""
         _, address, _, start = self.image.sections[0]
