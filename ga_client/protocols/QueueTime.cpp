@@ -37,17 +37,19 @@ SignificantDigits RoundToSixDigits(double number)
     constexpr double kTwoTo12 = 4096.0;
     constexpr std::uint64_t kFiveTo12 = 244140625;
     constexpr std::uint64_t kSmallestSixDigits = 100000;
+    constexpr std::uint64_t kSmallestSevenDigits = 1000000;
+    constexpr int kExponentOfSixDigits = 5;
     // A double from 2^64 on is a multiple of 2^12. Number and power of ten are divided by it, so that both fit.
     const bool isLarge = number >= kTwoTo64;
     const auto whole = static_cast<std::uint64_t>(isLarge ? number / kTwoTo12 : number);
     std::uint64_t power = isLarge ? kFiveTo12 : 1;
-    SignificantDigits result{0, isLarge ? 12 : 0};
-    for (; whole / power >= 10; power *= 10)
+    SignificantDigits result{0, isLarge ? 12 + kExponentOfSixDigits : kExponentOfSixDigits};
+    for (; whole / power >= kSmallestSevenDigits; power *= 10)
     {
         ++result.exponent;
     }
-    result.digits = DivideAndRound(whole, power / kSmallestSixDigits);
-    if (result.digits == kSmallestSixDigits * 10)
+    result.digits = DivideAndRound(whole, power);
+    if (result.digits == kSmallestSevenDigits)
     {
         return {kSmallestSixDigits, result.exponent + 1};
     }
