@@ -12,12 +12,41 @@
 #include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
+#include "winapi/KernelApi.h"
 
 namespace
 {
 using KVAnalyticsReporting::GetAnalyticsEngine;
 
 constexpr DWORD kLongestWaitMs = 20000;
+
+// Counts the rests of the worker between two looks at the queue.
+class RestCountingApi : public KVWinApi::CKernelApi
+{
+public:
+    DWORD WaitForSingleObject(HANDLE handle, DWORD timeoutMs) override
+    {
+        constexpr DWORD kRestMs = 1000;
+        if (timeoutMs == kRestMs)
+        {
+            ++m_count;
+        }
+        return CKernelApi::WaitForSingleObject(handle, timeoutMs);
+    }
+    // Until a rest begins. What the worker does afterwards, it decides after this call.
+    void WaitForRest() const
+    {
+        const int count = m_count;
+        for (DWORD waitedMs = 0; m_count == count && waitedMs < kLongestWaitMs; waitedMs += 10)
+        {
+            ::Sleep(10);
+        }
+        ASSERT_NE(m_count, count);
+    }
+
+private:
+    std::atomic<int> m_count = 0;
+};
 
 // Three hits are queued on a computer without a connection so far.
 class ConsentWithdrawalTests : public testing::Test
@@ -47,11 +76,13 @@ protected:
     std::wstring QueueFile() const { return m_winApi.DataFolder(m_name, L"Unknown") + L"Statlet_RequestQueue.txt"; }
 
     KVTest::SampleComputerApi m_winApi;
+    RestCountingApi m_kernelApi;
     HANDLE m_allSent = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
 
 private:
     const std::wstring m_name = KVTest::UniqueApplicationName();
     KVTest::ScopedSubstitute<KVWinApi::IWinApi> m_swap{KVWinApi::g_winApi, m_winApi};
+    KVTest::ScopedSubstitute<KVWinApi::IKernelApi> m_kernelSwap{KVWinApi::g_kernelApi, m_kernelApi};
     std::atomic<int> m_sentCount = 0;
 };
 
@@ -62,10 +93,11 @@ TEST_F(ConsentWithdrawalTests, QueuedHits_StillLeave)
     EXPECT_EQ(::WaitForSingleObject(m_allSent, kLongestWaitMs), WAIT_OBJECT_0);
 }
 
-// The steps that AnalyticsEngine.h names.
+// The steps that AnalyticsEngine.h names. The connection comes back when the worker is not on its way to send a hit.
 TEST_F(ConsentWithdrawalTests, QueuedHitsOfAHeldClient_StayInTheFile)
 {
     GAClient::GetGAClient().SetDispatchHeld(true);
+    m_kernelApi.WaitForRest();
     m_winApi.isConnected = true;
     EXPECT_TRUE(GetAnalyticsEngine().Uninitialize(false, 0));
     EXPECT_FALSE(WithdrawConsent());
