@@ -58,10 +58,23 @@ def is_strange(path):
     return not own or place.SOURCE in path.parents or place.BUILD in path.parents
 
 
+EXAMPLES = place.package() / "share" / "KVAnalytics" / "examples"
 DOCUMENTS = place.package() / "share" / "KVAnalytics" / "docs"
 # The pages of the libraries, without their extension, with the library that the example of each links.
 LIBRARY_PAGES = {"analytics-reporting": "analytics_reporting", "device-manager": "device_manager", "ga-client": "ga_client",
                  "logging": "logging", "utils": "utils", "winapi": "winapi"}
+
+
+def build_examples():
+    """The package's examples, built where they have been copied to. Both programs exist."""
+    examples = Consumer("examples")
+    examples.copy(EXAMPLES)
+    examples.configure()
+    examples.build()
+    for program in ("track_everything", "client_alone"):
+        if not examples.program(program).exists():
+            raise RuntimeError(f"{program} was not built")
+    return examples
 
 
 def guide_files():

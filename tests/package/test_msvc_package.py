@@ -5,11 +5,8 @@ import re
 import unittest
 
 import place
-from consumer import Consumer
+from consumer import build_examples
 from test_archives import DEVELOPMENT, LIBRARIES, PROGRAM, TEXTS, files_of, paths_in
-
-EXAMPLES = place.package() / "share" / "KVAnalytics" / "examples"
-
 
 # Not made there: descriptions for pkg-config, and notices, since the program holds no library of third parties. The page in
 # viewer/ takes node and its modules, which a build may lack.
@@ -66,9 +63,4 @@ class PackageTests(unittest.TestCase):
 
 class ExamplesTests(unittest.TestCase):
     def test_examples_build_where_they_are_copied_to(self):
-        examples = Consumer("examples")
-        examples.copy(EXAMPLES)
-        examples.configure()
-        examples.build()
-        for program in ("track_everything", "client_alone"):
-            self.assertTrue(examples.program(program).exists())
+        build_examples()
