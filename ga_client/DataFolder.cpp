@@ -5,6 +5,7 @@
 #include <shlobj.h>
 
 #include "winapi/base/SystemLibraries.h"
+#include "winapi/ShellApi.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient
@@ -17,6 +18,12 @@ std::wstring LocalApplicationDataFolder()
     wchar_t path[MAX_PATH] = {}; // the function's own bound
     const BOOL found = KVWinApi::g_winApi->SHGetSpecialFolderPathW(nullptr, path, CSIDL_LOCAL_APPDATA, TRUE);
     return found != FALSE ? path : L"";
+}
+
+std::wstring FolderBelow(const std::wstring& base, const std::wstring& applicationName,
+                         const std::wstring& applicationVersion)
+{
+    return base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
 }
 
 void CreateFolderChain(const std::wstring& folder)
@@ -39,8 +46,20 @@ std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstri
     {
         return {};
     }
-    std::wstring folder = base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
+    std::wstring folder = FolderBelow(base, applicationName, applicationVersion);
     CreateFolderChain(folder);
     return folder;
+}
+
+std::wstring FindDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion)
+{
+    if (applicationName.empty() || applicationVersion.empty())
+    {
+        return {};
+    }
+    wchar_t base[MAX_PATH + 1] = {};
+    const HRESULT found = KVWinApi::g_shellApi->SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA | CSIDL_FLAG_DONT_VERIFY,
+                                                                 nullptr, SHGFP_TYPE_CURRENT, base);
+    return found == S_OK && base[0] != L'\0' ? FolderBelow(base, applicationName, applicationVersion) : std::wstring();
 }
 } // namespace GAClient

@@ -7,6 +7,7 @@
 
 #include "ga_client/DataFolder.h"
 #include "ga_client/QueueFileFormat.h"
+#include "ga_client/QueueFileReading.h"
 #include "winapi/handles/KernelHandles.h"
 #include "winapi/handles/MutexHandles.h"
 
@@ -14,10 +15,7 @@ namespace GAClient
 {
 namespace
 {
-constexpr wchar_t kFileName[] = L"Statlet_RequestQueue.txt";
 constexpr wchar_t kMutexPrefix[] = L"Statlet_";
-// Nothing is appended to a file of this size or more, so that it stays bounded even if hits can never be sent.
-constexpr std::int64_t kFullSize = 1048576;
 // Attempts at each step of a save: a system that lacks a resource refuses several calls in a row, and what a save gives
 // up is lost.
 constexpr int kAttempts = 4;
@@ -65,23 +63,11 @@ private:
     KVWinApi::CUniqueMutexOwnership m_ownership; // declared after the mutex, hence given up before that is closed
 };
 
-// Deliberate: the path is narrowed like the content and then read in the system's code page, so that all processes find
-// the same file. Paths beyond the code page are not reached.
-std::wstring NarrowedPath(const std::wstring& path)
-{
-    const std::string bytes = NarrowToBytes(path);
-    const int size = static_cast<int>(bytes.size()); // the shell gives no path of 2 GiB
-    std::wstring narrowed(bytes.size(), L'\0');      // no code page gives more units than bytes
-    const int length = KVWinApi::g_kernelApi->MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, narrowed.data(), size);
-    narrowed.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return narrowed;
-}
-
 // Empty if no file is used.
 std::wstring FilePath(const std::wstring& applicationName, const std::wstring& applicationVersion)
 {
     const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
-    return folder.empty() ? std::wstring() : NarrowedPath(folder + kFileName);
+    return folder.empty() ? std::wstring() : GetQueueFilePath(folder);
 }
 
 KVWinApi::CUniqueFile TryToOpen(const std::wstring& path, DWORD disposition)
@@ -107,14 +93,6 @@ KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD disposition)
         file = TryToOpen(path, disposition);
     }
     return file;
-}
-
-// False for a link, and if the attributes are unavailable.
-bool IsFileItself(HANDLE file)
-{
-    BY_HANDLE_FILE_INFORMATION information{};
-    return ::GetFileInformationByHandle(file, &information) != FALSE &&
-           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
 // Leaves an end that an earlier attempt has found. False if the size is unavailable.
@@ -176,24 +154,6 @@ bool AppendBytes(HANDLE file, std::int64_t size, std::string_view bytes)
     return false;
 }
 
-// The first lines of the file, at most limit; nothing if reading them fails.
-std::optional<std::list<std::wstring>> ReadLines(HANDLE file, std::size_t limit)
-{
-    constexpr DWORD kChunkSize = 65536;
-    CQueueLineCollector collector(limit);
-    std::string chunk(kChunkSize, '\0');
-    DWORD read = kChunkSize;
-    while (read != 0 && !collector.IsFull())
-    {
-        if (::ReadFile(file, chunk.data(), kChunkSize, &read, nullptr) == FALSE)
-        {
-            return std::nullopt;
-        }
-        collector.Add(std::string_view(chunk).substr(0, read));
-    }
-    return collector.TakeLines();
-}
-
 std::size_t FreePlaces(const std::list<std::wstring>& queue, std::int32_t queueLimit)
 {
     const std::size_t limit = queueLimit > 0 ? static_cast<std::size_t>(queueLimit) : 0;
@@ -246,7 +206,7 @@ void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueL
     {
         return;
     }
-    std::optional<std::list<std::wstring>> lines = ReadLines(file.Get(), FreePlaces(queue, queueLimit));
+    std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), FreePlaces(queue, queueLimit));
     if (!lines)
     {
         return;
@@ -309,7 +269,7 @@ bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
     {
         return false;
     }
-    if (*end >= kFullSize)
+    if (*end >= kFullQueueFileSize)
     {
         // Deliberate: these hits are lost, so that the file does not grow without bound.
         return false;

@@ -59,13 +59,18 @@ void AppendQueueTimeMark(std::wstring& request)
 
 std::wstring ConvertQueueTimeMark(const std::wstring& request)
 {
+    const std::optional<std::int64_t> markedTime = FindMarkedTime(request);
+    return markedTime ? request.substr(0, request.find(kMark)) + kQueueTimeKey + QueueTimeSince(*markedTime) : request;
+}
+
+std::optional<std::int64_t> FindMarkedTime(const std::wstring& request)
+{
     constexpr int kDecimal = 10;
     const std::size_t mark = request.find(kMark);
     if (mark == std::wstring::npos || mark + 1 == request.size())
     {
-        return request;
+        return std::nullopt;
     }
-    const std::int64_t markedTime = std::wcstoll(request.c_str() + mark + 1, nullptr, kDecimal);
-    return request.substr(0, mark) + kQueueTimeKey + QueueTimeSince(markedTime);
+    return std::wcstoll(request.c_str() + mark + 1, nullptr, kDecimal);
 }
 } // namespace Protocols::MeasurementParams

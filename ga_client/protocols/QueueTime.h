@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace Protocols::MeasurementParams
@@ -16,4 +17,8 @@ void AppendQueueTimeMark(std::wstring& request);
 ///
 /// The first "#" counts as the mark, even if it belongs to a value: nothing is escaped in a request.
 std::wstring ConvertQueueTimeMark(const std::wstring& request);
+
+/// The number behind the mark of a stored request, 0 if it is none; nothing if the request is unchanged when it is
+/// sent.
+std::optional<std::int64_t> FindMarkedTime(const std::wstring& request);
 } // namespace Protocols::MeasurementParams
