@@ -57,14 +57,17 @@ install(FILES
     DESTINATION ${KV_DOCUMENT_FOLDER}/examples COMPONENT development)
 
 # The program finds config.ini in the folder above its own.
-install(TARGETS KVAnalyticsProxy RUNTIME DESTINATION bin COMPONENT program)
+install(TARGETS KVAnalyticsProxy KVAnalyticsDoctor RUNTIME DESTINATION bin COMPONENT program)
 if(MSVC)
-    install(FILES $<TARGET_PDB_FILE:KVAnalyticsProxy> DESTINATION symbols COMPONENT program OPTIONAL)
+    install(FILES $<TARGET_PDB_FILE:KVAnalyticsProxy> $<TARGET_PDB_FILE:KVAnalyticsDoctor>
+        DESTINATION symbols COMPONENT program OPTIONAL)
 elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-    install(FILES $<TARGET_FILE:KVAnalyticsProxy>.debug DESTINATION symbols COMPONENT program)
+    install(FILES $<TARGET_FILE:KVAnalyticsProxy>.debug $<TARGET_FILE:KVAnalyticsDoctor>.debug
+        DESTINATION symbols COMPONENT program)
 endif()
 install(FILES
     docs/configuration.md
+    docs/doctor.md
     docs/events.md
     docs/logging.md
     docs/measurement-protocol.md

@@ -43,9 +43,11 @@ DEVELOPMENT = sorted(
         "share/KVAnalytics/examples/track_everything.rc",
     ])
 PROGRAM = [
+    "bin/KVAnalyticsDoctor.exe",
     "bin/KVAnalyticsProxy.exe",
     "config.ini",
     "docs/configuration.md",
+    "docs/doctor.md",
     "docs/events.md",
     "docs/logging-off.reg",
     "docs/logging-on-brief.reg",
@@ -56,6 +58,7 @@ PROGRAM = [
     "docs/request-queue.md",
     "docs/security.md",
     "readme.txt",
+    "symbols/KVAnalyticsDoctor.exe.debug",
     "symbols/KVAnalyticsProxy.exe.debug",
 ]
 TEXTS = ["config.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]

@@ -12,6 +12,7 @@ from kvtest import hits
 from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
+DOCTOR_NAME = "KVAnalyticsDoctor.exe"
 HOST = "C:\\windows\\syswow64\\mshta.exe"
 STAND_IN_WAITS_MS = 30000
 
@@ -45,19 +46,22 @@ class Files(typing.NamedTuple):
     ending: pathlib.Path
     version: str
     collection_host: str
+    doctor: pathlib.Path
 
     @classmethod
     def from_environment(cls):
         """From the variables that CMake sets for tests."""
         return cls(*(pathlib.Path(os.environ[f"KV_E2E_{name}"]) for name in ("PROGRAM", "HOST", "FACTS", "ENDING")),
-                   os.environ["KV_E2E_VERSION"], os.environ["KV_E2E_COLLECTION_HOST"])
+                   os.environ["KV_E2E_VERSION"], os.environ["KV_E2E_COLLECTION_HOST"],
+                   pathlib.Path(os.environ["KV_E2E_DOCTOR"]))
 
     @classmethod
     def from_build_tree(cls, tree):
         cache = dict(re.findall(r"(?m)^([A-Za-z_]+):[A-Z]+=(.*)$", (tree / "CMakeCache.txt").read_text()))
         tests = tree / "tests" / "bin"
         return cls(tree / "proxy" / PROGRAM_NAME, tests / "kv_mshta.exe", tests / "kv_system_facts.exe",
-                   tests / "kv_ending.exe", cache["CMAKE_PROJECT_VERSION"], cache["KV_COLLECTION_HOST"])
+                   tests / "kv_ending.exe", cache["CMAKE_PROJECT_VERSION"], cache["KV_COLLECTION_HOST"],
+                   tree / "doctor" / DOCTOR_NAME)
 
 
 class Product:
@@ -71,7 +75,7 @@ class Product:
         self.folder = folder
         self.program = f"{folder}\\bin\\{PROGRAM_NAME}"
         self.default_data_folder = "C:\\ProgramData\\Norvik\\" + folder.rpartition("\\")[2]
-        _place(files.program, prefix.path(self.program))
+        place(files.program, prefix.path(self.program))
 
     @property
     def client_folder(self):
@@ -124,7 +128,7 @@ class Product:
         return f'"{self.program}" {arguments}' if arguments else f'"{self.program}"'
 
     def place_host(self, host=HOST):
-        _place(self.files.host, self.prefix.path(host))
+        place(self.files.host, self.prefix.path(host))
 
     def start_command_line(self, command_line, host=HOST, longest_ms=STAND_IN_WAITS_MS):
         """Runs any program as the child of a stand-in that is already at its path."""
@@ -181,10 +185,10 @@ def make_file(path, content=b""):
     path.write_bytes(content)
 
 
-def _place(file, place):
+def place(file, target):
     """Copies the file. An existing one may run or be shared with other prefixes, so it is replaced, not overwritten."""
     content = file.read_bytes()
-    if place.exists() and place.read_bytes() == content:
+    if target.exists() and target.read_bytes() == content:
         return
-    place.unlink(missing_ok=True)
-    make_file(place, content)
+    target.unlink(missing_ok=True)
+    make_file(target, content)

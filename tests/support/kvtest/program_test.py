@@ -11,7 +11,8 @@ import unittest
 from kvtest import hits
 from kvtest.certificates import make_authority, make_certificate, openssl
 from kvtest.collection_server import CollectionServer
-from kvtest.product import HOST, Files, Product, Run
+from kvtest.doctor import ExaminedProduct
+from kvtest.product import HOST, Files, Run
 from kvtest.wine_prefix import PrefixPool
 
 WORK = pathlib.Path(os.environ["KV_E2E_WORK"])
@@ -43,7 +44,7 @@ class ProgramTest(unittest.TestCase):
         files = Files.from_environment()
         self.prefix = _prefixes.take()
         self.addCleanup(_prefixes.give_back, self.prefix)
-        self.product = Product(self.prefix, files)
+        self.product = ExaminedProduct(self.prefix, files)
 
     def serve(self, **options):
         """A collection server (see CollectionServer) that is the user's proxy."""

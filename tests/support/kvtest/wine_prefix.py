@@ -91,14 +91,22 @@ class WinePrefix:
         """The output of a program that must end with 0."""
         return self._wine("run", *command)
 
-    def run_for_status(self, *command):
-        """The eight bits of a program's exit code that a Unix shell sees."""
+    def run_for_both(self, *command):
+        """A program's output, and the eight bits of its exit code that a Unix shell sees."""
         for _ in range(5):
             status, output = wine.end(wine.start(self._tree, "run", *command, seconds=PROGRAM_SECONDS),
                                       PROGRAM_SECONDS + wine.SETUP_SECONDS)
             if not wine.has_stumbled(status, output):
-                return status
+                return status, output
         raise RuntimeError(f"wine {' '.join(command)} lost the exit code each time")
+
+    def list_files(self):
+        """What is known without reading, of all but the registry files."""
+        return self._list_files()
+
+    def run_for_status(self, *command):
+        """The eight bits of a program's exit code that a Unix shell sees."""
+        return self.run_for_both(*command)[0]
 
     def import_registry(self, *lines, undo=None):
         """Imports lines of a .reg file, without its first one. undo: the lines that revert them."""
