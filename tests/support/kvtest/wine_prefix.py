@@ -100,9 +100,9 @@ class WinePrefix:
                 return status, output
         raise RuntimeError(f"wine {' '.join(command)} lost the exit code each time")
 
-    def list_files(self):
-        """What is known without reading, of all but the registry files."""
-        return self._list_files()
+    def list_own_files(self):
+        """What is known without reading, of all but the registry files and the system's folder, which has most files."""
+        return self._list_files(pruned=self.drive_c / "windows")
 
     def run_for_status(self, *command):
         """The eight bits of a program's exit code that a Unix shell sees."""
@@ -140,11 +140,14 @@ class WinePrefix:
             else:
                 path.unlink(missing_ok=True) # it may have been removed with its folder
 
-    def _list_files(self):
+    def _list_files(self, pruned=None):
         """What is known without reading, of all but the registry files: the server writes each at any time, to a temporary
         file first."""
         facts = {}
         for folder, folders, files in os.walk(self.folder):
+            if pruned is not None and pathlib.Path(folder) == pruned:
+                folders.clear()
+                continue
             for name in folders + [file for file in files if not REGISTRY_FILE.fullmatch(file)]:
                 path = os.path.join(folder, name)
                 status = os.lstat(path)
