@@ -25,9 +25,9 @@ std::wstring ReadInCodePage(const std::string& bytes)
 KVWinApi::CUniqueFile OpenForReading(const std::wstring& path)
 {
     // A run that starts meanwhile opens the file for writing.
-    constexpr DWORD kShareMode = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_WRITE;
     constexpr DWORD kFlags = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT;
-    return KVWinApi::CUniqueFile(KVWinApi::g_kernelApi->CreateFileW(path.c_str(), GENERIC_READ, kShareMode, nullptr,
+    return KVWinApi::CUniqueFile(KVWinApi::g_kernelApi->CreateFileW(path.c_str(), GENERIC_READ, kSharing, nullptr,
                                                                     OPEN_EXISTING, kFlags, nullptr));
 }
 

@@ -41,7 +41,7 @@ constexpr KnownParameter kParameters[] = {
     {L"qt", L"queue time in ms"},
 };
 
-std::wstring NameOf(const std::wstring& key)
+std::wstring MeaningOf(const std::wstring& key)
 {
     for (const KnownParameter& known : kParameters)
     {
@@ -73,7 +73,7 @@ HitParameter Split(const std::wstring& item)
     const std::size_t equals = std::min(item.find(L'='), item.size());
     HitParameter parameter;
     parameter.key = item.substr(0, equals);
-    parameter.name = NameOf(parameter.key);
+    parameter.name = MeaningOf(parameter.key);
     parameter.value = item.substr(std::min(equals + 1, item.size()));
     return parameter;
 }
