@@ -70,7 +70,7 @@ std::optional<std::list<std::wstring>> ReadQueueLines(HANDLE file, std::size_t l
 
 QueueFileView ViewQueueFile(const std::wstring& path)
 {
-    constexpr std::uint64_t kLongestRead = 64 * 1048576;
+    constexpr std::uint64_t kLongestRead = std::uint64_t{64} * 1048576;
     QueueFileView view;
     const KVWinApi::CUniqueFile file = OpenForReading(path);
     if (!file.IsValid())

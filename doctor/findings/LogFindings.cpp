@@ -103,6 +103,7 @@ private:
 
     void AddBelow(const CRegistryKey& key, const std::wstring& path, int depth)
     {
+        const std::wstring parent = path + L"\\";
         for (const std::wstring& name : key.GetSubkeyNames())
         {
             if (m_findings.levels.size() >= kMostLevels)
@@ -110,7 +111,7 @@ private:
                 m_findings.hasMoreKeys = true;
                 return;
             }
-            const std::wstring below = path + L"\\" + name;
+            const std::wstring below = parent + name;
             const CRegistryKey subkey = CRegistryKey::Open(below);
             if (subkey.IsOpen())
             {
