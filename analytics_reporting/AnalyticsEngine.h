@@ -21,7 +21,7 @@ namespace KVAnalyticsReporting
 /// networks, results and wireless set-ups are listed in device_manager/DeviceKinds.h with the texts that hits carry for
 /// them. A value that the client refuses is logged, and the event is sent without it.
 ///
-/// Declaration order is slot order and part of the interface.
+/// The order of the operations is slot order and part of the interface.
 class IAnalyticsEngine
 {
 public:
@@ -56,12 +56,19 @@ public:
     /// A wireless set-up ended. kind: a WirelessSetupKind; resultCode: a ResultKind. Looks for a battery as
     /// TrackClientHardware does.
     virtual void TrackWirelessSetup(int kind, int resultCode, const std::wstring& modelName) = 0;
+#if defined(_MSC_VER)
+    // Visual C++ gives overloads of one name their slots in reverse order of declaration. Declared like this, the slots
+    // are the same as with other compilers.
+    virtual void TrackSelectedPrinter(const KVDeviceManager::IDevice& device, int installedResult) = 0;
+#endif
     /// The user selected a printer. connectionKind: a ConnectionKind; networkKind: a NetworkKind; installedResult: the
     /// ResultKind of its installation.
     virtual void TrackSelectedPrinter(const std::wstring& modelName, int connectionKind, int networkKind,
                                       int installedResult) = 0;
+#if !defined(_MSC_VER)
     /// The same for a device, which the caller keeps.
     virtual void TrackSelectedPrinter(const KVDeviceManager::IDevice& device, int installedResult) = 0;
+#endif
     /// The user was asked about web services for the device.
     virtual void TrackWebServices(bool selected, bool enabled, const KVDeviceManager::IDevice& device) = 0;
     /// The user was asked about sharing devices.

@@ -5,6 +5,7 @@
 #include "analytics_reporting/DimensionValues.h"
 #include "ga_client/GAClient.h"
 #include "logging/LogFlags.h"
+#include "utils/base/Decimal.h"
 
 namespace KVAnalyticsReporting
 {
@@ -58,7 +59,7 @@ void CEngineOperation::SendPrinters(const std::list<PrinterProperties>& records,
                                     std::initializer_list<Dimension> dimensions, const std::wstring& label,
                                     int lineNumber) const
 {
-    Set(Dimensions::kCount, std::to_wstring(records.size()), lineNumber);
+    Set(Dimensions::kCount, KVUtils::ToDecimal(static_cast<std::int64_t>(records.size())), lineNumber);
     Send(L"Printers", L"Count", label, lineNumber);
     for (const PrinterProperties& record : records)
     {

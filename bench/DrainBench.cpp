@@ -68,10 +68,14 @@ bool PostAllBare()
 }
 } // namespace
 
-// kv_bench_drain PAIRS: sending 500 queued hits against a bare loop of the same WinINet calls. Ends with 1 if one of
-// them is not accepted.
+// kv_bench_drain PAIRS: sending 500 queued hits against a bare loop of the same WinINet calls. kv_bench_drain once:
+// only sends them. Ends with 1 if one of them is not accepted.
 int wmain(int argc, wchar_t** argv)
 {
+    if (argc > 1 && std::wstring(argv[1]) == L"once")
+    {
+        return DrainQueue() ? 0 : 1;
+    }
     bool allSent = true;
     KVBench::ComparePairs(
         "f", KVBench::PairsOf(argc, argv), [&] { allSent = DrainQueue() && allSent; },

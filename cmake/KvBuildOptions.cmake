@@ -23,13 +23,15 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 
 if(MSVC)
-    target_compile_options(kv_build_options INTERFACE
+    # The whole list is limited to its language: without that, the resource compiler would get it too.
+    set(options
         /W4 /WX /permissive- /utf-8
         /EHa # structured exceptions reach the translator, and destructors run during the unwinding
         /wd4996 # "deprecated": system functions that the facade wraps, runtime functions that tests provoke
         /guard:cf
         /Brepro
     )
+    target_compile_options(kv_build_options INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
     target_link_options(kv_build_options INTERFACE /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT /guard:cf /Brepro)
 else()
     target_compile_options(kv_build_options INTERFACE
@@ -57,9 +59,25 @@ endif()
 # when they are installed, the program by kv_separate_symbols.
 add_library(kv_debug_symbols INTERFACE)
 if(MSVC)
-    target_compile_options(kv_debug_symbols INTERFACE $<$<CONFIG:Release>:/Z7>)
+    target_compile_options(kv_debug_symbols INTERFACE $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:/Z7>)
 else()
     target_compile_options(kv_debug_symbols INTERFACE $<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-g>)
+endif()
+
+# kv_small_code: optimisation for size in the configuration Release. Delivered targets link it PRIVATE.
+add_library(kv_small_code INTERFACE)
+if(MSVC)
+    target_compile_options(kv_small_code INTERFACE $<$<CONFIG:Release>:/O1>)
+else()
+    # GNU's linker for this target keeps every function of an object that it links, because the unwind data refers to it.
+    # A section for each function would only add padding.
+    set(options -Os -fno-function-sections -fno-ident)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # These three optimisations make a copy of the same functions of std::wstring in each object: fitted to its calls,
+        # or common to both forms of a constructor. The linker cannot merge such copies as it merges the functions.
+        list(APPEND options -fno-ipa-sra -fno-ipa-cp -fno-declone-ctor-dtor)
+    endif()
+    target_compile_options(kv_small_code INTERFACE "$<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:${options}>")
 endif()
 
 if(KV_CHECKED)
@@ -76,9 +94,11 @@ endif()
 
 # kv_separate_symbols(TARGET)
 #
-# In the configuration Release, moves the symbols of the program TARGET into a file beside it: TARGET.exe.debug, which
-# the program names together with its check sum, or TARGET.pdb.
+# Makes TARGET a delivered program: KvPackage.cmake installs, signs and packs each of them. In the configuration Release,
+# moves its symbols into a file beside it: TARGET.exe.debug, which the program names together with its check sum, or
+# TARGET.pdb.
 function(kv_separate_symbols target)
+    set_property(GLOBAL APPEND PROPERTY KV_DELIVERED_PROGRAMS ${target})
     if(MSVC)
         # /DEBUG alone would keep unused code. /PDBALTPATH makes the program name the file without its folder.
         target_link_options(${target} PRIVATE
@@ -87,17 +107,25 @@ function(kv_separate_symbols target)
     endif()
     set(symbols $<TARGET_FILE_NAME:${target}>.debug)
     set_target_properties(${target} PROPERTIES KV_SEPARATE_SYMBOLS ON)
-    if(CMAKE_BUILD_TYPE STREQUAL "Release")
-        # --preserve-dates keeps the image's zero time stamp. Without it objcopy writes the current time, and no two
-        # builds are equal.
-        add_custom_command(TARGET ${target} POST_BUILD
-            COMMAND ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols}
-            COMMAND ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols}
-                $<TARGET_FILE_NAME:${target}>
-            WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}>
-            BYPRODUCTS ${target}.exe.debug
-            VERBATIM)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # Names each library that is linked in, from which packaging/runtimes.py finds the notices that must go with it.
+        target_link_options(${target} PRIVATE -Wl,-Map=$<TARGET_FILE:${target}>.map)
+        set_target_properties(${target} PROPERTIES ADDITIONAL_CLEAN_FILES $<TARGET_FILE:${target}>.map)
     endif()
+    # --preserve-dates keeps the image's zero time stamp. Without it objcopy writes the current time, and no two builds
+    # are equal. In other configurations the commands are empty, and CMake leaves them out.
+    set(keep ${CMAKE_OBJCOPY} --preserve-dates --only-keep-debug $<TARGET_FILE_NAME:${target}> ${symbols})
+    set(strip ${CMAKE_OBJCOPY} --preserve-dates --strip-all --add-gnu-debuglink=${symbols}
+        $<TARGET_FILE_NAME:${target}>)
+    get_property(hasSeveralConfigurations GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+    set(folder $<$<BOOL:${hasSeveralConfigurations}>:$<CONFIG>/>)
+    add_custom_command(TARGET ${target} POST_BUILD
+        COMMAND "$<$<CONFIG:Release>:${keep}>"
+        COMMAND "$<$<CONFIG:Release>:${strip}>"
+        WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}>
+        BYPRODUCTS "$<$<CONFIG:Release>:${folder}${target}.exe.debug>"
+        COMMAND_EXPAND_LISTS
+        VERBATIM)
 endfunction()
 
 set(KV_CLANG_TIDY_COMMAND "")

@@ -1,9 +1,10 @@
-# Installation and archives, in two components:
+# Installation and archives, in three components:
 #
 #   development  the package KVAnalytics for find_package: headers, static libraries, their guide and examples
-#   program      the proxy as it is unpacked into a product folder, with sample settings, documents and debug symbols
+#   program      the programs as they are unpacked into a product folder, with sample settings and documents
+#   symbols      debug symbols of the programs
 #
-# cmake --install installs both, or one with --component. cpack makes a zip of each.
+# cmake --install installs all, or one with --component. cpack makes a zip of each, an MSI of the program, and SHA256SUMS.
 
 if(KV_CHECKED OR KV_COVERAGE)
     return() # see the top CMakeLists.txt: these are not installed
@@ -30,12 +31,14 @@ install(EXPORT KVAnalyticsTargets NAMESPACE KV:: DESTINATION ${KV_PACKAGE_FOLDER
 install(FILES ${PROJECT_BINARY_DIR}/KVAnalyticsConfig.cmake ${PROJECT_BINARY_DIR}/KVAnalyticsConfigVersion.cmake
     DESTINATION ${KV_PACKAGE_FOLDER} COMPONENT development)
 
-if(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
+if(NOT MSVC)
     # Debug information names paths of the build machine. Only the symbol file of the program keeps it.
     install(CODE "
-        file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
-        execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
-            COMMAND_ERROR_IS_FATAL ANY)"
+        if(CMAKE_INSTALL_CONFIG_NAME STREQUAL \"Release\")
+            file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/lib/libkv_*.a\")
+            execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --preserve-dates \${libraries}
+                COMMAND_ERROR_IS_FATAL ANY)
+        endif()"
         COMPONENT development)
 endif()
 
@@ -47,7 +50,16 @@ install(FILES
     docs/printer-inventory.md
     docs/request-queue.md
     docs/using-the-libraries.md
+    docs/viewer.md
     DESTINATION ${KV_DOCUMENT_FOLDER}/docs COMPONENT development)
+install(FILES
+    docs/libraries/analytics-reporting.md
+    docs/libraries/device-manager.md
+    docs/libraries/ga-client.md
+    docs/libraries/logging.md
+    docs/libraries/utils.md
+    docs/libraries/winapi.md
+    DESTINATION ${KV_DOCUMENT_FOLDER}/docs/libraries COMPONENT development)
 install(FILES
     examples/CMakeLists.txt
     examples/client_alone.cpp
@@ -56,15 +68,21 @@ install(FILES
     examples/track_everything.rc
     DESTINATION ${KV_DOCUMENT_FOLDER}/examples COMPONENT development)
 
+# Everything that is installed, and nothing else.
+get_property(KV_DELIVERED_PROGRAMS GLOBAL PROPERTY KV_DELIVERED_PROGRAMS)
+get_property(deliveredLibraries GLOBAL PROPERTY KV_DELIVERED_LIBRARIES)
+get_property(deliveredExtras GLOBAL PROPERTY KV_DELIVERED_EXTRAS)
+add_custom_target(kv_delivered DEPENDS ${KV_DELIVERED_PROGRAMS} ${deliveredLibraries} ${deliveredExtras})
+
 # The program finds config.ini in the folder above its own.
-install(TARGETS KVAnalyticsProxy KVAnalyticsDoctor RUNTIME DESTINATION bin COMPONENT program)
-if(MSVC)
-    install(FILES $<TARGET_PDB_FILE:KVAnalyticsProxy> $<TARGET_PDB_FILE:KVAnalyticsDoctor>
-        DESTINATION symbols COMPONENT program OPTIONAL)
-elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
-    install(FILES $<TARGET_FILE:KVAnalyticsProxy>.debug $<TARGET_FILE:KVAnalyticsDoctor>.debug
-        DESTINATION symbols COMPONENT program)
-endif()
+install(TARGETS ${KV_DELIVERED_PROGRAMS} RUNTIME DESTINATION bin COMPONENT program)
+foreach(program IN LISTS KV_DELIVERED_PROGRAMS)
+    if(MSVC)
+        install(FILES $<TARGET_PDB_FILE:${program}> DESTINATION symbols COMPONENT symbols OPTIONAL)
+    else()
+        install(FILES $<TARGET_FILE:${program}>.debug DESTINATION symbols CONFIGURATIONS Release COMPONENT symbols)
+    endif()
+endforeach()
 install(FILES
     docs/configuration.md
     docs/doctor.md
@@ -74,6 +92,7 @@ install(FILES
     docs/printer-inventory.md
     docs/request-queue.md
     docs/security.md
+    docs/viewer.md
     DESTINATION docs COMPONENT program)
 # Texts that people open by a double click get the line ends of Windows.
 function(kv_install_text file name folder)
@@ -81,21 +100,31 @@ function(kv_install_text file name folder)
     install(FILES ${PROJECT_BINARY_DIR}/packaging/${name} DESTINATION ${folder} COMPONENT program)
 endfunction()
 kv_install_text(readme.txt.in readme.txt .)
-kv_install_text(config.ini config.ini .)
+kv_install_text(config.sample.ini config.sample.ini .)
 foreach(switch on on-brief off)
     kv_install_text(logging-${switch}.reg logging-${switch}.reg docs)
 endforeach()
+
+include(cmake/KvProvenance.cmake)
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VENDOR ${KV_COMPANY_NAME})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_COMPONENTS_ALL program development)
+set(CPACK_COMPONENTS_ALL program development symbols)
 set(CPACK_COMPONENTS_GROUPING IGNORE) # a zip for each component
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF) # unpacked into the product folder or any prefix
 set(CPACK_ARCHIVE_PROGRAM_FILE_NAME KVAnalyticsProxy-${PROJECT_VERSION}-x64)
+set(CPACK_ARCHIVE_SYMBOLS_FILE_NAME KVAnalyticsProxy-${PROJECT_VERSION}-x64-symbols)
 set(CPACK_ARCHIVE_DEVELOPMENT_FILE_NAME KVAnalytics-${PROJECT_VERSION}-x64-${KV_PACKAGE_COMPILER})
 set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-x64)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/KvFinishPackages.cmake)
+# For that script, which knows only variables with this prefix.
+set(CPACK_KV_SOURCE ${PROJECT_SOURCE_DIR})
+set(CPACK_KV_PYTHON ${Python3_EXECUTABLE})
+set(CPACK_KV_SIGN_COMMAND ${KV_SIGN_COMMAND})
+set(CPACK_KV_PROGRAM_NAME ${KV_FILE_DESCRIPTION})
+set(CPACK_KV_PRODUCT_FOLDER ${KV_PRODUCT_FOLDER})
 set(CPACK_VERBATIM_VARIABLES ON)
 include(CPack)

@@ -1,18 +1,30 @@
-# GoogleTest from its sources, and kv_add_tests.
+# GoogleTest, from its sources or from an installed package, and kv_add_tests.
 
-if(NOT EXISTS ${KV_GOOGLETEST_DIR}/CMakeLists.txt)
-    message(FATAL_ERROR "No GoogleTest sources in KV_GOOGLETEST_DIR (${KV_GOOGLETEST_DIR}); the Debian package is "
-        "googletest. Set KV_BUILD_TESTS=OFF to build without tests.")
-endif()
-
-set(INSTALL_GTEST OFF)
-set(gtest_force_shared_crt OFF)
-add_subdirectory(${KV_GOOGLETEST_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-if(KV_CHECKED)
-    # Changes the layout of the standard containers, so both sides of an interface need it.
-    foreach(target gtest gtest_main gmock gmock_main)
-        target_compile_definitions(${target} PRIVATE _GLIBCXX_DEBUG _GLIBCXX_ASSERTIONS)
-    endforeach()
+if(NOT KV_GOOGLETEST_DIR)
+    find_package(GTest CONFIG QUIET)
+    if(NOT TARGET GTest::gmock)
+        message(FATAL_ERROR "GoogleTest is missing: set KV_GOOGLETEST_DIR, or KV_BUILD_TESTS=OFF.")
+    endif()
+    if(KV_CHECKED)
+        message(FATAL_ERROR "KV_CHECKED needs the sources of GoogleTest in KV_GOOGLETEST_DIR, not an installed package.")
+    endif()
+elseif(NOT EXISTS ${KV_GOOGLETEST_DIR}/CMakeLists.txt)
+    message(FATAL_ERROR "No sources of GoogleTest in KV_GOOGLETEST_DIR (${KV_GOOGLETEST_DIR}).")
+else()
+    set(INSTALL_GTEST OFF)
+    set(gtest_force_shared_crt OFF)
+    add_subdirectory(${KV_GOOGLETEST_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+    if(KV_CHECKED)
+        # Changes the layout of the standard containers, so both sides of an interface need it.
+        foreach(target gtest gtest_main gmock gmock_main)
+            target_compile_definitions(${target} PRIVATE _GLIBCXX_DEBUG _GLIBCXX_ASSERTIONS)
+        endforeach()
+    endif()
+    if(NOT MSVC)
+        foreach(target gtest gtest_main gmock gmock_main)
+            target_compile_options(${target} PRIVATE -O1) # as the tests below
+        endforeach()
+    endif()
 endif()
 
 # How the tests' own code is compiled, in every configuration. More optimisation would take most of a build and is useless
@@ -21,30 +33,45 @@ endif()
 add_library(kv_test_options INTERFACE)
 if(MSVC)
     # An object of several test files has more sections than the ordinary format can number.
-    target_compile_options(kv_test_options INTERFACE /bigobj)
+    target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:/bigobj>)
+    # "unreachable code", which the optimiser finds behind calls that a test makes throw, inside GoogleTest's macros.
+    target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:/wd4702>)
 else()
-    target_compile_options(kv_test_options INTERFACE -O1)
+    target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-O1>)
     if(KV_CHECKED)
         # The traps are for the product.
-        target_compile_options(kv_test_options INTERFACE -fno-sanitize=undefined)
+        target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize=undefined>)
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # False alarms after inlining at this level, mostly in the system's headers, which do not count as such when they are
         # precompiled. The product, and the other compiler, have these warnings.
-        target_compile_options(kv_test_options INTERFACE
-            -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow -Wno-mismatched-new-delete)
+        target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-array-bounds
+            -Wno-stringop-overread -Wno-stringop-overflow -Wno-mismatched-new-delete>)
         # Several files are compiled as one, so the anonymous namespace of each is in an included file.
-        target_compile_options(kv_test_options INTERFACE -Wno-subobject-linkage)
+        target_compile_options(kv_test_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
     endif()
-    foreach(target gtest gtest_main gmock gmock_main)
-        target_compile_options(${target} PRIVATE -O1)
-    endforeach()
 endif()
 
 include(GoogleTest)
 
 # Runs tests that are written in Python, with the package that they share on its path.
 set(KV_TEST_PYTHON ${PROJECT_SOURCE_DIR}/scripts/python)
+if(CMAKE_HOST_WIN32 AND KV_DELIVERY_TESTS)
+    find_package(Python3 3.9 COMPONENTS Interpreter)
+    if(NOT Python3_FOUND)
+        message(FATAL_ERROR "No Python 3.9 or later, which the tests of the delivered program need. \
+Set KV_DELIVERY_TESTS=OFF to build without them.")
+    endif()
+    set(KV_TEST_PYTHON ${CMAKE_COMMAND} -E env PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/support PYTHONDONTWRITEBYTECODE=1
+        ${Python3_EXECUTABLE})
+endif()
+
+# Whether the delivered program is tested as a whole: under Wine, or natively on Windows, where tests skip what would change
+# more than an account of their own. Without a host of either kind, only the unit tests run.
+set(KV_TEST_DELIVERY OFF)
+if(KV_DELIVERY_TESTS AND (CMAKE_CROSSCOMPILING OR CMAKE_HOST_WIN32))
+    set(KV_TEST_DELIVERY ON)
+endif()
 
 # Seconds after which a test has failed. On an idle machine a test takes a fraction of a second.
 set(KV_TEST_TIMEOUT 60)
@@ -68,7 +95,7 @@ endif()
 
 # kv_add_test_program(NAME SOURCES file... [LINK library...])
 #
-# A program that tests start or load, built like the product.
+# A program that tests or scripts start, built like the product.
 function(kv_add_test_program name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK")
     add_executable(${name} ${arg_SOURCES})
@@ -78,6 +105,7 @@ function(kv_add_test_program name)
     if(MINGW)
         target_link_options(${name} PRIVATE -municode)
     endif()
+    kv_list_program(${name})
 endfunction()
 
 # kv_add_version_file(NAME)
@@ -104,12 +132,20 @@ function(kv_add_tests name)
     kv_unify_sources(sources ${name} SOURCES ${arg_SOURCES})
     add_executable(${name} ${sources})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_support gmock kv_build_options kv_test_options)
+    target_link_libraries(${name} PRIVATE ${arg_LINK} kv_test_main kv_test_support GTest::gmock kv_build_options
+        kv_test_options)
     target_precompile_headers(${name} REUSE_FROM kv_test_support)
     set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_TEST_CLANG_TIDY_COMMAND}")
+    # An empty value would vanish, and the name of the next property take its place.
     set(properties)
-    if(arg_RESOURCE_LOCK) # an empty value would vanish, and the name of the next property take its place
+    if(arg_RESOURCE_LOCK)
         list(APPEND properties RESOURCE_LOCK ${arg_RESOURCE_LOCK})
+    endif()
+    if(KV_TEST_FIXTURES)
+        list(APPEND properties FIXTURES_REQUIRED ${KV_TEST_FIXTURES})
+    endif()
+    if(arg_LABELS)
+        list(APPEND properties LABELS ${arg_LABELS})
     endif()
     gtest_discover_tests(${name}
         NO_PRETTY_VALUES
@@ -119,7 +155,5 @@ function(kv_add_tests name)
             ${properties}
             TIMEOUT ${KV_TEST_TIMEOUT}
             ENVIRONMENT KV_WINE_TIMEOUT=${KV_TEST_PROGRAM_TIMEOUT}
-            FIXTURES_REQUIRED "${KV_TEST_FIXTURES}"
-            LABELS "${arg_LABELS}"
     )
 endfunction()

@@ -4,6 +4,14 @@ set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
 set(KV_MINGW_TRIPLE x86_64-w64-mingw32)
+# Named in one line; CMake itself reports a missing compiler in many.
+foreach(tool IN ITEMS gcc-posix g++-posix windres objcopy objdump strip)
+    find_program(foundTool ${KV_MINGW_TRIPLE}-${tool} NO_CACHE NO_CMAKE_FIND_ROOT_PATH)
+    if(NOT foundTool)
+        message(FATAL_ERROR "${KV_MINGW_TRIPLE}-${tool} is missing.")
+    endif()
+    unset(foundTool)
+endforeach()
 set(CMAKE_C_COMPILER ${KV_MINGW_TRIPLE}-gcc-posix) # GoogleTest enables C
 set(CMAKE_CXX_COMPILER ${KV_MINGW_TRIPLE}-g++-posix)
 set(CMAKE_RC_COMPILER ${KV_MINGW_TRIPLE}-windres)

@@ -26,7 +26,7 @@ import threading
 from pathlib import Path
 
 from kvtest import fault_model
-from kvtest.build import RELEASE, build
+from kvtest.build import build, built_program
 from kvtest.wine import SOURCE
 from lane import PLACES, Lane, LaneError
 
@@ -111,14 +111,14 @@ class Lanes:
     """Several lanes that run the cases of one list."""
 
     def __init__(self, count, work):
+        host, program = built_program("kv_fault_host"), built_program("kv_fault_program")
         # All prefixes are created at the same time.
         self._lanes = [None] * count
         errors = []
 
         def make(number):
             try:
-                self._lanes[number] = Lane(work / f"lane{number}", RELEASE / "faults" / "kv_fault_host.exe",
-                                           RELEASE / "faults" / "kv_fault_program.exe")
+                self._lanes[number] = Lane(work / f"lane{number}", host, program)
             except Exception as error:
                 errors.append(error)
         self._run_all([threading.Thread(target=make, args=(number,)) for number in range(count)])

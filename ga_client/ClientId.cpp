@@ -46,11 +46,6 @@ std::wstring GenerateClientId()
 }
 } // namespace
 
-std::wstring GetIdentityFile(const std::wstring& folder, const std::wstring& applicationName)
-{
-    return folder + applicationName + L".ini";
-}
-
 std::wstring ReadClientId(const std::wstring& identityFile)
 {
     constexpr DWORD kBufferSize = 256;

@@ -17,7 +17,10 @@ bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstrin
                           std::wstring& clientId);
 
 /// The identity file of an application in its data folder, which ends with a backslash.
-std::wstring GetIdentityFile(const std::wstring& folder, const std::wstring& applicationName);
+inline std::wstring GetIdentityFile(const std::wstring& folder, const std::wstring& applicationName)
+{
+    return folder + applicationName + L".ini";
+}
 
 /// The client id in an identity file, at most 255 characters of it (`GetPrivateProfileStringW`); empty if the file has
 /// none. Only reads. Pass a full path: a bare name would mean a file in the Windows folder.

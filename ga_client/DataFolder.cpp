@@ -5,7 +5,6 @@
 #include <shlobj.h>
 
 #include "winapi/base/SystemLibraries.h"
-#include "winapi/ShellApi.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient
@@ -20,12 +19,6 @@ std::wstring LocalApplicationDataFolder()
     return found != FALSE ? path : L"";
 }
 
-std::wstring FolderBelow(const std::wstring& base, const std::wstring& applicationName,
-                         const std::wstring& applicationVersion)
-{
-    return base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
-}
-
 void CreateFolderChain(const std::wstring& folder)
 {
     // Up to the last backslash. The result is ignored: an existing folder (183, or 80) is a success, and after any
@@ -34,6 +27,12 @@ void CreateFolderChain(const std::wstring& folder)
     CallOrErrorCode(KV_SYSTEM_FUNCTION(KVWinApi::g_shell32Dll, SHCreateDirectoryExW), nullptr, path.c_str(), nullptr);
 }
 } // namespace
+
+std::wstring GetDataFolderBelow(const std::wstring& base, const std::wstring& applicationName,
+                                const std::wstring& applicationVersion)
+{
+    return base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
+}
 
 std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion)
 {
@@ -46,20 +45,8 @@ std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstri
     {
         return {};
     }
-    std::wstring folder = FolderBelow(base, applicationName, applicationVersion);
+    std::wstring folder = GetDataFolderBelow(base, applicationName, applicationVersion);
     CreateFolderChain(folder);
     return folder;
-}
-
-std::wstring FindDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion)
-{
-    if (applicationName.empty() || applicationVersion.empty())
-    {
-        return {};
-    }
-    wchar_t base[MAX_PATH + 1] = {};
-    const HRESULT found = KVWinApi::g_shellApi->SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA | CSIDL_FLAG_DONT_VERIFY,
-                                                                 nullptr, SHGFP_TYPE_CURRENT, base);
-    return found == S_OK && base[0] != L'\0' ? FolderBelow(base, applicationName, applicationVersion) : std::wstring();
 }
 } // namespace GAClient

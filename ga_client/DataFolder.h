@@ -12,7 +12,7 @@ namespace GAClient
 /// is not reported here; opening files in it fails.
 std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion);
 
-/// The same path, for a program that must change nothing: no folder is created, and none has to exist
-/// (`SHGetFolderPathW`). Empty in the same cases.
-std::wstring FindDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion);
+/// The same folder below a folder of application data, which has no backslash at its end. Touches nothing.
+std::wstring GetDataFolderBelow(const std::wstring& base, const std::wstring& applicationName,
+                                const std::wstring& applicationVersion);
 } // namespace GAClient

@@ -106,13 +106,16 @@ void CGAClient::SetMaxQueuedRequests(std::int32_t count)
     }
 }
 
+// The operations below copy each text of the caller before they store it or make it part of a request. If it cannot be
+// read, the copy faults. A fault in the middle of an assignment or of an append would damage the string that changes.
+
 bool CGAClient::Start(const std::wstring& screenName)
 {
     if (m_tracker == nullptr || screenName.empty())
     {
         return false;
     }
-    m_sessionScreenName = screenName;
+    m_sessionScreenName = std::wstring(screenName);
     std::wstring request;
     const bool built = Activities::AppView::CAppViewActivity(m_sessionScreenName, m_clientId)
                            .BuildSessionRequest(m_clientInfo, true, request);
@@ -142,7 +145,7 @@ bool CGAClient::SetCustomDimension(std::uint32_t index, const std::wstring& valu
     {
         return false;
     }
-    m_customFacts.dimensions[index] = value;
+    m_customFacts.dimensions[index] = std::wstring(value);
     return true;
 }
 
@@ -162,7 +165,7 @@ bool CGAClient::TrackScreenView(const std::wstring& screenName)
     {
         return false;
     }
-    m_lastScreenName = screenName;
+    m_lastScreenName = std::wstring(screenName);
     std::wstring request;
     const bool built = Activities::AppView::CAppViewActivity(m_lastScreenName, m_clientId)
                            .BuildRequest(m_clientInfo, m_customFacts, request);
@@ -190,7 +193,7 @@ std::int32_t CGAClient::TrackEventOnScreen(const std::wstring& action, const std
     {
         return 0;
     }
-    const bool built = TrackEventHit(screenName, {action, category, label, kNoEventValue, L""});
+    const bool built = TrackEventHit(std::wstring(screenName), {action, category, label, kNoEventValue, L""});
     ClearCustomFacts();
     return built ? 1 : 0;
 }
@@ -203,7 +206,7 @@ bool CGAClient::TrackException(const std::wstring& description, bool fatal)
     }
     std::wstring request;
     const bool built = Activities::Exception::CExceptionActivity(m_clientId)
-                           .BuildRequest(m_clientInfo, m_customFacts, description, fatal, request);
+                           .BuildRequest(m_clientInfo, m_customFacts, std::wstring(description), fatal, request);
     TrackIfBuilt(request);
     ClearCustomFacts();
     return built;

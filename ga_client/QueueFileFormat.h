@@ -23,12 +23,11 @@ constexpr std::int32_t kDefaultQueueLimit = 500;
 /// The low 8 bits of each code unit.
 std::string NarrowToBytes(std::wstring_view text);
 
-/// The size of the lines of the hits, in bytes.
-std::size_t GetSizeOfQueueLines(const std::list<std::wstring>& requests);
+/// The size of the hit's line, in bytes.
 std::size_t GetSizeOfQueueLine(std::wstring_view request) noexcept;
 
-/// Appends the lines of the hits, in their order. Allocates nothing if bytes has the capacity.
-void AppendQueueLines(const std::list<std::wstring>& requests, std::string& bytes);
+/// Appends the hit's line. Allocates nothing if bytes has the capacity.
+void AppendQueueLine(std::wstring_view request, std::string& bytes);
 
 /// Splits the bytes of a queue file, which come in pieces, into hits. A byte becomes a sign-extended code unit (0x80 to
 /// 0xFF become 0xFF80 to 0xFFFF). Empty lines are skipped. The bytes after the last line feed are also a line.
@@ -53,7 +52,7 @@ private:
     void KeepOpen(std::string_view bytes);
 
     std::size_t m_limit;
-    std::string m_open; // the start of a line whose end is in a later piece
+    std::wstring m_open; // the start of a line whose end is in a later piece
     std::list<std::wstring> m_lines;
 };
 } // namespace GAClient

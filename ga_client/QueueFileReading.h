@@ -8,42 +8,60 @@
 #include <list>
 #include <optional>
 #include <string>
+#include <string_view>
+
+#include "ga_client/QueueFileFormat.h"
+#include "winapi/KernelApi.h"
 
 namespace GAClient
 {
-/// How the queue file is found and read, for CRequestQueueFile and for programs that only look at it.
+/// How the queue file is found and read, for CRequestQueueFile and for programs that only look at it. Inline: in a
+/// source of its own the code is larger, and the size of the program is bounded.
+
+inline constexpr wchar_t kQueueFileName[] = L"Statlet_RequestQueue.txt";
 
 /// The path of the queue file in a data folder, which ends with a backslash. Deliberate: the path is narrowed like the
 /// content and then read in the system's code page, so that all processes find the same file. Paths beyond the code
 /// page are not reached.
-std::wstring GetQueueFilePath(const std::wstring& folder);
+inline std::wstring GetQueueFilePath(const std::wstring& folder)
+{
+    const std::string bytes = NarrowToBytes(folder + kQueueFileName);
+    const int size = static_cast<int>(bytes.size()); // the shell gives no path of 2 GiB
+    std::wstring narrowed(bytes.size(), L'\0');      // no code page gives more units than bytes
+    const int length = KVWinApi::g_kernelApi->MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, narrowed.data(), size);
+    narrowed.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return narrowed;
+}
 
 /// Whether an open file is the file itself. False for a link, and if the attributes are unavailable
-/// (`GetFileInformationByHandle`).
-bool IsFileItself(HANDLE file);
+/// (`GetFileInformationByHandleEx`).
+inline bool IsFileItself(HANDLE file)
+{
+    FILE_BASIC_INFO information{}; // without the volume's serial number, which takes longer than the rest of a save
+    return ::GetFileInformationByHandleEx(file, FileBasicInfo, &information, sizeof(information)) != FALSE &&
+           (information.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
 
 /// The first hits of an open file, at most limit, from its first byteLimit bytes; nothing if reading fails
-/// (`ReadFile`).
-std::optional<std::list<std::wstring>> ReadQueueLines(
-    HANDLE file, std::size_t limit, std::uint64_t byteLimit = std::numeric_limits<std::uint64_t>::max());
-
-/// What is in the place of a queue file.
-struct QueueFileView
+/// (`ReadFile`). Leaves a piece of the file in the buffer.
+inline std::optional<std::list<std::wstring>> ReadQueueLines(
+    HANDLE file, std::size_t limit, std::string& buffer,
+    std::uint64_t byteLimit = std::numeric_limits<std::uint64_t>::max())
 {
-    enum class State
+    constexpr DWORD kReadSize = 65536;
+    CQueueLineCollector collector(limit);
+    buffer.resize(kReadSize);
+    DWORD read = kReadSize;
+    std::uint64_t total = 0;
+    while (read != 0 && !collector.IsFull() && total < byteLimit)
     {
-        kAbsent, ///< no hit waits
-        kRead,
-        kLink,       ///< which no run follows
-        kUnreadable, ///< a folder, or a file that a different program holds
-    };
-    State state = State::kAbsent;
-    DWORD error = ERROR_SUCCESS;      ///< of kUnreadable
-    std::int64_t size = 0;            ///< of kRead and kLink, in bytes
-    std::list<std::wstring> requests; ///< those that the next run loads, oldest first
-};
-
-/// Looks at a queue file as it is at this moment, for a program that must change nothing: opens it for reading only,
-/// without taking the turn at it. Reads 64 MiB at most.
-QueueFileView ViewQueueFile(const std::wstring& path);
+        if (::ReadFile(file, buffer.data(), kReadSize, &read, nullptr) == FALSE)
+        {
+            return std::nullopt;
+        }
+        collector.Add(std::string_view(buffer).substr(0, read));
+        total += read;
+    }
+    return collector.TakeLines();
+}
 } // namespace GAClient

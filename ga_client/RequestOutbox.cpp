@@ -24,7 +24,7 @@ void CRequestOutbox::Append(std::list<std::wstring> requests)
             requests.pop_front();
             continue;
         }
-        m_file.Reserve(GetSizeOfQueueLines(m_queue) + GetSizeOfQueueLine(request));
+        m_file.Reserve(GetSizeOfQueueLine(request));
         m_queue.splice(m_queue.end(), requests, requests.begin());
     }
 }

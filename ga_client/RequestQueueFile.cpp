@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -19,6 +20,8 @@ constexpr wchar_t kMutexPrefix[] = L"Statlet_";
 // Attempts at each step of a save: a system that lacks a resource refuses several calls in a row, and what a save gives
 // up is lost.
 constexpr int kAttempts = 4;
+// Lines are written in pieces of at most this size, except for a longer line. A usual queue is one piece.
+constexpr std::size_t kPieceSize = 262144;
 
 // The share mode of a C runtime's files: concurrent readers and writers, no deletion. The mutex, not the share mode,
 // keeps the client's own processes apart.
@@ -55,7 +58,7 @@ private:
         {
             result = KVWinApi::g_winApi->WaitForSingleObject(m_mutex.Get(), kWaitMs);
         }
-        // Abandoned: its owner ended. The file is still whole, since hits are written in one piece.
+        // Abandoned: its owner ended. The file's lines are still whole, since each is written in one piece.
         return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
     }
 
@@ -131,27 +134,14 @@ bool CutAt(HANDLE file, std::int64_t size)
     return SetPosition(file, size) && ::SetEndOfFile(file) != FALSE;
 }
 
-// Writes in one piece, so that the end of the process cannot tear a line. A write that a full disk cuts short is
-// undone.
-bool AppendBytes(HANDLE file, std::int64_t size, std::string_view bytes)
+// One call, so that the end of the process cannot tear a line.
+bool WriteWhole(HANDLE file, std::string_view bytes)
 {
-    if (bytes.empty())
-    {
-        return true;
-    }
     DWORD written = 0;
-    const bool fits = bytes.size() <= MAXDWORD;
-    if (fits && SetPosition(file, size) &&
-        KVWinApi::g_kernelApi->WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
-            FALSE &&
-        written == bytes.size())
-    {
-        return true;
-    }
-    for (int attempt = 0; attempt < kAttempts && !CutAt(file, size); ++attempt)
-    {
-    }
-    return false;
+    return bytes.size() <= MAXDWORD &&
+           KVWinApi::g_kernelApi->WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
+               FALSE &&
+           written == bytes.size();
 }
 
 std::size_t FreePlaces(const std::list<std::wstring>& queue, std::int32_t queueLimit)
@@ -169,13 +159,12 @@ CRequestQueueFile::CRequestQueueFile(std::wstring applicationName, std::wstring 
 
 void CRequestQueueFile::Reserve(std::size_t lineBytes)
 {
-    m_saveBytes.reserve(1 + lineBytes); // 1: the line end in front
+    m_buffer.reserve(1 + std::max(lineBytes, kPieceSize)); // 1: the line end in front
 }
 
 bool CRequestQueueFile::Save(const std::list<std::wstring>& requests)
 {
-    m_saveBytes.assign(1, kQueueLineEnd);
-    AppendQueueLines(requests, m_saveBytes);
+    ReserveFor(requests);
     const bool hasPath = HasPath();
     const CFileTurn turn(m_mutexName);
     if (!hasPath || !turn.IsHeld())
@@ -185,7 +174,7 @@ bool CRequestQueueFile::Save(const std::list<std::wstring>& requests)
     std::optional<std::int64_t> end;
     for (int attempt = 0; attempt < kAttempts; ++attempt)
     {
-        if (Append(end))
+        if (Append(requests, end))
         {
             return true;
         }
@@ -206,17 +195,27 @@ void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueL
     {
         return;
     }
-    std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), FreePlaces(queue, queueLimit));
+    Reserve(0);
+    std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), FreePlaces(queue, queueLimit), m_buffer);
     if (!lines)
     {
         return;
     }
     // Before the file is emptied: the hits are then only in memory and must not depend on an allocation.
-    Reserve(GetSizeOfQueueLines(queue) + GetSizeOfQueueLines(*lines));
+    ReserveFor(queue);
+    ReserveFor(*lines);
     // The entries must belong to this process alone; otherwise every process would send them.
     if (CutAt(file.Get(), 0))
     {
         queue.splice(queue.end(), *lines);
+    }
+}
+
+void CRequestQueueFile::ReserveFor(const std::list<std::wstring>& requests)
+{
+    for (const std::wstring& request : requests)
+    {
+        Reserve(GetSizeOfQueueLine(request));
     }
 }
 
@@ -257,7 +256,7 @@ bool CRequestQueueFile::MakeFolderAgain() noexcept
 }
 
 // One attempt of a save. end: the file's end before the first attempt, whatever earlier ones left behind it.
-bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
+bool CRequestQueueFile::Append(const std::list<std::wstring>& requests, std::optional<std::int64_t>& end)
 {
     KVWinApi::CUniqueFile file = OpenFile(m_path, OPEN_ALWAYS);
     if (!file.IsValid() && ::GetLastError() == ERROR_PATH_NOT_FOUND && MakeFolderAgain())
@@ -274,12 +273,37 @@ bool CRequestQueueFile::Append(std::optional<std::int64_t>& end)
         // Deliberate: these hits are lost, so that the file does not grow without bound.
         return false;
     }
-    std::string_view bytes = m_saveBytes;
-    if (bytes.size() == 1 || EndsWithLineEnd(file.Get(), *end))
+    if (requests.empty() || WriteLines(file.Get(), *end, requests))
     {
-        bytes.remove_prefix(1);
+        return true;
     }
-    // Otherwise the file ends in half a line, which must not merge with the first hit.
-    return AppendBytes(file.Get(), *end, bytes);
+    // A full disk may have cut a write short.
+    for (int attempt = 0; attempt < kAttempts && !CutAt(file.Get(), *end); ++attempt)
+    {
+    }
+    return false;
+}
+
+bool CRequestQueueFile::WriteLines(HANDLE file, std::int64_t end, const std::list<std::wstring>& requests)
+{
+    // Half a line at the file's end is completed: it must not merge with the first hit.
+    m_buffer.assign(EndsWithLineEnd(file, end) ? 0 : 1, kQueueLineEnd);
+    if (!SetPosition(file, end))
+    {
+        return false;
+    }
+    for (const std::wstring& request : requests)
+    {
+        if (m_buffer.size() > 1 && m_buffer.size() + GetSizeOfQueueLine(request) > kPieceSize)
+        {
+            if (!WriteWhole(file, m_buffer))
+            {
+                return false;
+            }
+            m_buffer.clear();
+        }
+        AppendQueueLine(request, m_buffer);
+    }
+    return WriteWhole(file, m_buffer);
 }
 } // namespace GAClient

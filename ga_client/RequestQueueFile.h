@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -28,8 +30,8 @@ public:
     /// If either text is empty, no file is used.
     CRequestQueueFile(std::wstring applicationName, std::wstring applicationVersion);
 
-    /// Reserves the memory that Save needs for lines of that many bytes. After that, and after an operation that found
-    /// the data folder, Save allocates nothing.
+    /// Reserves the memory that Save needs for a line of that many bytes, and for any number of shorter ones. After
+    /// that, and after an operation that found the data folder, Save allocates nothing.
     void Reserve(std::size_t lineBytes);
 
     /// Appends the hits to the file, oldest first. A step that fails is repeated a few times before the hits are given
@@ -45,16 +47,20 @@ public:
     void Load(std::list<std::wstring>& queue, std::int32_t queueLimit);
 
 private:
+    void ReserveFor(const std::list<std::wstring>& requests);
     // Asks the shell once: that takes longer than reading a small file.
     void FindPath();
     bool HasPath() noexcept;
     bool MakeFolderAgain() noexcept;
-    bool Append(std::optional<std::int64_t>& end);
+    bool Append(const std::list<std::wstring>& requests, std::optional<std::int64_t>& end);
+    bool WriteLines(HANDLE file, std::int64_t end, const std::list<std::wstring>& requests);
 
     const std::wstring m_applicationName;
     const std::wstring m_applicationVersion;
     const std::wstring m_mutexName;
-    std::wstring m_path;     // empty until found
-    std::string m_saveBytes; // a line end, then the lines: the line end completes half a line at the file's end
+    std::wstring m_path; // empty until found
+    // A piece of the file. Used again for each: the first access to new memory takes longer than the conversion of what
+    // it holds.
+    std::string m_buffer;
 };
 } // namespace GAClient

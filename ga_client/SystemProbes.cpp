@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "utils/base/Decimal.h"
 #include "winapi/WinApi.h"
 
 namespace GAClient
@@ -26,7 +27,7 @@ public:
     bool IsValid() const noexcept { return m_context != nullptr; }
     std::wstring Capability(int index) const
     {
-        return std::to_wstring(KVWinApi::g_winApi->GetDeviceCaps(m_context, index));
+        return KVUtils::ToDecimal(KVWinApi::g_winApi->GetDeviceCaps(m_context, index));
     }
 
 private:
@@ -92,7 +93,7 @@ std::wstring ReportedVersion()
     {
         return {};
     }
-    return std::to_wstring(version.dwMajorVersion) + L"." + std::to_wstring(version.dwMinorVersion);
+    return KVUtils::ToDecimal(version.dwMajorVersion) + L"." + KVUtils::ToDecimal(version.dwMinorVersion);
 }
 } // namespace
 

@@ -28,7 +28,6 @@ CLogFunction::CLogFunction(CLogModule* module, const CLogSourceFile& sourceFile,
     {
         return;
     }
-    const CLastErrorRestore lastError;
     try
     {
         WriteEntryLine(entryFormat, arguments);
@@ -44,7 +43,6 @@ CLogFunction::~CLogFunction()
     {
         return;
     }
-    const CLastErrorRestore lastError;
     m_scope.lineNumber = 0;
     if (KVUtils::CWin32Exception::GetLiveCount() < 1)
     {
@@ -91,6 +89,7 @@ void CLogFunction::WriteEntryLine(const wchar_t* entryFormat, va_list* arguments
         m_module->LogShortName(m_scope, kLogEntry, true);
         return;
     }
+    const CLastErrorRestore lastError;
     m_scope.pendingText = m_scope.GetShortName();
     if (arguments != nullptr)
     {

@@ -179,12 +179,16 @@ template <typename Body> void CLogModule::Log(TraceScope* scope, std::uint32_t f
 // The settings of the line if they enable it, nothing otherwise.
 std::optional<LogModuleSettings> CLogModule::FindSettings(const TraceScope* scope, std::uint32_t flags) noexcept
 {
+    const bool mayRefresh = m_state->lineSink == nullptr;
+    if (m_state->settings.IsKnownDisabled(flags, mayRefresh))
+    {
+        return std::nullopt;
+    }
     try
     {
         MonitorValues monitorValues;
         const std::optional<LogModuleSettings> settings = m_state->settings.LookUp(
-            scope != nullptr ? &scope->sourceFile : nullptr, m_state->lineSink == nullptr, [this] { ResetSettings(); },
-            monitorValues);
+            scope != nullptr ? &scope->sourceFile : nullptr, mayRefresh, [this] { ResetSettings(); }, monitorValues);
         // After the settings are released: other modules need not wait for the monitor.
         m_state->monitor.Update(monitorValues, m_state->executableName);
         if (settings && (settings->Categories & flags) != 0)
@@ -200,6 +204,7 @@ std::optional<LogModuleSettings> CLogModule::FindSettings(const TraceScope* scop
 
 void CLogModule::ForgetEntry(TraceScope& scope) noexcept
 {
+    const CLastErrorRestore lastError;
     const CCall call(*this);
     if (call.IsAllowed()) // otherwise the file's record may be gone
     {

@@ -1,4 +1,4 @@
-# Sourced by ./check, ./demo and the other scripts: installs what the build needs.
+# Sourced by ./check, ./demo and the other scripts, in the root of the sources: installs what the build needs.
 # kv_setup installs what is missing on Debian and Ubuntu, as root or through sudo; elsewhere, or if KV_NO_INSTALL is set,
 # it names the missing packages in one line and ends the caller with 1.
 
@@ -16,9 +16,16 @@ ld.lld-19 lld-19
 python3 python3
 openssl openssl
 doxygen doxygen
+wixl wixl
+msiextract msitools
+osslsigncode osslsigncode
+pkg-config pkg-config
 ${KV_WINE64:-/usr/lib/wine/wine64} wine64
 wineserver wine
 /usr/src/googletest/CMakeLists.txt googletest
+node nodejs
+npm npm
+chromium chromium
 "
 
 kv_is_there() {
@@ -46,7 +53,31 @@ kv_install() {
         $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
 }
 
+# What the page in viewer/ is bundled and tested with, in build/node: exactly the versions of its lock file.
+kv_install_modules() {
+    [ -e viewer/package-lock.json ] || return 0
+    cmp -s viewer/package-lock.json build/node/package-lock.json && [ -e build/node/node_modules ] && return
+    if [ -n "${KV_NO_INSTALL:-}" ]; then
+        echo "Missing, and not to be installed from here; the modules of viewer/package-lock.json in build/node" >&2
+        exit 1
+    fi
+    echo "Installing the modules of viewer/package-lock.json"
+    rm -rf build/node
+    mkdir -p build/node
+    cp viewer/package.json viewer/package-lock.json build/node/
+    (
+        cd build/node
+        # Without the programs that modules bring along for their installation.
+        npm ci --ignore-scripts --no-audit --no-fund --loglevel=error >/dev/null
+    ) || { rm -f build/node/package-lock.json; exit 1; }
+}
+
 kv_setup() {
+    kv_install_packages
+    kv_install_modules
+}
+
+kv_install_packages() {
     missing=$(kv_missing_packages)
     [ -z "$missing" ] && return
     if [ -z "${KV_NO_INSTALL:-}" ]; then

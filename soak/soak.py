@@ -19,12 +19,11 @@ import time
 
 from failing_server import FailingServer
 from kvtest import soak_model, wine
-from kvtest.build import RELEASE, build
+from kvtest.build import build, built_program
 from kvtest.product import LOGGING_KEY
 from kvtest.wine import INTERNET_KEY, SOURCE, to_windows
 
 WORK = SOURCE / "build" / "soak"
-PROGRAM = RELEASE / "soak" / "kv_soak_program.exe"
 
 PROCESSES = 8
 KINDS = ("lost", "invented", "duplicate", "order", "queue time", "queue file", "log", "refused")
@@ -70,7 +69,7 @@ class Part:
         wine.set_registry(WORK, LOGGING_KEY, "LogFileName", "REG_SZ", to_windows(self.log))
 
     def start(self, mode, *arguments, seconds):
-        return wine.start(WORK, "run", PROGRAM, mode, to_windows(self.folder), *arguments, seconds=seconds)
+        return wine.start(WORK, "run", built_program("kv_soak_program"), mode, to_windows(self.folder), *arguments, seconds=seconds)
 
     def fail_and_heal(self):
         self.server.fail_and_heal()

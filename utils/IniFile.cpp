@@ -3,14 +3,13 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <array>
-#include <cwchar>
 #include <iterator>
 #include <limits>
 #include <new>
 #include <string_view>
 
 #include "utils/base/AsciiCase.h"
+#include "utils/base/Decimal.h"
 #include "utils/MemoryShortage.h"
 #include "winapi/WinApi.h"
 
@@ -19,7 +18,6 @@ namespace KVUtils
 namespace
 {
 constexpr DWORD kBufferGrowth = 512; // characters of whichever width
-constexpr std::size_t kNumberBufferSize = 32;
 
 // Reads with growing buffers until the text fits: read(buffer, size) returns the length, or size - 1 if it cut the
 // text. If memory is short, here or in the system, it throws std::bad_alloc and leaves value unchanged.
@@ -176,12 +174,7 @@ bool CIniFile::SetBool(const wchar_t* section, const wchar_t* key, bool value)
 
 bool CIniFile::SetInt(const wchar_t* section, const wchar_t* key, std::int32_t value)
 {
-    std::array<wchar_t, kNumberBufferSize> text{};
-    if (std::swprintf(text.data(), text.size(), L"%d", static_cast<int>(value)) <= 0) // a safeguard: any number fits
-    {
-        return false;
-    }
-    return SetValue(section, key, text.data());
+    return SetValue(section, key, CDecimalText(value).ZeroTerminated());
 }
 
 bool CIniFile::SetString(const wchar_t* section, const wchar_t* key, const std::wstring& value)

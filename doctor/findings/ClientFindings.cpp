@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "ga_client/ClientId.h"
-#include "ga_client/DataFolder.h"
+#include "ga_client/DataFolderLookup.h"
 #include "proxy/RunSettings.h"
 #include "utils/PathUtils.h"
 #include "winapi/handles/KernelHandles.h"

@@ -4,6 +4,7 @@
 
 #include "ga_client/protocols/QueueTime.h"
 #include "ga_client/QueueFileFormat.h"
+#include "ga_client/QueueFileReading.h"
 
 namespace KVAnalyticsDoctor
 {
@@ -15,10 +16,12 @@ std::optional<std::int64_t> FindOldestAge(const std::list<std::wstring>& request
     std::optional<std::int64_t> oldest;
     for (const std::wstring& request : requests)
     {
-        if (const auto marked = Protocols::MeasurementParams::FindMarkedTime(request))
+        const Protocols::MeasurementParams::QueueTimeMark mark =
+            Protocols::MeasurementParams::FindQueueTimeMark(request);
+        if (mark.position != std::wstring::npos)
         {
             // A file can hold any number; none from before 1970 or from the future is an age.
-            const std::int64_t age = now - std::clamp<std::int64_t>(*marked, 0, now);
+            const std::int64_t age = now - std::clamp<std::int64_t>(mark.time, 0, now);
             oldest = std::max(oldest.value_or(0), age);
         }
     }

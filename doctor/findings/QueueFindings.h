@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "ga_client/QueueFileReading.h"
+#include "ga_client/QueueFileView.h"
 
 namespace KVAnalyticsDoctor
 {

@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string bytes;
     while (!input.IsOver())
     {
-        const std::string piece = input.Bytes(60);
+        const std::string piece = input.Bytes(200);
         bytes += piece;
         collector.Add(piece);
     }
@@ -47,7 +47,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Writing what was read and reading it again gives the same.
     GAClient::CQueueLineCollector again(lines.size());
     std::string written;
-    GAClient::AppendQueueLines(lines, written);
+    for (const std::wstring& line : lines)
+    {
+        GAClient::AppendQueueLine(line, written);
+    }
     again.Add(written);
     Require(again.TakeLines() == lines, "hits survive the file");
     return 0;

@@ -1,5 +1,7 @@
 #include <charconv>
 #include <cmath>
+#include <cwchar>
+#include <sstream>
 
 #include "fuzz/Input.h"
 #include "ga_client/protocols/QueueTime.h"
@@ -33,6 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto [end, error] = std::from_chars(time.data(), time.data() + time.size(), milliseconds);
         Require(error == std::errc() && end == time.data() + time.size(), "the queue time is a number");
         Require(milliseconds >= 0 && std::isfinite(milliseconds), "no hit comes from the future");
+
+        const long long markedTime = std::wcstoll(request.c_str() + mark + 1, nullptr, 10);
+        const double seconds = static_cast<double>(KVWinApi::g_now) - static_cast<double>(markedTime);
+        std::ostringstream stream;
+        stream << seconds * 1000.0;
+        Require(time == (seconds > 0.0 ? stream.str() : "0"), "the format is that of a text stream");
     }
 
     std::wstring marked = request;

@@ -1,13 +1,15 @@
 #include "ga_client/protocols/MeasurementUrlParams.h"
 
 #include "ga_client/protocols/CacheBuster.h"
-#include "ga_client/protocols/Decimal.h"
 #include "ga_client/protocols/QueueTime.h"
+#include "utils/base/Decimal.h"
 
 namespace Protocols::MeasurementParams
 {
 namespace
 {
+using KVUtils::AppendDecimal;
+
 // Appends key and value without "&", for the last parameter of a hit. The key includes its "=". An empty value appends
 // nothing.
 void AppendLast(std::wstring& out, std::wstring_view key, std::wstring_view value)

@@ -10,23 +10,39 @@ namespace
 constexpr DWORD kRetryMs = 30;
 constexpr DWORD kRetryTotalMs = 120;
 
-// Otherwise a user who may write to the folder could make the log empty and fill a file that only the traced program
-// may write to. A link that is made between this check and the opening is followed.
 bool IsLink(const std::wstring& fileName) noexcept
 {
     const DWORD attributes = ::GetFileAttributesW(fileName.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
+bool IsLink(HANDLE file) noexcept
+{
+    FILE_BASIC_INFO information{};
+    return ::GetFileInformationByHandleEx(file, FileBasicInfo, &information, sizeof(information)) != FALSE &&
+           (information.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// A link is not followed. Otherwise a user who may write to the folder could make the log empty and fill a file that
+// only the traced program may write to.
 KVWinApi::CUniqueSystemFile OpenExclusively(const std::wstring& fileName, DWORD disposition) noexcept
 {
-    if (IsLink(fileName))
+    // CREATE_ALWAYS excludes the flag that opens a link itself: a link that is made after this check is followed.
+    const bool isEmptied = disposition == CREATE_ALWAYS;
+    bool isLink = isEmptied && IsLink(fileName);
+    KVWinApi::CUniqueSystemFile file;
+    if (!isLink)
     {
-        ::SetLastError(ERROR_CANT_ACCESS_FILE);
-        return KVWinApi::CUniqueSystemFile();
+        const DWORD flags = FILE_ATTRIBUTE_NORMAL | (isEmptied ? 0 : FILE_FLAG_OPEN_REPARSE_POINT);
+        file.Reset(::CreateFileW(fileName.c_str(), GENERIC_WRITE, 0, nullptr, disposition, flags, nullptr));
+        isLink = file.IsValid() && IsLink(file.Get());
     }
-    return KVWinApi::CUniqueSystemFile(
-        ::CreateFileW(fileName.c_str(), GENERIC_WRITE, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (isLink)
+    {
+        file.Reset();
+        ::SetLastError(ERROR_CANT_ACCESS_FILE);
+    }
+    return file;
 }
 } // namespace
 

@@ -17,7 +17,7 @@ class CLogFile
 public:
     /// Opens the file (`CreateFileW` with that disposition) and moves to its end. While another process has it open,
     /// tries again every 30 ms, for 120 ms in all; any other failure ends the attempt at once. A link (reparse point)
-    /// in place of the file counts as a file that cannot be opened.
+    /// in place of the file counts as a file that cannot be opened (`GetFileInformationByHandleEx`).
     CLogFile(const std::wstring& fileName, DWORD disposition) noexcept;
 
     bool IsOpen() const noexcept { return m_file.IsValid(); }

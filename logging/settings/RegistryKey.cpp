@@ -62,11 +62,6 @@ std::optional<std::wstring> CRegistryKey::ReadString(const wchar_t* valueName) c
     return std::nullopt;
 }
 
-bool CRegistryKey::HasValue(const wchar_t* valueName) const noexcept
-{
-    return ::RegQueryValueExW(m_key.Get(), valueName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-}
-
 std::vector<std::wstring> CRegistryKey::GetSubkeyNames() const
 {
     constexpr DWORD kMaxKeyName = 255; // the registry's own bound

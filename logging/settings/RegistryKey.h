@@ -26,7 +26,10 @@ public:
     /// REG_SZ, up to the first zero character if the stored text has one.
     std::optional<std::wstring> ReadString(const wchar_t* valueName) const;
     /// Whether there is a value of that name, of any type.
-    bool HasValue(const wchar_t* valueName) const noexcept;
+    bool HasValue(const wchar_t* valueName) const noexcept
+    {
+        return ::RegQueryValueExW(m_key.Get(), valueName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    }
     std::vector<std::wstring> GetSubkeyNames() const;
 
 private:

@@ -18,14 +18,23 @@ void CSettingsAccess::Detach() noexcept
     m_block.Detach();
 }
 
+bool CSettingsAccess::IsKnownDisabled(std::uint32_t flags, bool mayRefresh) const noexcept
+{
+    return m_block.IsAttached() && (m_own.Categories & flags) == 0 && !m_block.Get()->hasSourceFiles &&
+           !(mayRefresh && IsRefreshDue(::GetTickCount()));
+}
+
 // The source file is the caller's, and so may the reset be. Guarded inside the mutex, since the traced program may run
 // all this in a guard of its own, and a fault would leave the mutex held.
 std::optional<LogModuleSettings> CSettingsAccess::LookUp(const CLogSourceFile* sourceFile, bool mayRefresh,
                                                          const ResetFunction& reset, MonitorValues& monitorValues)
 {
-    Attach(); // if that has failed before
+    if (!Attach()) // if that has failed before
+    {
+        return std::nullopt;
+    }
     const KVWinApi::CUniqueMutexHold hold = KVWinApi::HoldMutex(m_block.GetMutex(), kSharedBlockWaitMs);
-    if (!hold.IsValid() || !m_block.IsAttached())
+    if (!hold.IsValid())
     {
         return std::nullopt;
     }

@@ -32,10 +32,15 @@ public:
     /// Both names outlive the object. executableName: with extension.
     CSettingsAccess(const std::wstring& moduleName, const std::wstring& executableName) noexcept;
 
-    /// Joins the modules of this process.
-    void Attach() { m_block.Attach(m_executableName); }
+    /// Joins the modules of this process. False if that fails.
+    bool Attach() { return m_block.Attach(m_executableName); }
     /// Frees the module's settings, then leaves the others.
     void Detach() noexcept;
+
+    /// True if LookUp would find settings that do not enable the line, so that a program whose log is off pays for no
+    /// mutex: the module's own do not, no source file of the process has its own, and the registry is not due to be
+    /// read. False says nothing. flags: the line's category bits. mayRefresh: as for LookUp.
+    bool IsKnownDisabled(std::uint32_t flags, bool mayRefresh) const noexcept;
 
     /// The settings of a line: the source file's if it has its own (null for none), or else the module's. Nothing if
     /// the settings mutex is not obtained within 50 ms. mayRefresh: reads the registry first if that is due;

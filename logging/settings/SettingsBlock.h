@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -12,7 +13,7 @@
 namespace KVLogging
 {
 /// The log settings that the modules of a process share. Guarded by the settings mutex, except for the contents of the
-/// file records.
+/// file records and the one atomic member.
 struct SettingsBlock
 {
     static constexpr wchar_t kKind[] = L"RegValues";    ///< name of the shared mapping
@@ -40,9 +41,18 @@ struct SettingsBlock
         return files.emplace_back(fileName);
     }
 
+    /// The settings of the source file of that name; all zero if it had none. lowerName: in lower case.
+    LogModuleSettings& FindOrAddSourceFile(const std::wstring& lowerName)
+    {
+        hasSourceFiles = true;
+        return sourceFiles[lowerName];
+    }
+
     std::wstring executableName; ///< with extension
     /// By source file name in lower case. A reading of the registry overwrites entries and never removes one.
     std::map<std::wstring, LogModuleSettings, std::less<>> sourceFiles;
+    /// Whether any source file has settings of its own. Atomic, since a module looks at it without the mutex.
+    std::atomic<bool> hasSourceFiles = false;
     std::list<LogFileRecord> files; ///< a list, because settings point to its elements
     /// Never written, so its fileRecord is null: what an empty "LogFileName" means on every key except a source file's.
     LogModuleSettings fallback;

@@ -83,7 +83,7 @@ void ReadSourceFiles(const CRegistryKey& moduleKey, const std::wstring& moduleKe
         if (key.IsOpen())
         {
             // A new record starts at zero: it inherits only the file of the module's settings.
-            ReadLogValues(key, block, moduleSettings.fileRecord, block.sourceFiles[ToLower(name)]);
+            ReadLogValues(key, block, moduleSettings.fileRecord, block.FindOrAddSourceFile(ToLower(name)));
         }
     }
 }

@@ -1,25 +1,12 @@
 #include "logging/system/TimedLock.h"
 
+#include "logging/system/SlimLock.h"
+
 namespace KVLogging
 {
-namespace
-{
-class CGuard
-{
-public:
-    explicit CGuard(SRWLOCK& lock) noexcept : m_lock(lock) { ::AcquireSRWLockExclusive(&m_lock); }
-    ~CGuard() { ::ReleaseSRWLockExclusive(&m_lock); }
-    CGuard(const CGuard&) = delete;
-    CGuard& operator=(const CGuard&) = delete;
-
-private:
-    SRWLOCK& m_lock;
-};
-} // namespace
-
 bool CTimedLock::TryEnter(DWORD waitMs) noexcept
 {
-    const CGuard guard(m_guard);
+    const CSlimLockHold guard(m_guard);
     if (!m_isHeld)
     {
         m_isHeld = true;
@@ -41,7 +28,7 @@ bool CTimedLock::TryEnter(DWORD waitMs) noexcept
 
 void CTimedLock::Leave() noexcept
 {
-    const CGuard guard(m_guard);
+    const CSlimLockHold guard(m_guard);
     m_isHandedOver = m_waiterCount != 0;
     m_isHeld = m_isHandedOver;
     m_lastTicketAtHandover = m_lastTicket;

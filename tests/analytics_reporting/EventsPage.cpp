@@ -1,10 +1,11 @@
 #include "tests/analytics_reporting/EventsPage.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace KVTest
@@ -35,7 +36,7 @@ EventsPage::Row CellsOf(const std::wstring& line)
 
 EventsPage::EventsPage()
 {
-    std::istringstream stream(ReadFileBytes(PathBesideTest(L"events.md")));
+    std::istringstream stream(ReadFileBytes(PathInSources(L"docs/events.md")));
     for (std::string line; std::getline(stream, line);)
     {
         if (!line.empty() && line.back() == '\r')

@@ -5,7 +5,7 @@
 
 namespace KVTest
 {
-/// The copy of docs/events.md beside the test programs. Throws std::runtime_error if it cannot be read or a heading is
+/// The page docs/events.md of the source tree. Throws std::runtime_error if it cannot be read or a heading is
 /// missing. Texts are without the page's backticks.
 class EventsPage
 {

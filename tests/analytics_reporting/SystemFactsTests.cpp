@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/analytics_reporting/KnownSystem.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/KernelApi.h"
@@ -116,7 +117,7 @@ std::wstring GetVersionOf(const std::wstring& path)
 
 TEST(SystemFactsTests, ApplicationVersion_IsTheProductVersionOfTheProgram)
 {
-    EXPECT_EQ(GetVersionOf(KVTest::PathBesideTest(L"..\\..\\proxy\\KVAnalyticsProxy.exe")), KV_TEST_VERSION);
+    EXPECT_EQ(GetVersionOf(KVTest::PathOfBuiltProgram()), KV_TEST_VERSION);
     // Its file version is different.
     EXPECT_EQ(GetVersionOf(KVTest::PathBesideTest(L"kv_version_product_version.dll")), L"7.8 beta");
 }

@@ -33,10 +33,7 @@ constexpr DWORD kEverything = 0xFF0;
 // The value of an out-parameter before the call.
 constexpr wchar_t kBefore[] = L"before";
 
-std::exception_ptr Failure()
-{
-    return std::make_exception_ptr(std::runtime_error("of the spooler"));
-}
+constexpr char kSpoolerError[] = "of the spooler";
 
 // Fails allocations of sizes in that range, and remembers the largest that it failed.
 class FailingAllocations
@@ -64,6 +61,14 @@ private:
     static inline std::size_t s_largest;
     KVTest::AllocationHook m_hook{&Fail};
 };
+
+// A buffer of that size is allocated; a standard library may add some bytes of its own.
+void ExpectBuffer(std::size_t allocated, std::size_t needed)
+{
+    constexpr std::size_t kMostAdded = 64;
+    EXPECT_GE(allocated, needed);
+    EXPECT_LE(allocated, needed + kMostAdded);
+}
 
 // The place of a text according to a damaged answer.
 struct DamagedPlace
@@ -272,7 +277,7 @@ TEST_F(FindAllPrinterNamesTests, BufferCannotBeAllocated_IsOutOfMemoryAfterOneCa
         const FailingAllocations fail(kNeeded);
         EXPECT_EQ(CPrintUtil::FindAllPrinterNames(m_names), PRINT_E_OUT_OF_MEMORY);
     }
-    EXPECT_EQ(FailingAllocations::Largest(), kNeeded);
+    ExpectBuffer(FailingAllocations::Largest(), kNeeded);
     EXPECT_THAT(m_names, ElementsAre());
     EXPECT_EQ(m_spooler.calls, (Calls{Query()}));
     EXPECT_EQ(Log(), Scope());
@@ -297,11 +302,11 @@ TEST_F(FindAllPrinterNamesTests, NameCannotBeAllocated_IsOutOfMemoryWithoutNames
 TEST_F(FindAllPrinterNamesTests, ExceptionOfTheSpooler_PassesOn)
 {
     Script({L"A"});
-    m_spooler.enumAnswers.front().exception = Failure();
+    m_spooler.enumAnswers.front().error = kSpoolerError;
     EXPECT_THROW(CPrintUtil::FindAllPrinterNames(m_names), std::runtime_error);
     EXPECT_THAT(m_names, ElementsAre());
     Script({L"A"});
-    m_spooler.enumAnswers.back().exception = Failure();
+    m_spooler.enumAnswers.back().error = kSpoolerError;
     EXPECT_THROW(CPrintUtil::FindAllPrinterNames(m_names), std::runtime_error);
     EXPECT_EQ(Log(), Scope() + Scope());
 }
@@ -623,7 +628,7 @@ TEST_F(GetPrinterDataValueTests, OtherExceptionOfTheAllocation_PassesOnAndCloses
 
 TEST_F(GetPrinterDataValueTests, ExceptionOfTheFirstCall_PassesOnAndClosesThePrinter)
 {
-    m_spooler.dataAnswers = {{.exception = Failure()}};
+    m_spooler.dataAnswers = {{.error = kSpoolerError}};
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_value, kBefore);
     EXPECT_EQ(m_spooler.calls, AfterQuery());
@@ -632,7 +637,7 @@ TEST_F(GetPrinterDataValueTests, ExceptionOfTheFirstCall_PassesOnAndClosesThePri
 
 TEST_F(GetPrinterDataValueTests, ExceptionOfTheSecondCall_PassesOnAndClosesThePrinter)
 {
-    m_spooler.dataAnswers = {Needs(8), {.exception = Failure()}};
+    m_spooler.dataAnswers = {Needs(8), {.error = kSpoolerError}};
     m_spooler.closeError = ERROR_INVALID_HANDLE; // which is not logged when an exception passes
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_value, kBefore);
@@ -816,7 +821,7 @@ TEST_F(GetPrinterDriverNameTests, BufferCannotBeAllocated_IsOutOfMemoryAndCloses
         const FailingAllocations fail(kNeeded);
         EXPECT_EQ(Get(), PRINT_E_OUT_OF_MEMORY);
     }
-    EXPECT_EQ(FailingAllocations::Largest(), kNeeded);
+    ExpectBuffer(FailingAllocations::Largest(), kNeeded);
     EXPECT_EQ(m_name, kBefore);
     EXPECT_EQ(m_spooler.calls, AfterQuery());
     EXPECT_EQ(Log(), Scope());
@@ -838,11 +843,11 @@ TEST_F(GetPrinterDriverNameTests, NameCannotBeAllocated_IsOutOfMemoryAndClosesTh
 
 TEST_F(GetPrinterDriverNameTests, ExceptionOfTheSpooler_PassesOnAndClosesThePrinter)
 {
-    m_spooler.driverAnswers = {{.exception = Failure()}};
+    m_spooler.driverAnswers = {{.error = kSpoolerError}};
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_spooler.calls, AfterQuery());
     m_spooler.calls.clear();
-    m_spooler.driverAnswers = {{FALSE, 20}, {.exception = Failure()}};
+    m_spooler.driverAnswers = {{FALSE, 20}, {.error = kSpoolerError}};
     EXPECT_THROW(Get(), std::runtime_error);
     EXPECT_EQ(m_name, kBefore);
     EXPECT_EQ(m_spooler.calls, AfterRead(20));

@@ -8,9 +8,9 @@
 #include <cstring>
 #include <cwchar>
 #include <deque>
-#include <exception>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,7 +42,7 @@ public:
         std::optional<DWORD> type = {};
         std::optional<DWORD> neededBytes = {};
         std::string bytes = {};
-        std::exception_ptr exception = nullptr; // thrown instead of an answer
+        const char* error = nullptr; // text of a std::runtime_error that is thrown instead of an answer
     };
     /// Records of names, null for an entry without one, then the names themselves, cut to the room.
     struct EnumAnswer
@@ -51,7 +51,7 @@ public:
         std::optional<DWORD> neededBytes = {};
         std::optional<DWORD> entryCount = {};
         std::vector<const wchar_t*> names = {};
-        std::exception_ptr exception = nullptr;
+        const char* error = nullptr;
         Damaging damage = {};
     };
     struct DriverAnswer
@@ -59,7 +59,7 @@ public:
         BOOL result = FALSE;
         std::optional<DWORD> neededBytes = {};
         const wchar_t* name = nullptr;
-        std::exception_ptr exception = nullptr;
+        const char* error = nullptr;
         Damaging damage = {};
     };
 
@@ -165,9 +165,9 @@ private:
         }
         Answer answer = answers.front();
         answers.pop_front();
-        if (answer.exception)
+        if (answer.error != nullptr)
         {
-            std::rethrow_exception(answer.exception);
+            throw std::runtime_error(answer.error);
         }
         return answer;
     }

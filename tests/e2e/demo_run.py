@@ -4,11 +4,16 @@ Checks everything that it shows, and ends with 1 if something is wrong. FOLDER r
 Nothing leaves this computer: a collection server on 127.0.0.1 is the user's proxy.
 """
 
+import base64
+import html
+import json
 import pathlib
+import re
 import shutil
 import signal
 import sys
 import textwrap
+import time
 
 from kvtest import hits
 from kvtest.collection_server import CollectionServer
@@ -26,7 +31,11 @@ ModelName=Norvik-3000
 """
 LOG_FILE = "C:\\trace.log"
 EVERYTHING = 0x66000FF0
-INDENTED = 0x00200000
+# Every prefix except the milliseconds since the line before, indentation, durations.
+OPTIONS = 0x2F600000
+# What is left out where the log is printed.
+PREFIX = re.compile(r"^\S+ \S+ [0-9]{10} \[[0-9]+\] \{tid: 0x[0-9A-F]+\} (?:[0-9]{4,}: | {6})")
+DURATION = re.compile(r" \(Dur: [0-9]+ us\) $")
 LINK = "/linkid BuyInk /connection NW /network Network_Wireless"
 SCREEN = "/tabid Scan"
 
@@ -36,6 +45,7 @@ class Demo:
         self.product = product
         self.server = server
         self.failures = []
+        self.logs = []
         self._seen = 0
 
     def check(self, is_so, claim):
@@ -70,11 +80,12 @@ class Demo:
             print(f"    {key:<4} {hits.parameter_name(key):<20} {value}")
 
     def take_log(self):
-        """The lines of the trace log so far; the file is removed."""
+        """The lines of the trace log so far, without their prefixes; the file is removed."""
         file = self.product.prefix.path(LOG_FILE)
-        lines = file.read_bytes().decode("utf-16-le").splitlines()
+        content = file.read_bytes()
         file.unlink()
-        return lines
+        self.logs.append(content)
+        return [DURATION.sub("", PREFIX.sub("", line)) for line in content.decode("utf-16-le").splitlines()]
 
 
 def chapter(title, text=""):
@@ -144,8 +155,8 @@ def show_queue(demo):
     demo.check([hits.stored(hit) for hit in queued] == expected, "the four hits are in the queue file:")
     for hit in queued:
         print(f"\n    {hit}")
-    chapter("The doctor", "A console program beside the other says what a run would find, and changes nothing. Before each "
-            "run of this demonstration it has been asked, and the run has ended as it had said.")
+    chapter("The doctor", "A console program beside the other says what a run would find, and changes nothing. Each run of "
+            "this demonstration has ended as it had said.")
     show_doctor(demo, 0)
     demo.product.opt_out()
     code = demo.product.examine().exit_code
@@ -167,7 +178,30 @@ def show_queue(demo):
         demo.show_parameters(hits.parameters(path))
 
 
+def recorded(demos, started):
+    """What the servers received, as viewer/collect records it. started: the time of the clock and of the requests' clock."""
+    wall, monotonic = started
+    requests = sorted((request for demo in demos for request in demo.server.requests), key=lambda request: request.at)
+    return "".join(json.dumps({"at": wall + request.at - monotonic, "host": f"{request.host}:{request.port}",
+                               "path": request.path, "answer": request.answer}) + "\n" for request in requests)
+
+
+def offer_page(tree, folder, files):
+    """The page of viewer/ with these files in it."""
+    page = tree / "viewer" / "index.html"
+    if not page.exists():
+        return
+    blocks = "".join(f'<script type="application/octet-stream" data-name="{html.escape(name)}">'
+                     f"{base64.b64encode(content).decode('ascii')}</script>\n" for name, content in files.items())
+    shown = folder / "demo.html"
+    shown.write_text(page.read_text(encoding="utf-8").replace("</main>", "</main>\n" + blocks, 1), encoding="utf-8")
+    chapter("To look closer", "This page shows the logs and hits of this run in any browser: functions on a timeline, each hit "
+            "with the meaning of its parameters. It needs no server and no network.")
+    print(f"  {shown.as_uri()}")
+
+
 def main():
+    started = (time.time(), time.monotonic())
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143)) # ends Wine's processes too
     tree, folder = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
     shutil.rmtree(folder / "product", ignore_errors=True)
@@ -179,7 +213,7 @@ def main():
         product.write_config(CONFIGURATION)
         product.opt_in()
         product.send_to(server.port)
-        product.log_to(LOG_FILE, EVERYTHING, INDENTED)
+        product.log_to(LOG_FILE, EVERYTHING, OPTIONS)
         chapter("The product", f"{folder / 'product'} is C:\\Product inside Wine. It holds the program, the file by which "
                 "a user has opted in, and the configuration. UseSSL is false here only so that the hits can be shown "
                 "without a certificate.")
@@ -195,6 +229,8 @@ def main():
             late = Demo(product, late_server)
             show_queue(late)
     failures = demo.failures + late.failures
+    files = {f"run {number}.log": log for number, log in enumerate(demo.logs, 1)}
+    offer_page(tree, folder, {**files, "hits.jsonl": recorded([demo, late], started).encode("utf-8")})
     chapter("Result")
     print("Everything is as it must be." if not failures else "Not as it must be: " + "; ".join(failures))
     return 1 if failures else 0

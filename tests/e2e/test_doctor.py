@@ -7,14 +7,15 @@ import time
 import unittest
 
 from kvtest import hits
-from kvtest.doctor import MOST_QUESTIONS, UNEXAMINED, Diagnosis, compare
-from kvtest.product import LOGGING_KEY, PROXY_S_DONE, Run, make_file
+from kvtest.doctor import MOST_QUESTIONS, UNEXAMINED, Cases, Diagnosis, ExaminedProduct, compare
+from kvtest.product import HOST, LOGGING_KEY, PROXY_S_DONE, PROXY_S_NOT_OPTED_IN, Run, make_file
 from kvtest.program_test import PLAIN, ReportingTest
 from kvtest.wine import SOURCE
 
 PAGE = SOURCE / "docs" / "doctor.md"
 CLIENT_ID = "3f2504e0-4f89-11d3-9a0c-0305e82c3301"
 PROFILE = f"[Users]\r\nUUID={CLIENT_ID}\r\n".encode("ascii")
+OPTED_OUT = json.dumps({"verdict": {"programResult": PROXY_S_NOT_OPTED_IN}})
 MODULE_KEY = f"{LOGGING_KEY}\\KVAnalyticsProxy.exe"
 # Without /connect it ends within five seconds; a busy machine takes some more to start it.
 LONGEST_SECONDS = 20
@@ -31,6 +32,9 @@ class DoctorTest(ReportingTest):
 
     def hit(self, name, mark=""):
         return f"/collect?v=1&z=41&cid={CLIENT_ID}&t=appview&cd={name}{mark}\n"
+
+    def config_file(self):
+        return self.prefix.path(f"{self.product.folder}\\config.ini")
 
     def fill_queue(self, *lines):
         make_file(self.product.profile_file, PROFILE)
@@ -81,7 +85,7 @@ class VerdictTests(DoctorTest):
 
     def test_comparison_finds_a_verdict_that_the_run_does_not_bear_out(self):
         """Otherwise the comparison at the runs of all other tests would prove nothing."""
-        opted_out = Diagnosis(11, json.dumps({"verdict": {"programResult": 0x03E8C0FF}}))
+        opted_out = Diagnosis(11, OPTED_OUT)
         compare(opted_out, Run(0x03E8C0FF, 0))
         for exit_code in (0x03E8C0FB, 0x83E8C0FC, 0x83E8C0FE):
             with self.assertRaises(AssertionError):
@@ -104,6 +108,65 @@ class ExceptionsTests(unittest.TestCase):
                     found.add(place)
         self.assertEqual({name for name in found if not any(name.startswith(known) for known in UNEXAMINED)}, set())
         self.assertEqual({known for known in UNEXAMINED if not any(name.startswith(known) for name in found)}, set())
+
+
+class CasesTests(DoctorTest):
+    """When the doctor is asked before a run."""
+
+    def setUp(self):
+        super().setUp()
+        if self.prefix.differences() is None:
+            self.skipTest("nothing is noted of what has changed, so the doctor is asked before each run")
+
+    def test_equal_installations_are_one_case(self):
+        self.product.send_to(4711)
+        case = Cases.name(self.product)
+        self.assertIsNotNone(case)
+        self.prefix.restore()
+        self.product = ExaminedProduct(self.prefix, self.product.files)
+        self.product.opt_in()
+        self.product.write_config(PLAIN)
+        self.product.send_to(4712)
+        self.assertEqual(Cases.name(self.product), case)
+
+    def test_whatever_the_doctor_may_see_makes_a_new_case(self):
+        changes = (self.product.opt_out,
+                   self.product.participation_program().unlink,
+                   lambda: self.product.write_config(PLAIN + "[Directories]\nDataFolder=C:\\Data\n"),
+                   lambda: self.fill_queue(self.hit("A")),
+                   lambda: self.fill_queue(self.hit("B")),
+                   lambda: self.product.send_to(4711),
+                   self.prefix.path(self.product.doctor).unlink,
+                   lambda: setattr(self.product, "folder", "C:\\Other"))
+        cases = {Cases.name(self.product)}
+        for change in changes:
+            change()
+            cases.add(Cases.name(self.product))
+        self.assertEqual(len(cases), 1 + len(changes))
+        self.assertNotIn(None, cases)
+
+    def test_change_that_is_not_noted_makes_the_case_unknown(self):
+        self.prefix.spoil()
+        self.assertIsNone(Cases.name(self.product))
+
+    def test_linked_folder_makes_the_case_unknown(self):
+        (self.prefix.drive_c / "Linked").symlink_to(self.prefix.scratch)
+        self.assertIsNone(Cases.name(self.product))
+        (self.prefix.drive_c / "Linked").unlink()
+
+    def test_known_case_is_not_asked_again_and_each_run_is_compared(self):
+        cases, asked = Cases(), []
+        self.product.cases = cases
+        self.product.examine = lambda: asked.append(cases.name(self.product)) or Diagnosis(0, OPTED_OUT)
+        self.product.opt_out()
+        for _ in range(2):
+            self.product.start()
+        self.assertEqual(len(asked), 1)
+        self.product.opt_out_mark().unlink()
+        self.serve()
+        for count in (2, 3): # a run leaves the client's files, which make a new case
+            self.assertRaisesRegex(AssertionError, "the doctor said PROXY_S_NOT_OPTED_IN", self.product.start)
+            self.assertEqual(len(asked), count)
 
 
 class UnchangedTests(DoctorTest):
@@ -171,15 +234,15 @@ class ReportTests(DoctorTest):
                                   "[Directories]\nDataFolder=C:\\Data\n")
         configuration = self.product.examine().report["configuration"]
         self.assertEqual(configuration, {
-            "path": "C:\\Product\\config.ini", "present": True, "propertyIdPrefix": "NV-", "propertyId": "NV-3",
+            "path": f"{self.product.folder}\\config.ini", "present": True, "propertyIdPrefix": "NV-", "propertyId": "NV-3",
             "useSslText": "yes", "useSsl": False, "modelName": "N 3000", "dataFolder": "C:\\Data",
             "dataFolderSource": "config.ini"})
 
     def test_default_data_folder(self):
-        self.prefix.path("C:\\Product\\config.ini").unlink()
+        self.config_file().unlink()
         configuration = self.product.examine().report["configuration"]
         self.assertEqual((configuration["present"], configuration["dataFolder"], configuration["dataFolderSource"],
-                          configuration["useSsl"]), (False, "C:\\ProgramData\\Norvik\\Product", "default", True))
+                          configuration["useSsl"]), (False, self.product.default_data_folder, "default", True))
 
     def test_data_folder_that_is_no_full_path(self):
         self.product.write_config(PLAIN + "[Directories]\nDataFolder=Data\n")
@@ -216,7 +279,8 @@ class ReportTests(DoctorTest):
         program = self.product.examine().report["program"]
         self.assertEqual((program["path"], program["present"], program["version"]),
                          (self.product.program, True, self.product.files.version))
-        self.assertEqual((program["hostPath"], program["hostPresent"]), ("C:\\windows\\syswow64\\mshta.exe", False))
+        self.assertFalse(self.prefix.path(HOST).exists())
+        self.assertEqual((program["hostPath"], program["hostPresent"]), (HOST, False))
 
     def test_text_for_people(self):
         status, output = self.ask()
@@ -268,8 +332,8 @@ class AbsurdInputTests(DoctorTest):
         self.assertEqual(self.ask()[0], 0)
 
     def test_folder_in_place_of_the_configuration(self):
-        self.prefix.path("C:\\Product\\config.ini").unlink()
-        self.prefix.path("C:\\Product\\config.ini").mkdir()
+        self.config_file().unlink()
+        self.config_file().mkdir()
         self.assertFalse(self.product.examine().report["configuration"]["present"])
 
     def test_very_long_values(self):
@@ -282,9 +346,9 @@ class AbsurdInputTests(DoctorTest):
         config = "\ufeff" + PLAIN + f"[DeviceInfo]\nModelName={model}\n"
         self.product.write_config(config.replace("\n", "\r\n").encode("utf-16-le"))
         self.assertEqual(self.product.examine().report["configuration"]["modelName"], model)
-        self.product.place_host()
+        file = self.prefix.path("C:\\out.txt")
         self.prefix.run("cmd", "/c", f"{self.product.doctor} > C:\\out.txt")
-        output = self.prefix.path("C:\\out.txt").read_bytes()
+        output = file.read_bytes()
         self.assertTrue(output.startswith(b"Verdict\r\n"))
         self.assertIn(model, output.decode("utf-8"))
 

@@ -3,6 +3,7 @@ could be initialised, so nothing from outside brings it about."""
 
 from kvtest.product import HOST, make_file
 from kvtest.program_test import ReportingTest
+from kvtest.wine import to_windows
 
 
 class ResultTests(ReportingTest):
@@ -36,7 +37,7 @@ class StandInTests(ReportingTest):
 
     def start_ending(self, arguments):
         self.product.place_host()
-        return self.product.start_command_line(f'"Z:{self.product.files.ending}" {arguments}')
+        return self.product.start_command_line(f'"{to_windows(self.product.files.ending)}" {arguments}')
 
     def test_all_bits_of_an_exit_code(self):
         for code in (0, 1, 0x03E8C0FB, 0x83E8C0FE, 0xFFFFFFFF):
@@ -44,6 +45,18 @@ class StandInTests(ReportingTest):
 
     def test_crash(self):
         self.assertEqual(self.start_ending("crash").exit_code, 0xC0000005)
+
+    def test_child_of_another_program(self):
+        """Where the system's own host cannot be replaced, a stand-in elsewhere makes it the parent."""
+        self.serve()
+        make_file(self.prefix.path(HOST), self.product.files.ending.read_bytes())
+        parent = self.prefix.path("C:\\parent.txt")
+        child = self.prefix.path("C:\\child.txt")
+        parent.write_bytes(f'"{HOST}" hang'.encode("utf-16-le"))
+        child.write_bytes(self.product.command_line("/linkid a").encode("utf-16-le"))
+        stand_in = to_windows(self.product.files.host)
+        output = self.prefix.run(stand_in, "C:\\child.txt", "30000", "C:\\parent.txt")
+        self.assertRegex(output, r"\A0x03E8C0FB [0-9]+\n\Z")
 
     def test_program_that_does_not_exist(self):
         self.product.place_host()
@@ -53,4 +66,4 @@ class StandInTests(ReportingTest):
     def test_program_that_does_not_end(self):
         self.product.place_host()
         with self.assertRaisesRegex(RuntimeError, "kv_mshta: the program did not end within 500 ms"):
-            self.product.start_command_line(f'"Z:{self.product.files.ending}" hang', longest_ms=500)
+            self.product.start_command_line(f'"{to_windows(self.product.files.ending)}" hang', longest_ms=500)

@@ -2,6 +2,7 @@
 
 from kvtest.product import HOST, make_file
 from kvtest.program_test import PLAIN, ReportingTest
+from kvtest.wine import to_windows
 
 
 class UntouchedTests(ReportingTest):
@@ -15,7 +16,7 @@ class UntouchedTests(ReportingTest):
     def changes(self, arguments, result, host=HOST):
         """The names of all files and folders that a run makes, changes or removes."""
         self.product.place_host(host)
-        self.product.start_command_line(f'"Z:{self.product.files.facts}"', host)
+        self.product.start_command_line(f'"{to_windows(self.product.files.facts)}"', host)
         self.prefix.stop()
         before = self.prefix.snapshot()
         self.prefix.start()

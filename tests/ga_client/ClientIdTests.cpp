@@ -6,6 +6,7 @@
 
 #include "tests/support/ClientTestSupport.h"
 #include "tests/support/LoaderPatch.h"
+#include "tests/support/Narrow.h"
 #include "tests/support/ScopedSubstitute.h"
 
 using GAClient::LoadOrCreateClientId;
@@ -69,9 +70,8 @@ TEST_F(ClientIdTests, FirstRun_CreatesALowerCaseUuidAndWritesIt)
     std::wstring id;
     ASSERT_TRUE(LoadOrCreateClientId(L"Lumo", L"1.2", id));
     EXPECT_EQ(id.size(), 36U);
-    EXPECT_TRUE(IsPlainUuid(id)) << std::string(id.begin(), id.end());
-    EXPECT_EQ(KVTest::ReadFileBytes(IdentityFile(L"1.2")),
-              "[Users]\r\nUUID=" + std::string(id.begin(), id.end()) + "\r\n");
+    EXPECT_TRUE(IsPlainUuid(id)) << KVTest::Narrow(id);
+    EXPECT_EQ(KVTest::ReadFileBytes(IdentityFile(L"1.2")), "[Users]\r\nUUID=" + KVTest::Narrow(id) + "\r\n");
 }
 
 TEST_F(ClientIdTests, File_IsReadWithAnEmptyDefaultAndABufferOf256)

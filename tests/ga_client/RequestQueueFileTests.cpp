@@ -10,7 +10,7 @@
 #include "tests/support/ScopedSubstitute.h"
 #include "winapi/KernelApi.h"
 
-KV_DECLARE_IMPORT(GetFileInformationByHandle)
+KV_DECLARE_IMPORT(GetFileInformationByHandleEx)
 KV_DECLARE_IMPORT(ReadFile)
 KV_DECLARE_IMPORT(SetEndOfFile)
 KV_DECLARE_IMPORT(SetFilePointerEx)
@@ -82,7 +82,8 @@ public:
     BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) override
     {
         ++writes;
-        const DWORD room = shortWrites-- > 0 ? roomOfShortWrites : size;
+        lastBytes += static_cast<const char*>(buffer)[size - 1];
+        const DWORD room = fullWrites-- <= 0 && shortWrites-- > 0 ? roomOfShortWrites : size;
         const DWORD taken = size < room ? size : room;
         const BOOL done = CKernelApi::WriteFile(file, buffer, taken, written, overlapped);
         if (taken < size && failsWhenFull)
@@ -116,7 +117,8 @@ public:
     }
 
     static constexpr int kAlways = 1000;
-    int shortWrites = 0; // so many of the next ones take no more than these bytes
+    int fullWrites = 0;  // so many of the next ones are no short ones
+    int shortWrites = 0; // so many of those that follow take no more than these bytes
     DWORD roomOfShortWrites = 0;
     bool failsWhenFull = false;
     int failingSizes = 0;
@@ -124,6 +126,7 @@ public:
     DWORD openError = ERROR_ACCESS_DENIED;
     DWORD refusedDisposition = 0;
     int writes = 0;
+    std::string lastBytes; // of each write
     struct Opening
     {
         std::wstring name;
@@ -171,13 +174,18 @@ private:
 class LinkPatch
 {
 public:
-    LinkPatch() : m_patch(__imp_GetFileInformationByHandle, reinterpret_cast<void*>(&Answer)) {}
+    LinkPatch() : m_patch(__imp_GetFileInformationByHandleEx, reinterpret_cast<void*>(&Answer)) {}
 
 private:
-    static BOOL WINAPI Answer(HANDLE, BY_HANDLE_FILE_INFORMATION* information)
+    static BOOL WINAPI Answer(HANDLE, FILE_INFO_BY_HANDLE_CLASS kind, void* information, DWORD size)
     {
-        *information = {};
-        information->dwFileAttributes = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT;
+        if (kind != FileBasicInfo || size < sizeof(FILE_BASIC_INFO))
+        {
+            return FALSE;
+        }
+        auto* const basic = static_cast<FILE_BASIC_INFO*>(information);
+        *basic = {};
+        basic->FileAttributes = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT;
         return TRUE;
     }
     KVTest::ImportPatch m_patch;
@@ -617,6 +625,34 @@ TEST_F(RequestQueueFileTests, Save_IsOneWrite)
     EXPECT_EQ(kernelApi.writes, 1);
 }
 
+// 500 hits of 2000 characters: more than three pieces of 256 KiB.
+TEST_F(RequestQueueFileTests, Save_OfALargeQueue_WritesWholeLinesAtATime)
+{
+    BadDiskApi kernelApi;
+    KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernelApi);
+    WriteBytes("half");
+    Requests queue;
+    std::string expected = "half\n";
+    for (int i = 0; i < 500; ++i)
+    {
+        queue.push_back(std::to_wstring(i) + std::wstring(2000, L'x'));
+        expected += std::to_string(i) + std::string(2000, 'x') + "\n";
+    }
+    EXPECT_TRUE(m_file.Save(queue));
+    EXPECT_TRUE(Bytes() == expected); // no megabyte of text in a failure
+    EXPECT_EQ(kernelApi.lastBytes, "\n\n\n\n");
+}
+
+TEST_F(RequestQueueFileTests, Save_OfALineLongerThanAPiece_IsOneWriteForTheLine)
+{
+    BadDiskApi kernelApi;
+    KVTest::ScopedSubstitute swap(KVWinApi::g_kernelApi, kernelApi);
+    WriteBytes("half");
+    EXPECT_TRUE(m_file.Save({std::wstring(300000, L'x'), L"a", L"b", std::wstring(300000, L'y')}));
+    EXPECT_TRUE(Bytes() == "half\n" + std::string(300000, 'x') + "\na\nb\n" + std::string(300000, 'y') + "\n");
+    EXPECT_EQ(kernelApi.lastBytes, "\n\n\n");
+}
+
 TEST_F(RequestQueueFileTests, FullDisk_LeavesTheFileAsItWas)
 {
     WriteBytes("a\n");
@@ -696,7 +732,7 @@ TEST_F(QueueFileRetryTests, Save_WithAFileThatCannotBeMeasured)
 
 TEST_F(QueueFileRetryTests, Save_WithAFileThatCannotBeLookedAt)
 {
-    const FailingImport<decltype(::GetFileInformationByHandle)> patch(__imp_GetFileInformationByHandle, kFailures);
+    const FailingImport<decltype(::GetFileInformationByHandleEx)> patch(__imp_GetFileInformationByHandleEx, kFailures);
     ExpectSaves();
     EXPECT_EQ(patch.GetFailuresLeft(), 0);
 }
@@ -721,6 +757,22 @@ TEST_F(QueueFileRetryTests, Save_WithWritesThatFail)
     m_kernelApi.failsWhenFull = true;
     ExpectSaves();
     EXPECT_EQ(m_kernelApi.writes, kFailures + 1);
+}
+
+TEST_F(QueueFileRetryTests, Save_WithALaterPieceThatFails_TakesTheEarlierOnesBack)
+{
+    m_kernelApi.fullWrites = 2;
+    m_kernelApi.shortWrites = BadDiskApi::kAlways;
+    EXPECT_FALSE(m_file.Save(Requests(500, std::wstring(2000, L'x'))));
+    EXPECT_EQ(Bytes(), "a\nhalf");
+}
+
+TEST_F(QueueFileRetryTests, Save_WithALaterPieceThatFailsAtFirst_WritesAllOnce)
+{
+    m_kernelApi.fullWrites = 2;
+    m_kernelApi.shortWrites = 1;
+    EXPECT_TRUE(m_file.Save({std::wstring(300000, L'x'), std::wstring(300000, L'y'), L"a"}));
+    EXPECT_TRUE(Bytes() == "a\nhalf\n" + std::string(300000, 'x') + "\n" + std::string(300000, 'y') + "\na\n");
 }
 
 TEST_F(QueueFileRetryTests, Save_WithHalfAWriteThatCannotBeTakenBack_WritesOverIt)
@@ -779,7 +831,7 @@ TEST_F(QueueFileRetryTests, Load_WithACallThatFails_LeavesTheFileOrTakesTheHits)
         EXPECT_EQ(queue, queue.empty() ? Requests() : Requests({L"a", L"half"}));
     };
     {
-        const FailingImport<decltype(::GetFileInformationByHandle)> patch(__imp_GetFileInformationByHandle, 1);
+        const FailingImport<decltype(::GetFileInformationByHandleEx)> patch(__imp_GetFileInformationByHandleEx, 1);
         expectKept();
     }
     {

@@ -20,9 +20,9 @@ class InspectionTests(unittest.TestCase):
         self.header = self.image.u32(0x3C)
         self.optional = self.header + 24
 
-    def write(self, offset, form, value):
+    def write(self, offset, form, *values):
         data = bytearray(self.image.data)
-        struct.pack_into(form, data, offset, value)
+        struct.pack_into(form, data, offset, *values)
         self.image.data = bytes(data)
         self.reread()
 
@@ -44,6 +44,15 @@ class InspectionTests(unittest.TestCase):
     def test_console_program(self):
         self.write(self.optional + 68, "<H", 3)
         self.assertFound("subsystem 3, not the graphical one")
+
+    def test_console_program_of_any_size(self):
+        self.write(self.optional + 68, "<H", 3)
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
+        self.assertEqual(list(inspect_image.findings(self.image, [], is_console=True)), [])
+
+    def test_graphical_program_in_place_of_the_console_one(self):
+        self.assertEqual(list(inspect_image.findings(self.image, [], is_console=True)),
+                         ["subsystem 2, not the console"])
 
     def test_no_data_execution_prevention(self):
         self.write(self.optional + 70, "<H", self.image.dll_characteristics & ~0x0100)
@@ -69,6 +78,14 @@ class InspectionTests(unittest.TestCase):
     def test_time_stamp(self):
         self.write(self.header + 8, "<I", 1416096000)
         self.assertFound("a time stamp makes each build another")
+
+    def test_largest_program(self):
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES, b"\0")
+        self.assertFound()
+
+    def test_too_large(self):
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
+        self.assertFound("340001 bytes, more than 340000")
 
     def test_relocations_stripped(self):
         self.write(self.header + 22, "<H", self.image.characteristics | 1)
@@ -108,6 +125,62 @@ class InspectionTests(unittest.TestCase):
                          ["b is built without stack protector"])
         self.assertEqual(list(inspect_image.library_findings({"a": b"__stack_chk_fail"})),
                          ["no library has a checked copy"])
+
+
+class VisualCppTests(InspectionTests):
+    """The same program, taken for one of Visual C++: what only such a program may have is written into the copy."""
+
+    def setUp(self):
+        super().setUp()
+        self.write(self.optional + 70, "<H", self.image.dll_characteristics | 0x4000)
+
+    def assertFound(self, *findings, runtime=("msvcrt.dll",)):
+        self.assertEqual(list(inspect_image.findings(self.image, [], "msvc", runtime)), list(findings))
+
+    def test_too_large(self):
+        """The bound is that of g++'s program. That of Visual C++ holds a different C runtime."""
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
+        self.assertFound()
+
+    def write_debug_entries(self, *entries):
+        """Over the first bytes of the code. Each entry is (type, content)."""
+        _, address, _, start = self.image.sections[0]
+        content_at = start + 28 * len(entries)
+        for index, (kind, content) in enumerate(entries):
+            self.write(start + 28 * index, "<IIIIIII", 0, 0, 0, kind, len(content), 0, content_at)
+            self.write(content_at, f"{len(content)}s", content)
+            content_at += len(content)
+        self.write(self.optional + 112 + 8 * inspect_image.DEBUG, "<II", address, 28 * len(entries))
+
+    @staticmethod
+    def symbols(name):
+        return 2, b"RSDS" + bytes(20) + name + b"\0"
+
+    def test_imported_c_runtime(self):
+        self.assertFound("imports msvcrt.dll, for which every run would pay", runtime=())
+
+    def test_no_control_flow_guard(self):
+        self.write(self.optional + 70, "<H", self.image.dll_characteristics & ~0x4000)
+        self.assertFound("control flow guard is off")
+
+    def test_symbol_file_by_its_name(self):
+        self.write_debug_entries(self.symbols(b"KVAnalyticsProxy.pdb"))
+        self.assertFound()
+
+    def test_symbol_file_with_its_folder(self):
+        self.write_debug_entries(self.symbols(b"C:\\build\\KVAnalyticsProxy.pdb"))
+        self.assertFound("names the symbol file with its folder: C:\\build\\KVAnalyticsProxy.pdb")
+
+    def test_hash_in_place_of_the_time_stamp(self):
+        self.write(self.header + 8, "<I", 0xD8DB04C1)
+        self.write_debug_entries((16, b""))
+        self.assertFound()
+
+    def test_function_that_shows_a_box(self):
+        self.replace(b"SetErrorMode\0", b"MessageBoxW\0\0")
+        self.assertFound()
+        self.replace(b"MessageBoxW\0\0", b"TaskDialog\0\0\0")
+        self.assertFound("holds the text TaskDialog")
 
 
 if __name__ == "__main__":

@@ -14,6 +14,7 @@
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
 #include "tests/support/Faults.h"
+#include "tests/support/Narrow.h"
 #include "utils/base/StructuredExceptionScope.h"
 #include "utils/base/Win32Exception.h"
 #include "winapi/base/SystemHandles.h"

@@ -15,6 +15,7 @@
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
 #include "tests/support/DebugOutputCapture.h"
+#include "tests/support/Narrow.h"
 #include "winapi/base/SystemHandles.h"
 
 // Modules that are in one another's way: no line may be lost, and none may stop a thread of another module for long.

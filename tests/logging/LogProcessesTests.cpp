@@ -8,6 +8,7 @@
 
 #include "tests/logging/LogTest.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Narrow.h"
 #include "winapi/base/SystemHandles.h"
 
 namespace

@@ -1,8 +1,9 @@
 #include "tests/logging/LogTest.h"
 
-#include <algorithm>
 #include <regex>
 #include <stdexcept>
+
+#include "tests/support/Narrow.h"
 
 namespace KVTest
 {
@@ -37,14 +38,6 @@ std::wstring Lines(std::initializer_list<std::wstring> lines)
         text += line + L"\r\n";
     }
     return text;
-}
-
-std::string Narrow(const std::wstring& text)
-{
-    std::string narrow(text.size(), '?');
-    std::transform(text.begin(), text.end(), narrow.begin(),
-                   [](wchar_t character) { return character <= 0x7E ? static_cast<char>(character) : '?'; });
-    return narrow;
 }
 
 bool Matches(const std::wstring& text, const std::string& expression)

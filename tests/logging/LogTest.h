@@ -32,9 +32,6 @@ std::wstring Lines(std::initializer_list<std::wstring> lines);
 /// True when the regular expression (ECMAScript, narrow) fits the whole text.
 bool Matches(const std::wstring& text, const std::string& expression);
 
-/// Characters beyond 0x7E as "?".
-std::string Narrow(const std::wstring& text);
-
 bool FileExists(const std::wstring& path);
 
 /// Keeps everybody else from opening a file that exists, as another process that writes it would.

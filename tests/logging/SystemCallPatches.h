@@ -12,7 +12,9 @@
 
 KV_DECLARE_IMPORT(CreateFileMappingW)
 KV_DECLARE_IMPORT(CreateFileW)
+KV_DECLARE_IMPORT(CreateMutexW)
 KV_DECLARE_IMPORT(GetFileAttributesW)
+KV_DECLARE_IMPORT(GetFileInformationByHandleEx)
 KV_DECLARE_IMPORT(GetLongPathNameW)
 KV_DECLARE_IMPORT(GetTickCount)
 KV_DECLARE_IMPORT(LeaveCriticalSection)
@@ -243,6 +245,29 @@ private:
     ImportPatch m_patch;
 };
 
+/// Notes the names of the mutexes that are made.
+class MutexPatch
+{
+public:
+    MutexPatch() : m_patch(__imp_CreateMutexW, reinterpret_cast<void*>(&Create))
+    {
+        s_names.clear();
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    static const std::vector<std::wstring>& GetNames() { return s_names; }
+
+private:
+    static HANDLE WINAPI Create(SECURITY_ATTRIBUTES* security, BOOL isOwned, LPCWSTR name)
+    {
+        s_names.emplace_back(name);
+        return s_original(security, isOwned, name);
+    }
+
+    inline static HANDLE(WINAPI* s_original)(SECURITY_ATTRIBUTES*, BOOL, LPCWSTR) = nullptr;
+    inline static std::vector<std::wstring> s_names;
+    ImportPatch m_patch;
+};
+
 /// Notes the access that is asked for at each opening of a registry key.
 class RegistryPatch
 {
@@ -306,22 +331,72 @@ private:
 class LinkPatch
 {
 public:
-    explicit LinkPatch(std::wstring end) : m_patch(__imp_GetFileAttributesW, reinterpret_cast<void*>(&GetAttributes))
+    explicit LinkPatch(std::wstring end)
+        : m_pathPatch(__imp_GetFileAttributesW, reinterpret_cast<void*>(&GetAttributes)),
+          m_handlePatch(__imp_GetFileInformationByHandleEx, reinterpret_cast<void*>(&GetInformation))
     {
         s_end = std::move(end);
-        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+        s_getAttributes = reinterpret_cast<decltype(s_getAttributes)>(m_pathPatch.GetOriginal());
+        s_getInformation = reinterpret_cast<decltype(s_getInformation)>(m_handlePatch.GetOriginal());
     }
 
 private:
-    static DWORD WINAPI GetAttributes(LPCWSTR path)
+    static DWORD AttributeOf(const std::wstring& path)
     {
-        const std::wstring text = path;
-        const bool isLink = text.size() >= s_end.size() && text.substr(text.size() - s_end.size()) == s_end;
-        return s_original(path) | (isLink ? FILE_ATTRIBUTE_REPARSE_POINT : 0);
+        return path.ends_with(s_end) ? FILE_ATTRIBUTE_REPARSE_POINT : 0;
+    }
+    static DWORD WINAPI GetAttributes(LPCWSTR path) { return s_getAttributes(path) | AttributeOf(path); }
+    static BOOL WINAPI GetInformation(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, LPVOID information, DWORD byteCount)
+    {
+        const BOOL result = s_getInformation(file, kind, information, byteCount);
+        if (result != FALSE && kind == FileBasicInfo)
+        {
+            std::wstring path(MAX_PATH, L'\0');
+            path.resize(::GetFinalPathNameByHandleW(file, path.data(), MAX_PATH, 0));
+            static_cast<FILE_BASIC_INFO*>(information)->FileAttributes |= AttributeOf(path);
+        }
+        return result;
     }
 
-    inline static DWORD(WINAPI* s_original)(LPCWSTR) = nullptr;
+    inline static DWORD(WINAPI* s_getAttributes)(LPCWSTR) = nullptr;
+    inline static BOOL(WINAPI* s_getInformation)(HANDLE, FILE_INFO_BY_HANDLE_CLASS, LPVOID, DWORD) = nullptr;
     inline static std::wstring s_end;
+    ImportPatch m_pathPatch;
+    ImportPatch m_handlePatch;
+};
+
+/// Notes how files whose path ends with the text, which is in lower case, are opened.
+class OpeningPatch
+{
+public:
+    struct Opening
+    {
+        DWORD disposition;
+        DWORD flags;
+    };
+    explicit OpeningPatch(std::wstring end) : m_patch(__imp_CreateFileW, reinterpret_cast<void*>(&Create))
+    {
+        s_end = std::move(end);
+        s_openings.clear();
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+    static const std::vector<Opening>& GetOpenings() { return s_openings; }
+
+private:
+    static HANDLE WINAPI Create(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                                DWORD disposition, DWORD flags, HANDLE model)
+    {
+        if (std::wstring(path).ends_with(s_end))
+        {
+            s_openings.push_back({disposition, flags});
+        }
+        return s_original(path, access, share, security, disposition, flags, model);
+    }
+
+    inline static HANDLE(WINAPI* s_original)(LPCWSTR, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD,
+                                             HANDLE) = nullptr;
+    inline static std::wstring s_end;
+    inline static std::vector<Opening> s_openings;
     ImportPatch m_patch;
 };
 

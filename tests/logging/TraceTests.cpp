@@ -7,6 +7,7 @@
 #include <new>
 
 #include "tests/logging/LogTest.h"
+#include "tests/support/Narrow.h"
 
 namespace
 {

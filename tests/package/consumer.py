@@ -9,7 +9,7 @@ import place
 
 
 class Consumer:
-    """A folder with sources, built with the package, a toolchain file and nothing else."""
+    """A folder with sources, built with the package, a toolchain file or Visual Studio, and nothing else."""
 
     def __init__(self, name):
         self.folder = place.folder() / name
@@ -28,14 +28,17 @@ class Consumer:
         shutil.copytree(folder, self.folder)
 
     def configure(self, toolchain="mingw-w64.cmake"):
-        return place.run("cmake", "-S", ".", "-B", "build", "-G", "Ninja", "--toolchain", toolchain,
-                         f"-DCMAKE_PREFIX_PATH={place.package()}", folder=self.folder)
+        options = ("-G", "Ninja", "--toolchain", toolchain) if place.COMPILER != "msvc" else ("-A", "x64")
+        return place.run("cmake", "-S", ".", "-B", "build", *options, f"-DCMAKE_PREFIX_PATH={place.package()}",
+                         folder=self.folder)
 
     def build(self):
-        place.run("cmake", "--build", "build", folder=self.folder)
+        place.run("cmake", "--build", "build", "--config", place.CONFIGURATION, folder=self.folder)
 
     def program(self, name):
-        return self.build_folder / f"{name}.exe"
+        """Visual Studio has a folder for each configuration."""
+        folder = self.build_folder / place.CONFIGURATION if place.COMPILER == "msvc" else self.build_folder
+        return folder / f"{name}.exe"
 
     def strangers(self):
         """Files that the build has read and that are not the consumer's, the package's or the compiler's."""
@@ -55,7 +58,29 @@ def is_strange(path):
     return not own or place.SOURCE in path.parents or place.BUILD in path.parents
 
 
+DOCUMENTS = place.package() / "share" / "KVAnalytics" / "docs"
+# The pages of the libraries, without their extension, with the library that the example of each links.
+LIBRARY_PAGES = {"analytics-reporting": "analytics_reporting", "device-manager": "device_manager", "ga-client": "ga_client",
+                 "logging": "logging", "utils": "utils", "winapi": "winapi"}
+
+
 def guide_files():
     """The files of the guide: each is a code block below its name."""
-    guide = (place.package() / "share" / "KVAnalytics" / "docs" / "using-the-libraries.md").read_text(encoding="utf-8")
-    return dict(re.findall(r"^`([^`\n]+)`[^\n]*:\n\n```[a-z]+\n(.*?)^```$", guide, re.MULTILINE | re.DOTALL))
+    return _files_of((DOCUMENTS / "using-the-libraries.md").read_text(encoding="utf-8"))
+
+
+def _files_of(page):
+    return dict(re.findall(r"^`([^`\n]+)`[^\n]*:\n\n```[a-z]+\n(.*?)^```$", page, re.MULTILINE | re.DOTALL))
+
+
+class LibraryPage:
+    """The page of a library: its example, what that prints, and the settings for it, if any."""
+
+    def __init__(self, name):
+        text = (DOCUMENTS / "libraries" / f"{name}.md").read_text(encoding="utf-8")
+        self.library = LIBRARY_PAGES[name]
+        (file, self.source), = _files_of(text).items()
+        self.program = file.removesuffix(".cpp")
+        self.output, = re.findall(r"^```text\n(.*?)^```$", text, re.MULTILINE | re.DOTALL)
+        self.settings = "".join(re.findall(r"^```reg\n(.*?)^```$", text, re.MULTILINE | re.DOTALL))
+        self.headings = re.findall(r"^#+ (.*)$", text, re.MULTILINE)

@@ -1,7 +1,7 @@
 """The folder outside this tree where the package is installed and used like by the author of a different program.
 
     place.py make     creates the folder, installs the package there, and moves the package
-    place.py pack     creates the archives and unpacks them there
+    place.py pack     creates the archives and the MSI, and unpacks the archives there
     place.py remove   removes it with everything in it
 
 The environment names the results of the build: see CMakeLists.txt.
@@ -21,15 +21,21 @@ BUILD = pathlib.Path(os.environ["KV_PACKAGE_BUILD"])
 VERSION = os.environ["KV_PACKAGE_VERSION"]
 HOST = os.environ["KV_PACKAGE_HOST"]
 PROGRAM = pathlib.Path(os.environ["KV_PACKAGE_PROGRAM"])
+# "mingw-w64" or "msvc".
+COMPILER = os.environ["KV_PACKAGE_COMPILER"]
+CONFIGURATION = os.environ["KV_PACKAGE_CONFIGURATION"]
 # Of the compiler and its files.
 SYSTEM = pathlib.Path("/usr")
 BUILD_SECONDS = 540
+# Where the package is installed first. The name has characters that a regular expression would take for its own.
+FIRST = "first (x64)+1"
 
 _NOTE = BUILD / "package-place.txt"
 
 
 def run(*command, folder=None, **environment):
-    """The output of a command that must succeed. It receives nothing of the caller's environment except PATH."""
+    """The output of a command that must succeed. Except on Windows, whose tools need more, it receives nothing of the
+    caller's environment but PATH."""
     done = run_for_status(*command, folder=folder, **environment)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(map(str, command))} ended with {done.returncode}:\n{done.stdout[:8000]}")
@@ -37,7 +43,11 @@ def run(*command, folder=None, **environment):
 
 
 def run_for_status(*command, folder=None, **environment):
-    environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": str(folder or "/nonexistent"), **environment}
+    if os.name == "nt":
+        environment = {**os.environ, **environment}
+    else:
+        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": str(folder or "/nonexistent"),
+                       **environment}
     return subprocess.run(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, timeout=BUILD_SECONDS, check=False, text=True, errors="replace")
 
@@ -53,7 +63,7 @@ def package():
 
 
 def install(component, prefix):
-    run("cmake", "--install", BUILD, "--component", component, "--prefix", prefix)
+    run("cmake", "--install", BUILD, "--config", CONFIGURATION, "--component", component, "--prefix", prefix)
 
 
 def make():
@@ -62,9 +72,20 @@ def make():
     _NOTE.write_text(str(place), encoding="utf-8")
     if SOURCE in place.parents:
         raise RuntimeError(f"{place} is not outside of {SOURCE}; choose another TMPDIR")
-    install("development", place / "first")
+    install("development", place / FIRST)
     package().parent.mkdir()
-    (place / "first").rename(package())
+    (place / FIRST).rename(package())
+
+
+ARCHIVES = {"program": f"KVAnalyticsProxy-{VERSION}-x64.zip",
+            "symbols": f"KVAnalyticsProxy-{VERSION}-x64-symbols.zip",
+            "development": f"KVAnalytics-{VERSION}-x64-{COMPILER}.zip"}
+INSTALLER = f"KVAnalyticsProxy-{VERSION}-x64.msi"
+
+
+def archives():
+    """The folder with everything that cpack makes."""
+    return folder() / "archives"
 
 
 def archive(component):
@@ -73,11 +94,9 @@ def archive(component):
 
 
 def pack():
-    archives = folder() / "archives"
-    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", archives, folder=folder())
-    for component, name in (("program", f"KVAnalyticsProxy-{VERSION}-x64"),
-                            ("development", f"KVAnalytics-{VERSION}-x64-mingw-w64")):
-        with zipfile.ZipFile(archives / f"{name}.zip") as packed:
+    run("cpack", "--config", BUILD / "CPackConfig.cmake", "-C", CONFIGURATION, "-B", archives(), folder=folder())
+    for component, name in ARCHIVES.items():
+        with zipfile.ZipFile(archives() / name) as packed:
             packed.extractall(archive(component))
 
 

@@ -25,27 +25,42 @@ HEADERS = """
     """.split()
 LIBRARIES = ["analytics_reporting", "device_manager", "ga_client", "logging", "utils", "utils_base", "winapi", "winapi_base"]
 DEVELOPMENT = sorted(
-    [f"include/{header}" for header in HEADERS] + [f"lib/libkv_{library}.a" for library in LIBRARIES] + [
+    [f"include/{header}" for header in HEADERS] + [f"lib/libkv_{library}.a" for library in LIBRARIES] +
+    [f"lib/pkgconfig/kv_{library}.pc" for library in LIBRARIES] + [
         "lib/cmake/KVAnalytics/KVAnalyticsConfig.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsConfigVersion.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsTargets-release.cmake",
         "lib/cmake/KVAnalytics/KVAnalyticsTargets.cmake",
+        "share/KVAnalytics/KVAnalytics.spdx.json",
+        "share/KVAnalytics/THIRD-PARTY-NOTICES.txt",
         "share/KVAnalytics/docs/events.md",
+        "share/KVAnalytics/docs/libraries/analytics-reporting.md",
+        "share/KVAnalytics/docs/libraries/device-manager.md",
+        "share/KVAnalytics/docs/libraries/ga-client.md",
+        "share/KVAnalytics/docs/libraries/logging.md",
+        "share/KVAnalytics/docs/libraries/utils.md",
+        "share/KVAnalytics/docs/libraries/winapi.md",
         "share/KVAnalytics/docs/logging.md",
         "share/KVAnalytics/docs/measurement-protocol.md",
         "share/KVAnalytics/docs/printer-inventory.md",
         "share/KVAnalytics/docs/request-queue.md",
         "share/KVAnalytics/docs/using-the-libraries.md",
+        "share/KVAnalytics/docs/viewer.md",
         "share/KVAnalytics/examples/CMakeLists.txt",
         "share/KVAnalytics/examples/client_alone.cpp",
         "share/KVAnalytics/examples/mingw-w64.cmake",
         "share/KVAnalytics/examples/track_everything.cpp",
         "share/KVAnalytics/examples/track_everything.rc",
+        "share/KVAnalytics/viewer/NOTICE.txt",
+        "share/KVAnalytics/viewer/collect",
+        "share/KVAnalytics/viewer/index.html",
     ])
 PROGRAM = [
+    "KVAnalyticsProxy.spdx.json",
+    "THIRD-PARTY-NOTICES.txt",
     "bin/KVAnalyticsDoctor.exe",
     "bin/KVAnalyticsProxy.exe",
-    "config.ini",
+    "config.sample.ini",
     "docs/configuration.md",
     "docs/doctor.md",
     "docs/events.md",
@@ -57,16 +72,19 @@ PROGRAM = [
     "docs/printer-inventory.md",
     "docs/request-queue.md",
     "docs/security.md",
+    "docs/viewer.md",
     "readme.txt",
-    "symbols/KVAnalyticsDoctor.exe.debug",
-    "symbols/KVAnalyticsProxy.exe.debug",
+    "viewer/NOTICE.txt",
+    "viewer/collect",
+    "viewer/index.html",
 ]
-TEXTS = ["config.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]
+TEXTS = ["config.sample.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]
+NOTICES = "THIRD-PARTY-NOTICES.txt"
 PREFIX = "x86_64-w64-mingw32-"
 
 
 def files_of(folder):
-    return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file())
+    return sorted(path.relative_to(folder).as_posix() for path in folder.rglob("*") if path.is_file())
 
 
 def paths_in(file, texts):
@@ -82,13 +100,13 @@ class InstalledPackageTests(unittest.TestCase):
         self.assertEqual(files_of(place.package()), DEVELOPMENT)
 
     def test_names_no_path_of_this_machine(self):
-        first = str(place.folder() / "first")
+        first = str(place.folder() / place.FIRST)
         for name in files_of(place.package()):
             found = paths_in(place.package() / name, [str(place.SOURCE), str(place.BUILD), str(place.folder()), first,
                                                       "/usr/", "/home/", "/root/", "/tmp/", "/build/"])
-            # The guide names the path of a build tree below the source tree.
-            if name.endswith("using-the-libraries.md"):
-                found = [text for text in found if text != "/build/"]
+            # The guide names the path of a build tree below the source tree, the notices name licences by Debian's paths.
+            if name.endswith(("using-the-libraries.md", NOTICES)):
+                found = [text for text in found if text not in ("/build/", "/usr/")]
             self.assertEqual(found, [], name)
 
     def test_includes_of_headers_are_installed(self):
@@ -147,9 +165,22 @@ class ArchiveTests(unittest.TestCase):
     def test_program_archive_names_no_path_of_this_machine(self):
         for name in PROGRAM:
             texts = [str(place.SOURCE), str(place.BUILD), str(place.folder()), "/home/", "/root/"]
-            if not name.startswith("symbols/"):
-                texts.append("/usr/") # the debug information names the paths of the compiler's sources
+            if name != NOTICES:
+                texts.append("/usr/") # the notices name licences by Debian's paths
             self.assertEqual(paths_in(place.archive("program") / name, texts), [], name)
+
+    def test_symbols_are_alone_and_name_no_path_of_this_machine(self):
+        names = ["symbols/KVAnalyticsDoctor.exe.debug", "symbols/KVAnalyticsProxy.exe.debug"]
+        self.assertEqual(files_of(place.archive("symbols")), names)
+        texts = [str(place.SOURCE), str(place.BUILD), str(place.folder()), "/home/", "/root/"]
+        for name in names:
+            self.assertEqual(paths_in(place.archive("symbols") / name, texts), [], name)
+
+    def test_sums_are_those_of_all_archives_and_the_msi(self):
+        sums = (place.archives() / "SHA256SUMS").read_text(encoding="ascii")
+        names = sorted([*place.ARCHIVES.values(), place.INSTALLER])
+        self.assertEqual(sums, "".join(f"{hashlib.sha256((place.archives() / name).read_bytes()).hexdigest()}  {name}\n"
+                                       for name in names))
 
     def test_texts_have_the_line_ends_of_windows_and_no_gaps(self):
         for name in TEXTS:
@@ -181,7 +212,7 @@ class SymbolTests(unittest.TestCase):
 
     def setUp(self):
         self.program = place.archive("program") / "bin" / "KVAnalyticsProxy.exe"
-        self.symbols = place.archive("program") / "symbols" / "KVAnalyticsProxy.exe.debug"
+        self.symbols = place.archive("symbols") / "symbols" / "KVAnalyticsProxy.exe.debug"
 
     def test_program_is_the_delivered_one(self):
         self.assertEqual(self.program.read_bytes(), place.PROGRAM.read_bytes())

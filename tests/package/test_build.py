@@ -1,9 +1,10 @@
 """Programs outside this tree build with the installed package, and with nothing else of this tree."""
 
+import shlex
 import unittest
 
 import place
-from consumer import Consumer, guide_files
+from consumer import DOCUMENTS, LIBRARY_PAGES, Consumer, LibraryPage, guide_files
 
 EXAMPLES = place.package() / "share" / "KVAnalytics" / "examples"
 TOOLCHAIN = EXAMPLES / "mingw-w64.cmake"
@@ -36,6 +37,63 @@ class GuideTests(unittest.TestCase):
         for program in ("installer", "installer_test"):
             self.assertTrue(guide.program(program).exists())
         self.assertEqual(guide.strangers(), [])
+
+
+class LibraryPagesTests(unittest.TestCase):
+    def test_each_page_has_its_parts_and_no_page_is_forgotten(self):
+        self.assertEqual({path.stem for path in (DOCUMENTS / "libraries").iterdir()}, set(LIBRARY_PAGES))
+        for name, library in LIBRARY_PAGES.items():
+            title, *parts = LibraryPage(name).headings
+            self.assertIn(f"KV::{library}", title)
+            self.assertEqual(parts, ["Example", "Threads", "Errors"], name)
+
+    def test_examples_build_with_their_library_alone(self):
+        project, sources = PROJECT + "add_link_options(-static)\n", {}
+        for page in map(LibraryPage, LIBRARY_PAGES):
+            sources[f"{page.program}.cpp"] = page.source
+            project += f"add_executable({page.program} {page.program}.cpp)\n" \
+                       f"target_compile_options({page.program} PRIVATE -Wall -Wextra -Werror)\n" \
+                       f"target_link_libraries({page.program} PRIVATE KV::{page.library})\n"
+        consumer = Consumer("libraries")
+        consumer.make({"CMakeLists.txt": project, **sources})
+        consumer.configure(TOOLCHAIN)
+        consumer.build()
+        self.assertEqual(consumer.strangers(), [])
+
+
+class PkgConfigTests(unittest.TestCase):
+    """The package without CMake, where it has been moved to, in a folder with blanks in its name."""
+
+    def setUp(self):
+        self.folder = place.package() / "lib" / "pkgconfig"
+
+    def ask(self, *arguments):
+        return place.run("pkg-config", *arguments, PKG_CONFIG_LIBDIR=str(self.folder))
+
+    def test_descriptions_are_valid_and_name_the_version(self):
+        names = sorted(path.stem for path in self.folder.iterdir())
+        self.assertEqual(len(names), 8)
+        for name in names:
+            self.ask("--validate", name)
+            self.assertEqual(self.ask("--modversion", name).strip(), place.VERSION)
+
+    def test_programs_build_with_the_options_that_it_gives(self):
+        for name in ("analytics-reporting", "winapi"):
+            page = LibraryPage(name)
+            consumer = Consumer(f"pkg-config {name}")
+            consumer.make({"program.cpp": page.source})
+            options = shlex.split(self.ask("--cflags", "--libs", f"kv_{page.library}"))
+            place.run("x86_64-w64-mingw32-g++-posix", "-std=c++20", "-static", "program.cpp", *options, "-o", "program.exe",
+                      folder=consumer.folder)
+            self.assertTrue((consumer.folder / "program.exe").exists())
+
+    def test_library_that_is_not_named_is_missing(self):
+        page = LibraryPage("utils")
+        consumer = Consumer("pkg-config of a different library")
+        consumer.make({"program.cpp": page.source})
+        options = shlex.split(self.ask("--cflags", "--libs", "kv_device_manager"))
+        with self.assertRaisesRegex(RuntimeError, "undefined reference to `KVUtils::CCommandLine"):
+            place.run("x86_64-w64-mingw32-g++-posix", "-std=c++20", "program.cpp", *options, folder=consumer.folder)
 
 
 class HeadersTests(unittest.TestCase):

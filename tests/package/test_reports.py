@@ -3,7 +3,7 @@
 import pathlib
 import shutil
 
-from consumer import Consumer
+from consumer import LIBRARY_PAGES, Consumer, LibraryPage
 from encrypted_test import EncryptedTest
 from kvtest import hits
 from kvtest.wine import registry_text, to_windows
@@ -171,3 +171,26 @@ class GuideTests(ReportTest):
         output = self.run_program(Consumer("guide").program("installer_test"))
         self.assertEqual(output, "reported\n")
         self.assertNothingHappened()
+
+
+class LibraryPagesTests(ReportTest):
+    def test_examples_print_what_their_pages_say(self):
+        for name in LIBRARY_PAGES:
+            page = LibraryPage(name)
+            if page.settings:
+                self.product.set_logging(*page.settings.splitlines())
+            arguments = ["/name", "Ada"] if name == "utils" else []
+            output = self.run_program(Consumer("libraries").program(page.program), *arguments)
+            self.assertEqual(output, page.output, name)
+        self.assertNothingHappened()
+
+    def test_client_with_consent_reports(self):
+        output = self.run_program(Consumer("libraries").program("client_example"), "/consent")
+        self.assertEqual(output, "reported\n")
+        expected = self.expected("NV-3000-3", "ClientExample", "1.0")
+        self.assertArrived([
+            *expected.start("Main"),
+            expected.hit("t=appview&cd=Scan&cd4=A4"),
+            expected.hit("t=event&ec=Button&ea=Press&el=Preview&ev=3&cd=Scan"),
+            *expected.stop("Main"),
+        ])

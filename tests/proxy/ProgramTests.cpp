@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "proxy/ProxyResults.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/LoadedModules.h"
 #include "tests/support/TemporaryFolder.h"
@@ -10,13 +11,13 @@
 
 namespace
 {
-constexpr wchar_t kProgram[] = L"..\\..\\proxy\\KVAnalyticsProxy.exe";
-
 TEST(ProgramTests, Run_WithoutConsent_EndsWithNotOptedIn)
 {
-    EXPECT_EQ(KVTest::RunBesideTest(kProgram, L"/linkid a"),
-              static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
-    EXPECT_EQ(KVTest::RunBesideTest(kProgram, L""), static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN));
+    for (const wchar_t* const arguments : {L" /linkid a", L""})
+    {
+        const KVTest::ChildProcess run(L"\"" + KVTest::PathOfBuiltProgram() + L"\"" + arguments);
+        EXPECT_EQ(run.WaitForExit(20000), static_cast<DWORD>(KVAnalyticsProxy::PROXY_S_NOT_OPTED_IN)) << arguments;
+    }
 }
 
 // The program, installed.
@@ -26,7 +27,7 @@ protected:
     ProgramLoadTests()
     {
         m_product.MakeFolder(L"bin");
-        ::CopyFileW(KVTest::PathBesideTest(kProgram).c_str(), ProgramPath().c_str(), TRUE);
+        ::CopyFileW(KVTest::PathOfBuiltProgram().c_str(), ProgramPath().c_str(), TRUE);
     }
     void NameDataFolder() const
     {
@@ -76,17 +77,18 @@ TEST_F(ProgramLoadTests, RunThatEndsAtTheCallerCheck_LoadsWhatTheCheckNeeds)
 
 TEST(ProgramTests, VersionResource_SaysWhatTheBuildSays)
 {
-    const KVUtils::CFileVersionInfo info(KVTest::PathBesideTest(kProgram).c_str());
+    const KVUtils::CFileVersionInfo info(KVTest::PathOfBuiltProgram().c_str());
     EXPECT_STREQ(info.GetCompanyName(), KV_TEST_COMPANY_NAME);
     EXPECT_STREQ(info.GetFileDescription(), KV_TEST_FILE_DESCRIPTION);
     EXPECT_STREQ(info.GetFileVersion(), KV_TEST_VERSION);
+    EXPECT_STREQ(info.GetStringValue(L"LegalCopyright"), L"Copyright (C) " KV_TEST_COMPANY_NAME);
     EXPECT_STREQ(info.GetProductName(), KV_TEST_PRODUCT_NAME);
     EXPECT_STREQ(info.GetProductVersion(), KV_TEST_VERSION);
 }
 
 TEST(ProgramTests, VersionResource_FixedPartSaysTheSameVersion)
 {
-    const KVUtils::CFileVersionInfo info(KVTest::PathBesideTest(kProgram).c_str());
+    const KVUtils::CFileVersionInfo info(KVTest::PathOfBuiltProgram().c_str());
     const VS_FIXEDFILEINFO* fixed = info.GetFixedFileInfo();
     ASSERT_NE(fixed, nullptr);
     const std::wstring version =

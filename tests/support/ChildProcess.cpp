@@ -1,6 +1,7 @@
 #include "tests/support/ChildProcess.h"
 
 #include <stdexcept>
+#include <vector>
 
 namespace KVTest
 {
@@ -16,12 +17,54 @@ std::wstring PathBesideTest(std::wstring_view fileName)
     return program.substr(0, program.rfind(L'\\') + 1).append(fileName);
 }
 
-ChildProcess::ChildProcess(std::wstring commandLine, const wchar_t* workingFolder)
+namespace
 {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, workingFolder, &startup,
-                         &m_process) == FALSE)
+// One attribute for CreateProcessW: the parent of the new process.
+class ParentAttribute
+{
+public:
+    explicit ParentAttribute(HANDLE parent) : m_parent(parent)
+    {
+        SIZE_T size = 0;
+        ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+        m_memory.resize(size);
+        if (::InitializeProcThreadAttributeList(Get(), 1, 0, &size) == FALSE)
+        {
+            throw std::runtime_error("no list of attributes can be made");
+        }
+        if (::UpdateProcThreadAttribute(Get(), 0, PROC_THREAD_ATTRIBUTE_PARENT_PROCESS, &m_parent, sizeof(m_parent),
+                                        nullptr, nullptr) == FALSE)
+        {
+            ::DeleteProcThreadAttributeList(Get());
+            throw std::runtime_error("the parent cannot be chosen");
+        }
+    }
+    ~ParentAttribute() { ::DeleteProcThreadAttributeList(Get()); }
+    ParentAttribute(const ParentAttribute&) = delete;
+    ParentAttribute& operator=(const ParentAttribute&) = delete;
+
+    LPPROC_THREAD_ATTRIBUTE_LIST Get() noexcept
+    {
+        return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.data());
+    }
+
+private:
+    HANDLE m_parent;
+    std::vector<BYTE> m_memory;
+};
+} // namespace
+
+ChildProcess::ChildProcess(std::wstring commandLine, const wchar_t* workingFolder, HANDLE parent)
+{
+    STARTUPINFOEXW startup{};
+    startup.StartupInfo.cb = sizeof(startup);
+    std::optional<ParentAttribute> attribute;
+    if (parent != nullptr)
+    {
+        startup.lpAttributeList = attribute.emplace(parent).Get();
+    }
+    if (::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, EXTENDED_STARTUPINFO_PRESENT, nullptr,
+                         workingFolder, &startup.StartupInfo, &m_process) == FALSE)
     {
         throw std::runtime_error("the process cannot be started");
     }

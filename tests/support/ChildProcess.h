@@ -17,7 +17,9 @@ class ChildProcess
 {
 public:
     /// commandLine is passed to CreateProcessW unchanged. Without a working folder the process starts in the caller's.
-    explicit ChildProcess(std::wstring commandLine, const wchar_t* workingFolder = nullptr);
+    /// parent, if given, is recorded as its parent in place of the caller (`PROC_THREAD_ATTRIBUTE_PARENT_PROCESS`); the
+    /// handle needs PROCESS_CREATE_PROCESS.
+    explicit ChildProcess(std::wstring commandLine, const wchar_t* workingFolder = nullptr, HANDLE parent = nullptr);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;

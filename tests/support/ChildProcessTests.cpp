@@ -1,8 +1,13 @@
 #include "tests/support/ChildProcess.h"
 
+#include <windows.h>
+
+#include <tlhelp32.h>
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
 
 namespace
 {
@@ -33,6 +38,29 @@ TEST(ChildProcessTests, Destruction_EndsAProcessThatStillRuns)
     }
     EXPECT_EQ(::WaitForSingleObject(process, 0), WAIT_OBJECT_0);
     ::CloseHandle(process);
+}
+
+DWORD GetParentIdOf(DWORD processId)
+{
+    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    BOOL found = ::Process32FirstW(snapshot, &entry);
+    while (found != FALSE && entry.th32ProcessID != processId)
+    {
+        found = ::Process32NextW(snapshot, &entry);
+    }
+    ::CloseHandle(snapshot);
+    return found != FALSE ? entry.th32ParentProcessID : 0;
+}
+
+TEST(ChildProcessTests, Construction_WithAnotherParent_MakesTheProcessItsChild)
+{
+    const std::wstring hanging = L"\"" + KVTest::PathBesideTest(L"kv_ending.exe") + L"\" hang";
+    const KVTest::ChildProcess parent(hanging);
+    const KVTest::ChildProcess child(hanging, nullptr, parent.GetHandle());
+    EXPECT_EQ(GetParentIdOf(child.GetId()), parent.GetId());
+    EXPECT_EQ(GetParentIdOf(parent.GetId()), ::GetCurrentProcessId());
 }
 
 TEST(ChildProcessTests, Construction_MissingProgram_Throws)

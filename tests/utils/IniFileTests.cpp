@@ -745,30 +745,28 @@ TEST_F(IniFileTests, NarrowTwins_ReduceEachUnitOfThePathToItsLowByte)
     EXPECT_EQ(Text(), L""); // the wide reader looks at the path as it is
 }
 
-#if !defined(_MSC_VER)
 TEST(IniFileFacadeTests, Interface_OperationsStandInSlotOrder)
 {
     static_assert(std::has_virtual_destructor_v<IIniFile> && std::is_abstract_v<IIniFile>);
-    // The destructor, slot 1, takes the first two places, so that place and slot are the same from there on.
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetFile), 2u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetFile), 3u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetBool), 4u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetInt), 5u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetStringA), 6u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetString), 7u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::ReadString), 8u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetYesNo), 9u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetBool), 10u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetInt), 11u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetString), 12u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetText), 13u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetStringA), 14u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetValue), 15u);
-    EXPECT_EQ(KVTest::SlotOf(&IIniFile::DeleteKey), 16u);
-    EXPECT_EQ(KVTest::SlotCountOf<IIniFile>(), 17u);
-    EXPECT_EQ(KVTest::SlotOf(&CIniFile::WriteValue), 17u);
-    EXPECT_EQ(KVTest::SlotOf(&CIniFile::GetYesNo), 18u);
-    EXPECT_EQ(KVTest::SlotCountOf<CIniFile>(), 19u);
+    const std::size_t first = KVTest::kDestructorSlots; // behind the destructor
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetFile), first);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetFile), first + 1);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetBool), first + 2);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetInt), first + 3);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetStringA), first + 4);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::GetString), first + 5);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::ReadString), first + 6);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetYesNo), first + 7);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetBool), first + 8);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetInt), first + 9);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetString), first + 10);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetText), first + 11);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetStringA), first + 12);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::SetValue), first + 13);
+    EXPECT_EQ(KVTest::SlotOf(&IIniFile::DeleteKey), first + 14);
+    EXPECT_EQ(KVTest::SlotCountOf<IIniFile>(), first + 15);
+    EXPECT_EQ(KVTest::SlotOf(&CIniFile::WriteValue), first + 15);
+    EXPECT_EQ(KVTest::SlotOf(&CIniFile::GetYesNo), first + 16);
+    EXPECT_EQ(KVTest::SlotCountOf<CIniFile>(), first + 17);
 }
-#endif
 } // namespace

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/utils/InstalledProbe.h"
@@ -263,7 +264,7 @@ TEST(InstalledProgramTests, InstalledProgram_FindsItsProductAndItsSettings)
 // An unedited sample must neither report to a property nor name a model.
 TEST_F(SxSConfigTests, SampleFile_SetsNothing)
 {
-    WriteIni(KVTest::ReadFileBytes(KVTest::PathBesideTest(L"sample_config.ini")));
+    WriteIni(KVTest::ReadFileBytes(KVTest::PathInSources(L"packaging/config.sample.ini")));
     std::wstring prefix;
     EXPECT_FALSE(CSxSConfig::_GetIniFile().ReadString(L"Analytics", L"PropertyIDPrefix", prefix));
     bool useSsl = false;
@@ -275,7 +276,7 @@ TEST_F(SxSConfigTests, SampleFile_SetsNothing)
 // Without its semicolons, the sample has the values that it states.
 TEST_F(SxSConfigTests, SampleFile_WithoutItsSemicolons_SetsWhatItSays)
 {
-    std::string sample = KVTest::ReadFileBytes(KVTest::PathBesideTest(L"sample_config.ini"));
+    std::string sample = KVTest::ReadFileBytes(KVTest::PathInSources(L"packaging/config.sample.ini"));
     for (const char* const key : {"PropertyIDPrefix", "UseSSL", "ModelName", "DataFolder"})
     {
         const std::size_t semicolon = sample.find(std::string(";") + key + "=");

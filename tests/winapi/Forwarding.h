@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cwchar>
@@ -14,6 +15,7 @@
 
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LoaderPatch.h"
+#include "tests/support/Narrow.h"
 #include "tests/support/VirtualSlots.h"
 
 // Proves with a stand-in for the system function that an operation of a facade class passes the same arguments in the
@@ -112,10 +114,26 @@ template <typename Result, typename... Parameters, typename Call> void ExpectArr
     EXPECT_TRUE(Function::s_received == arguments);
 }
 
+template <typename One, typename Other> constexpr bool kIsSameType = std::is_same_v<One, Other>;
+#if defined(_MSC_VER) && defined(__clang__)
+// Together with the emulator's headers, which declare some results and parameters as int instead of DWORD.
+template <std::integral One, std::integral Other> constexpr bool kIsSameType<One, Other> = sizeof(One) == sizeof(Other);
+#endif
+
 /// Whether an operation has exactly the parameters and the result of a function of the system.
-template <typename Operation, typename Function> constexpr bool kHasSameTypes = false;
-template <typename Interface, typename Result, typename... Parameters>
-constexpr bool kHasSameTypes<Result (Interface::*)(Parameters...), Result(WINAPI*)(Parameters...)> = true;
+template <typename Interface, typename Result, typename... Parameters, typename SystemResult,
+          typename... SystemParameters>
+constexpr bool HasSameTypes(Result (Interface::*)(Parameters...), SystemResult(WINAPI*)(SystemParameters...))
+{
+    if constexpr (sizeof...(Parameters) == sizeof...(SystemParameters))
+    {
+        return (kIsSameType<Result, SystemResult> && ... && kIsSameType<Parameters, SystemParameters>);
+    }
+    else
+    {
+        return false;
+    }
+}
 
 /// An operation that forwards to the imported function whose place in the import table is given.
 template <typename Interface, typename Result, typename... Parameters>
@@ -139,7 +157,7 @@ inline std::wstring InSystemFolder(const std::wstring& fileName)
 /// Ignores the letter case, which the system reports in more than one way.
 inline void ExpectSamePath(const std::wstring& path, const std::wstring& expected)
 {
-    EXPECT_EQ(::_wcsicmp(path.c_str(), expected.c_str()), 0) << std::string(path.begin(), path.end());
+    EXPECT_EQ(::_wcsicmp(path.c_str(), expected.c_str()), 0) << Narrow(path);
 }
 
 /// An operation that forwards to the function of its name in a DLL of the system folder, which its first call looks up.
@@ -222,7 +240,7 @@ void ExpectFailure(Interface& api, Result (Interface::*operation)(Parameters...)
 
 // A narrower type would still pass every value that is made up here.
 #define KV_EXPECT_SAME_TYPES(operation)                                                                                \
-    EXPECT_TRUE((KVTest::kHasSameTypes<decltype(&KV_INTERFACE::operation), decltype(&::operation)>)) << #operation;
+    EXPECT_TRUE(KVTest::HasSameTypes(&KV_INTERFACE::operation, &::operation)) << #operation;
 
 #define KV_EXPECT_FORWARDS(operation)                                                                                  \
     KV_EXPECT_SAME_TYPES(operation)                                                                                    \

@@ -117,15 +117,17 @@
     SAME(VerifyVersionInfoW)
 
 KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
+#if !defined(_MSC_VER) // whose static runtime is not imported
 KV_DECLARE_IMPORT(_beginthreadex)
+#endif
 
 namespace
 {
 TEST(KernelApiTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
-    std::size_t expectedSlot = 2; // after the destructor, which is declared first
+    std::size_t expectedSlot = KVTest::kDestructorSlots; // which is declared first
     KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
-    EXPECT_EQ(expectedSlot, 2u + 103u);
+    EXPECT_EQ(expectedSlot, KVTest::kDestructorSlots + 103u);
     EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot);
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
 }
@@ -211,9 +213,48 @@ TEST(KernelApiTests, BeginThreadExAndEndThreadEx_StartAndEndAThreadOfTheRuntime)
     EXPECT_NE(api.CloseHandle(thread), FALSE);
 }
 
+#if !defined(_MSC_VER)
 TEST(KernelApiTests, BeginThreadEx_PassesItsArguments)
 {
     KVTest::ExpectForwards(*KVWinApi::g_kernelApi, &KV_INTERFACE::BeginThreadEx, __imp__beginthreadex, "BeginThreadEx");
+}
+#endif
+
+// Puts the size of its stack into the argument.
+unsigned __stdcall MeasureStack(void* argument)
+{
+    MEMORY_BASIC_INFORMATION memory{};
+    ::VirtualQuery(&memory, &memory, sizeof(memory));
+    const char* const end = static_cast<const char*>(reinterpret_cast<const NT_TIB*>(::NtCurrentTeb())->StackBase);
+    *static_cast<std::size_t*>(argument) =
+        static_cast<std::size_t>(end - static_cast<const char*>(memory.AllocationBase));
+    return 4321;
+}
+
+TEST(KernelApiTests, BeginThreadEx_EachArgumentHasItsEffect)
+{
+    constexpr unsigned kStackSize = 8u << 20; // more than a thread gets by default
+    KVWinApi::IKernelApi& api = *KVWinApi::g_kernelApi;
+    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+    std::size_t stackSize = 0;
+    unsigned threadId = 0;
+    const auto thread =
+        reinterpret_cast<HANDLE>(api.BeginThreadEx(&inherited, kStackSize, MeasureStack, &stackSize,
+                                                   CREATE_SUSPENDED | STACK_SIZE_PARAM_IS_A_RESERVATION, &threadId));
+    ASSERT_NE(thread, nullptr);
+    EXPECT_EQ(threadId, ::GetThreadId(thread));
+    DWORD flags = 0;
+    EXPECT_NE(::GetHandleInformation(thread, &flags), FALSE);
+    EXPECT_EQ(flags & HANDLE_FLAG_INHERIT, static_cast<DWORD>(HANDLE_FLAG_INHERIT));
+    EXPECT_EQ(api.WaitForSingleObject(thread, 20), static_cast<DWORD>(WAIT_TIMEOUT)); // it is suspended
+    EXPECT_EQ(::ResumeThread(thread), 1u);
+    ASSERT_EQ(api.WaitForSingleObject(thread, 10000), static_cast<DWORD>(WAIT_OBJECT_0));
+    DWORD exitCode = 0;
+    EXPECT_NE(api.GetExitCodeThread(thread, &exitCode), FALSE);
+    EXPECT_EQ(exitCode, 4321u);
+    EXPECT_GE(stackSize, kStackSize);
+    EXPECT_LT(stackSize, 2 * kStackSize);
+    EXPECT_NE(api.CloseHandle(thread), FALSE);
 }
 
 TEST(KernelApiTests, MoveMemoryBlock_CopiesOverlappingBlocksBothWaysAndReturnsTheDestination)

@@ -51,7 +51,7 @@ TEST(SetupApiTests, Interface_DeclaresItsOperationsInSlotOrder)
     std::size_t expectedSlot = 0;
     KV_OPERATIONS(KV_EXPECT_NEXT_SLOT, KV_EXPECT_NEXT_SLOT_LATE, KV_EXPECT_NEXT_SLOT)
     EXPECT_EQ(expectedSlot, 32u);
-    EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + 2); // the destructor comes last
+    EXPECT_EQ(KVTest::SlotCountOf<KV_INTERFACE>(), expectedSlot + KVTest::kDestructorSlots); // which comes last
     static_assert(std::has_virtual_destructor_v<KV_INTERFACE>);
 }
 

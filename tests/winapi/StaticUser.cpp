@@ -84,7 +84,7 @@ class StaticUser
 {
 public:
     StaticUser() : m_countAtConstruction(CountWorkingFacades()) {}
-    ~StaticUser() { ::ExitProcess(m_countAtConstruction + CountWorkingFacades()); }
+    ~StaticUser() { ::TerminateProcess(::GetCurrentProcess(), m_countAtConstruction + CountWorkingFacades()); }
     StaticUser(const StaticUser&) = delete;
     StaticUser& operator=(const StaticUser&) = delete;
 
@@ -92,12 +92,10 @@ private:
     UINT m_countAtConstruction;
 };
 
-// Earlier than every object that does not ask for a place in the order.
 #if defined(_MSC_VER)
-#pragma warning(disable : 4073)
-#pragma init_seg(lib)
-StaticUser s_staticUser;
+StaticUser s_staticUser; // Visual C++ orders segments only, and in the facade's own no other object may rely on it
 #else
+// Earlier than every object that does not ask for a place in the order.
 [[gnu::init_priority(102)]] StaticUser s_staticUser;
 #endif
 } // namespace

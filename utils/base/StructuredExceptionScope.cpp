@@ -2,6 +2,27 @@
 
 #include "utils/base/AccessViolation.h"
 
+namespace
+{
+constexpr DWORD kMsvcCppException = 0xE06D7363;
+
+// "GCC" in three bytes, with a variant in the low nibble of the first: throw, unwind, forced unwind.
+bool IsGccCppException(DWORD code) noexcept
+{
+    return (code & 0xF0FFFFFF) == 0x20474343;
+}
+
+bool IsInformational(DWORD code) noexcept
+{
+    return (code & 0xC0000000) == ERROR_SEVERITY_INFORMATIONAL;
+}
+
+bool IsTranslated(DWORD code) noexcept
+{
+    return code != kMsvcCppException && !IsGccCppException(code) && !IsInformational(code);
+}
+} // namespace
+
 namespace KVUtils
 {
 void TranslateStructuredException([[maybe_unused]] unsigned int code, EXCEPTION_POINTERS* pointers)
@@ -19,10 +40,21 @@ void TranslateStructuredException([[maybe_unused]] unsigned int code, EXCEPTION_
 
 #include <eh.h>
 
+namespace
+{
+// The runtime asks for every structured exception. If the function returns, the search for a handler goes on.
+void TranslateFault(unsigned int code, EXCEPTION_POINTERS* pointers)
+{
+    if (IsTranslated(code))
+    {
+        KVUtils::TranslateStructuredException(code, pointers);
+    }
+}
+} // namespace
+
 namespace KVUtils
 {
-CStructuredExceptionScope::CStructuredExceptionScope() noexcept
-    : m_previous(_set_se_translator(&TranslateStructuredException))
+CStructuredExceptionScope::CStructuredExceptionScope() noexcept : m_previous(_set_se_translator(&TranslateFault))
 {
 }
 
@@ -71,24 +103,7 @@ struct GuardFrame
 };
 static_assert(offsetof(GuardFrame, fault) == 32, "the assembly below stores the pointer at this offset");
 
-constexpr DWORD kMsvcCppException = 0xE06D7363;
 constexpr DWORD kGccThrow = 0x20474343; // its argument is the _Unwind_Exception
-
-// "GCC" in three bytes, with a variant in the low nibble of the first: throw, unwind, forced unwind.
-bool IsGccCppException(DWORD code) noexcept
-{
-    return (code & 0xF0FFFFFF) == 0x20474343;
-}
-
-bool IsInformational(DWORD code) noexcept
-{
-    return (code & 0xC0000000) == ERROR_SEVERITY_INFORMATIONAL;
-}
-
-bool IsTranslated(DWORD code) noexcept
-{
-    return code != kMsvcCppException && !IsGccCppException(code) && !IsInformational(code);
-}
 } // namespace
 
 extern "C"

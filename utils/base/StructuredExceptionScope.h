@@ -22,15 +22,27 @@ namespace KVUtils
 /// C++ exceptions, informational structured exceptions (`OutputDebugStringW` raises one) and faults that a function
 /// between the scope and the fault handles itself (`lstrlenW` answers 0 for a bad pointer) pass untouched.
 ///
-/// Only code inside Run is covered with every compiler. With g++ the destructors of objects between the fault and Run
-/// do not run, because its frames cannot be unwound by a structured exception: take no lock and hold nothing else
-/// inside Run that a fault must not leave behind. With MSVC (/EHa) they do run.
+/// Only code inside Run is covered with every compiler, and with Visual C++ only if it is compiled with /EHa. A fault
+/// inside a catch block ends that catch: afterwards `std::current_exception` and `std::uncaught_exceptions` are as they
+/// were when Run was called, and exceptions caught inside Run are destroyed.
 ///
-/// A fault inside a catch block ends that catch: afterwards `std::current_exception` and `std::uncaught_exceptions` are
-/// as they were when Run was called, and exceptions caught inside Run are destroyed. With g++ a fault in a destructor
-/// that unwinding calls is translated too, whereas MSVC ends the program. The exception in flight is then destroyed if
-/// its handler lies outside Run. If the handler lies inside Run, the exception is leaked and its destructor never runs,
-/// because the runtime keeps no reference to it before it is caught; a CWin32Exception stays in the live count.
+/// The fault may come at any instruction, even in the middle of an operation of the standard library. An object that is
+/// changed at that moment, such as a string during its own `append` or an assignment to it, is inconsistent afterwards:
+/// copy what may fault into an object of its own first, and use the copy.
+///
+/// The compilers differ in these points:
+///
+/// - Destructors of objects between the fault and Run do not run with g++, whose frames cannot be unwound by a
+///   structured exception; with Visual C++ they run. So inside Run take no lock, hold nothing else that a fault must
+///   not leave behind, and rely on neither.
+/// - A function between the fault and Run that is `noexcept` makes no difference with g++. With Visual C++ the
+///   translated exception must not leave such a function, or the program ends.
+/// - A destructor that unwinding calls is such a function. With g++ a fault in it is translated, and the exception in
+///   flight is destroyed if its handler lies outside Run. If the handler lies inside Run, the exception is leaked and
+///   its destructor never runs, because the runtime keeps no reference to it before it is caught; a CWin32Exception
+///   stays in the live count.
+/// - A call of an invalid address is translated with g++. With Visual C++ and control flow guard (/guard:cf) the
+///   program ends before the call.
 ///
 /// As always on Windows, a thread that survives a stack overflow calls `_resetstkoflw` before it can survive another.
 class CStructuredExceptionScope

@@ -23,18 +23,16 @@ protected:
 };
 } // namespace
 
-#if !defined(_MSC_VER)
 TEST(ActivityInterfaceTests, Operations_FollowTheDestructor)
 {
-    EXPECT_EQ(KVTest::SlotOf(&Activities::IAppViewActivity::BuildRequest), 2U);
-    EXPECT_EQ(KVTest::SlotOf(&Activities::IAppViewActivity::BuildSessionRequest), 3U);
-    EXPECT_EQ(KVTest::SlotOf(&Activities::IEvent::BuildRequest), 2U);
-    EXPECT_EQ(KVTest::SlotOf(&Activities::IException::BuildRequest), 2U);
-    EXPECT_EQ(KVTest::SlotCountOf<Activities::IAppViewActivity>(), 4U);
-    EXPECT_EQ(KVTest::SlotCountOf<Activities::IEvent>(), 3U);
-    EXPECT_EQ(KVTest::SlotCountOf<Activities::IException>(), 3U);
+    EXPECT_EQ(KVTest::SlotOf(&Activities::IAppViewActivity::BuildRequest), KVTest::kDestructorSlots);
+    EXPECT_EQ(KVTest::SlotOf(&Activities::IAppViewActivity::BuildSessionRequest), KVTest::kDestructorSlots + 1);
+    EXPECT_EQ(KVTest::SlotOf(&Activities::IEvent::BuildRequest), KVTest::kDestructorSlots);
+    EXPECT_EQ(KVTest::SlotOf(&Activities::IException::BuildRequest), KVTest::kDestructorSlots);
+    EXPECT_EQ(KVTest::SlotCountOf<Activities::IAppViewActivity>(), KVTest::kDestructorSlots + 2);
+    EXPECT_EQ(KVTest::SlotCountOf<Activities::IEvent>(), KVTest::kDestructorSlots + 1);
+    EXPECT_EQ(KVTest::SlotCountOf<Activities::IException>(), KVTest::kDestructorSlots + 1);
 }
-#endif
 
 TEST_F(ActivitiesTests, ScreenView_IsAWholeRequest)
 {

@@ -54,16 +54,14 @@ protected:
 };
 } // namespace
 
-#if !defined(_MSC_VER)
 TEST(MeasurementParamsInterfaceTests, Operations_StandInTheirOrder)
 {
     const std::size_t first = KVTest::SlotOf(&IMeasurementParams::AppViewParams);
-    EXPECT_EQ(first, 2U); // behind the two places of the destructor
+    EXPECT_EQ(first, KVTest::kDestructorSlots);
     EXPECT_EQ(KVTest::SlotOf(&IMeasurementParams::SessionAppViewParams), first + 1);
     EXPECT_EQ(KVTest::SlotOf(&IMeasurementParams::EventParams), first + 2);
     EXPECT_EQ(KVTest::SlotOf(&IMeasurementParams::ExceptionParams), first + 3);
 }
-#endif
 
 // The common prefix.
 
@@ -124,8 +122,8 @@ TEST_F(MeasurementUrlParamsTests, ClientInfo_Reset_EmptiesAllSix)
 TEST_F(MeasurementUrlParamsTests, DimensionText_ComesInNumericOrderWithMetricsLast)
 {
     CustomFacts facts;
-    facts.dimensions = {{10, L"ten"}, {2, L"two"}, {4294967295, L"last"}};
-    facts.metrics = {{11, 4294967295}, {3, 0}, {-1, 7}};
+    facts.dimensions = {{10U, L"ten"}, {2U, L"two"}, {4294967295U, L"last"}};
+    facts.metrics = {{11, 4294967295U}, {3, 0U}, {-1, 7U}};
     EXPECT_EQ(AppView(L"Home", facts),
               SamplePrefix() + L"t=appview&cd=Home&cd2=two&cd10=ten&cd4294967295=last&cm-1=7&cm3=0&cm11=4294967295" +
                   kMark);

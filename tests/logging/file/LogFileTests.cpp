@@ -20,6 +20,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
 #include "tests/support/LoaderPatch.h"
+#include "tests/support/Narrow.h"
 #include "winapi/base/SystemHandles.h"
 
 namespace
@@ -225,6 +226,38 @@ TEST_F(LogFileTests, Link_IsNeitherFollowedNorEmptiedAndTheLinesWait)
     }
     Log(0x10, L"three");
     EXPECT_EQ(ReadLog(), L"old" + Lines({kQueueStart, L"(I0) one", L"(I0) two", kQueueEnd, L"(I0) three"}));
+}
+
+// The emulator follows a link whatever the flags, so the test looks at how the file is opened.
+TEST_F(LogFileTests, File_IsOpenedItselfAtEachLine)
+{
+    UseFile(0x10, 0x10000);
+    const KVTest::OpeningPatch opening(L"trace.log");
+    LogInScope(L"one");
+    Log(0x10, L"two");
+    const std::vector<KVTest::OpeningPatch::Opening>& openings = KVTest::OpeningPatch::GetOpenings();
+    ASSERT_EQ(openings.size(), 3U);
+    EXPECT_EQ(openings[0].disposition, static_cast<DWORD>(CREATE_ALWAYS));
+    EXPECT_EQ(openings[0].flags, static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL)); // the two exclude each other
+    for (std::size_t line = 1; line < openings.size(); ++line)
+    {
+        EXPECT_EQ(openings[line].disposition, static_cast<DWORD>(OPEN_ALWAYS));
+        EXPECT_EQ(openings[line].flags, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);
+    }
+}
+
+// A link that takes the place of the file between two lines.
+TEST_F(LogFileTests, Link_AfterTheFirstLine_TheLinesWait)
+{
+    UseFile(0x10);
+    LogInScope(L"one");
+    {
+        const KVTest::LinkPatch link(L"trace.log");
+        Log(0x10, L"two");
+        EXPECT_EQ(ReadLog(), Lines({L"(I0) one"}));
+    }
+    Log(0x10, L"three");
+    EXPECT_EQ(ReadLog(), Lines({L"(I0) one", kQueueStart, L"(I0) two", kQueueEnd, L"(I0) three"}));
 }
 
 TEST_F(LogFileTests, Link_IsReportedAsWhatCannotBeOpened)

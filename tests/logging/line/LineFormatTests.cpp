@@ -10,6 +10,7 @@
 #include "logging/system/PerformanceClock.h"
 #include "tests/logging/LogTest.h"
 #include "tests/logging/SystemCallPatches.h"
+#include "tests/support/Narrow.h"
 
 namespace
 {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/logging/LogTest.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ChildProcess.h"
 
 // The files that a support engineer imports. They change the settings of the real user, which the other tests do not
@@ -20,7 +21,7 @@ void Import(const std::wstring& fileName)
     wchar_t system[MAX_PATH] = {};
     ASSERT_NE(::GetSystemDirectoryW(system, MAX_PATH), 0u);
     const KVTest::ChildProcess import(L"\"" + std::wstring(system) + L"\\reg.exe\" import \"" +
-                                      KVTest::PathBesideTest(fileName) + L"\"");
+                                      KVTest::PathInSources(L"packaging/" + fileName) + L"\"");
     ASSERT_EQ(import.WaitForExit(20000), 0u);
 }
 

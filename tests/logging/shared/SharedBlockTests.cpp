@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <thread>
@@ -57,6 +59,14 @@ bool MutexExists(const std::wstring& name)
 CUniqueSystemHandle OpenMapping(const std::wstring& name)
 {
     return CUniqueSystemHandle(::OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
+}
+
+// The reference count stands first in the mapping.
+std::uint32_t ReadReferenceCount()
+{
+    const CUniqueSystemHandle mapping = OpenMapping(ObjectName(L"TestKindMappedFile"));
+    const CUniqueView view(::MapViewOfFile(mapping.Get(), FILE_MAP_READ, 0, 0, 0));
+    return view.IsValid() ? *static_cast<const std::uint32_t*>(view.Get()) : 0;
 }
 
 // Holds a mutex on a thread of its own.
@@ -127,6 +137,127 @@ TEST(SharedBlockTests, Attach_Twice_CountsOnce)
     ASSERT_TRUE(block.Attach(kExecutable));
     block.Detach();
     EXPECT_EQ(TestBlock::s_liveCount, 0);
+}
+
+// The modules of one image.
+
+TEST(SharedBlockTests, Attach_SecondOfTheImage_OpensNothingAndCounts)
+{
+    const KVTest::MutexPatch mutexes;
+    const KVTest::MappingPatch mappings;
+    CSharedBlock<TestBlock> first;
+    CSharedBlock<TestBlock> second;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    ASSERT_TRUE(second.Attach(kExecutable));
+    EXPECT_EQ(KVTest::MutexPatch::GetNames(), std::vector{ObjectName(L"TestKindLock")});
+    EXPECT_EQ(KVTest::MappingPatch::GetMappings().size(), 1u);
+    EXPECT_EQ(ReadReferenceCount(), 2u);
+}
+
+TEST(SharedBlockTests, Attach_AfterTheLastHasDetached_OpensAnew)
+{
+    CSharedBlock<TestBlock> first;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    first.Detach();
+    const KVTest::MutexPatch mutexes;
+    const KVTest::MappingPatch mappings;
+    CSharedBlock<TestBlock> second;
+    ASSERT_TRUE(second.Attach(kExecutable));
+    EXPECT_EQ(KVTest::MutexPatch::GetNames().size(), 1u);
+    EXPECT_EQ(KVTest::MappingPatch::GetMappings().size(), 1u);
+    EXPECT_EQ(ReadReferenceCount(), 1u);
+}
+
+struct DetachOrderRow
+{
+    const char* name;
+    std::array<std::size_t, 3> order;
+};
+
+class SharedBlockDetachTests : public testing::TestWithParam<DetachOrderRow>
+{
+};
+
+TEST_P(SharedBlockDetachTests, Detach_OthersKeepTheBlockAndTheNamesUntilTheLast)
+{
+    std::array<CSharedBlock<TestBlock>, 3> blocks;
+    for (CSharedBlock<TestBlock>& block : blocks)
+    {
+        ASSERT_TRUE(block.Attach(kExecutable));
+    }
+    std::uint32_t left = 3;
+    for (const std::size_t i : GetParam().order)
+    {
+        EXPECT_EQ(ReadReferenceCount(), left--);
+        EXPECT_EQ(blocks.at(i).Get()->name, kExecutable);
+        EXPECT_NE(blocks.at(i).GetMutex(), nullptr);
+        blocks.at(i).Detach();
+        EXPECT_EQ(blocks.at(i).GetMutex(), nullptr);
+    }
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+    EXPECT_FALSE(MutexExists(ObjectName(L"TestKindLock")));
+    EXPECT_FALSE(OpenMapping(ObjectName(L"TestKindMappedFile")).IsValid());
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, SharedBlockDetachTests,
+                         testing::Values(DetachOrderRow{"FirstToLast", {0, 1, 2}},
+                                         DetachOrderRow{"LastToFirst", {2, 1, 0}},
+                                         DetachOrderRow{"MiddleFirst", {1, 0, 2}}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(SharedBlockTests, Attach_MutexTakenFromTheSecondOfTheImage_SucceedsLaterEvenIfTheFirstIsGone)
+{
+    CSharedBlock<TestBlock> first;
+    CSharedBlock<TestBlock> second;
+    ASSERT_TRUE(first.Attach(kExecutable));
+    {
+        const HeldMutex held(ObjectName(L"TestKindLock"));
+        EXPECT_FALSE(second.Attach(kExecutable));
+    }
+    EXPECT_EQ(ReadReferenceCount(), 1u);
+    first.Detach();
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+    EXPECT_FALSE(OpenMapping(ObjectName(L"TestKindMappedFile")).IsValid());
+    EXPECT_TRUE(second.Attach(kExecutable));
+    EXPECT_EQ(ReadReferenceCount(), 1u);
+}
+
+TEST(SharedBlockTests, Attach_ThatFails_LeavesNothingOpen)
+{
+    const CUniqueSystemHandle event(::CreateEventW(nullptr, FALSE, FALSE, ObjectName(L"TestKindMappedFile").c_str()));
+    CSharedBlock<TestBlock> block;
+    EXPECT_FALSE(block.Attach(kExecutable));
+    EXPECT_EQ(block.GetMutex(), nullptr);
+    EXPECT_FALSE(MutexExists(ObjectName(L"TestKindLock")));
+}
+
+TEST(SharedBlockTests, AttachAndDetach_OnManyThreads_EachSeesABlockAndTheLastDestroysIt)
+{
+    constexpr int kThreads = 3;
+    constexpr int kRounds = 40;
+    std::atomic<int> attached = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+    {
+        threads.emplace_back([&] {
+            for (int round = 0; round < kRounds; ++round)
+            {
+                CSharedBlock<TestBlock> block;
+                while (!block.Attach(kExecutable)) // a busy machine may exceed the wait
+                {
+                }
+                attached += block.Get()->name == kExecutable ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(attached, kThreads * kRounds);
+    EXPECT_EQ(TestBlock::s_liveCount, 0);
+    EXPECT_FALSE(MutexExists(ObjectName(L"TestKindLock")));
+    EXPECT_FALSE(OpenMapping(ObjectName(L"TestKindMappedFile")).IsValid());
 }
 
 TEST(SharedBlockTests, Attach_MutexTaken_StaysUnattachedAfterTheWaitAndSucceedsLater)
@@ -513,6 +644,15 @@ TEST_F(SharedBlockModuleTests, SettingsMutexTaken_TheLineIsSkipped)
     }
     Log(0x10, L"after");
     EXPECT_EQ(ReadLog(), KVTest::Lines({L"(I0) before", L"(I0) after"}));
+}
+
+TEST_F(SharedBlockModuleTests, SettingsMutexTaken_LinesThatAreNotWantedDoNotWait)
+{
+    Log(0x10, L"reads the registry");
+    const HeldMutex held(SettingsMutexName());
+    const KVTest::WaitPatch waits;
+    Log(0x10, L"not wanted");
+    EXPECT_EQ(KVTest::WaitPatch::GetTimeouts(), std::vector<DWORD>());
 }
 
 TEST_F(SharedBlockModuleTests, SettingsMutexTakenAtConstruction_TheModuleAttachesLater)

@@ -1,11 +1,25 @@
 """The build of what a script runs."""
 
+import json
+import pathlib
 import subprocess
 import sys
 
 from kvtest.wine import SOURCE
 
 RELEASE = SOURCE / "build" / "release"
+
+
+def built_program(target, tree=RELEASE, configuration="Release"):
+    """The program of that target where the build has put it, by the list that CMake has written. Ends the script if the
+    tree does not have it."""
+    listing = tree / f"programs-{configuration}.json"
+    if not listing.is_file():
+        sys.exit(f"no list of programs in the build tree: {listing} is missing; configure the tree first")
+    programs = json.loads(listing.read_text(encoding="utf-8"))
+    if target not in programs:
+        sys.exit(f"{listing} names no program {target}")
+    return pathlib.Path(programs[target])
 
 
 def build(script, target):

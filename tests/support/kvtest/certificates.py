@@ -6,10 +6,13 @@ happens to be short.
 
 import datetime
 import os
+import shutil
 import subprocess
 
 
 def openssl(folder, *arguments):
+    if shutil.which("openssl") is None:
+        raise RuntimeError("the command openssl is missing")
     subprocess.run(["openssl", *arguments], cwd=folder, check=True, timeout=20, stdin=subprocess.DEVNULL,
                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 

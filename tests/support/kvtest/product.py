@@ -1,4 +1,8 @@
-"""An installed product in a Wine prefix, and the ways in which its program is started."""
+"""An installed product, and the ways in which its program is started.
+
+Where it is installed, and whose registry and profile the program sees, is the affair of the prefix: a Wine prefix, or
+on Windows an account of the tests' own (kvtest.native_account).
+"""
 
 import hashlib
 import os
@@ -9,6 +13,7 @@ import threading
 import typing
 
 from kvtest import hits
+from kvtest.build import built_program
 from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
@@ -58,10 +63,9 @@ class Files(typing.NamedTuple):
     @classmethod
     def from_build_tree(cls, tree):
         cache = dict(re.findall(r"(?m)^([A-Za-z_]+):[A-Z]+=(.*)$", (tree / "CMakeCache.txt").read_text()))
-        tests = tree / "tests" / "bin"
-        return cls(tree / "proxy" / PROGRAM_NAME, tests / "kv_mshta.exe", tests / "kv_system_facts.exe",
-                   tests / "kv_ending.exe", cache["CMAKE_PROJECT_VERSION"], cache["KV_COLLECTION_HOST"],
-                   tree / "doctor" / DOCTOR_NAME)
+        targets = ("KVAnalyticsProxy", "kv_mshta", "kv_system_facts", "kv_ending")
+        return cls(*(built_program(target, tree) for target in targets), cache["CMAKE_PROJECT_VERSION"],
+                   cache["KV_COLLECTION_HOST"], built_program("KVAnalyticsDoctor", tree))
 
 
 class Product:
@@ -69,12 +73,12 @@ class Product:
     _facts = None
     _facts_lock = threading.Lock()
 
-    def __init__(self, prefix, files, folder="C:\\Product"):
+    def __init__(self, prefix, files, folder=None):
         self.prefix = prefix
         self.files = files
-        self.folder = folder
-        self.program = f"{folder}\\bin\\{PROGRAM_NAME}"
-        self.default_data_folder = "C:\\ProgramData\\Norvik\\" + folder.rpartition("\\")[2]
+        self.folder = folder or prefix.product_folder
+        self.program = f"{self.folder}\\bin\\{PROGRAM_NAME}"
+        self.default_data_folder = f"{prefix.common_data}\\Norvik\\" + self.folder.rpartition("\\")[2]
         place(files.program, prefix.path(self.program))
 
     @property
@@ -128,14 +132,18 @@ class Product:
         return f'"{self.program}" {arguments}' if arguments else f'"{self.program}"'
 
     def place_host(self, host=HOST):
-        place(self.files.host, self.prefix.path(host))
+        place(self.files.host, self.prefix.host_path(host))
 
     def start_command_line(self, command_line, host=HOST, longest_ms=STAND_IN_WAITS_MS):
         """Runs any program as the child of a stand-in that is already at its path."""
-        with tempfile.NamedTemporaryFile(dir=self.prefix.scratch, suffix=".txt") as file:
-            file.write(command_line.encode("utf-16-le", "surrogatepass"))
-            file.flush()
-            output = self.prefix.run(host, to_windows(file.name), str(longest_ms))
+        # Closed before the stand-in reads it: Windows would not let a second process open it.
+        descriptor, file = tempfile.mkstemp(dir=self.prefix.scratch, suffix=".txt")
+        with os.fdopen(descriptor, "wb") as opened:
+            opened.write(command_line.encode("utf-16-le", "surrogatepass"))
+        try:
+            output = self.prefix.run_host(host, self.files.host, to_windows(file), str(longest_ms))
+        finally:
+            os.unlink(file)
         told = re.search(r"^0x([0-9A-F]{8}) ([0-9]+)$", output, re.MULTILINE) # at a crash Wine prints lines too
         if told is None:
             raise RuntimeError(f"{host} printed no exit code but: {output}")

@@ -8,15 +8,15 @@ import shutil
 import tempfile
 import unittest
 
-from kvtest import hits
+from kvtest import computers, hits
 from kvtest.certificates import make_authority, make_certificate, openssl
 from kvtest.collection_server import CollectionServer
 from kvtest.doctor import ExaminedProduct
 from kvtest.product import HOST, Files, Run
-from kvtest.wine_prefix import PrefixPool
 
 WORK = pathlib.Path(os.environ["KV_E2E_WORK"])
-_prefixes = PrefixPool(WORK)
+LOGS = WORK / "logs"
+_prefixes = computers.make_pool(WORK)
 atexit.register(_prefixes.close)
 
 LONGEST_WAIT_MS = 12000
@@ -37,14 +37,24 @@ def _make_certificates(host):
 
 
 class ProgramTest(unittest.TestCase):
-    """Each test has a new product, in a Wine prefix that no other test uses at the same time. The user has not opted in."""
+    """Each test has a new product, in a Wine prefix (on Windows: the tests' own account) that no other test uses at the
+    same time. The user has not opted in."""
     maxDiff = None
 
     def setUp(self):
         files = Files.from_environment()
         self.prefix = _prefixes.take()
         self.addCleanup(_prefixes.give_back, self.prefix)
+        self.addCleanup(self._keep_logs)
         self.product = ExaminedProduct(self.prefix, files)
+
+    def _keep_logs(self):
+        """Copies the trace logs of the test, every line of which the parser of the viewer must know (tests/viewer)."""
+        profile = self.prefix.local_app_data.parent.parent
+        for file in [*self.prefix.drive_c.glob("*.log"), *profile.rglob("kvtrace.log")]:
+            if file.is_file():
+                LOGS.mkdir(exist_ok=True)
+                shutil.copyfile(file, LOGS / f"{self.id()}-{file.name}")
 
     def serve(self, **options):
         """A collection server (see CollectionServer) that is the user's proxy."""

@@ -12,8 +12,8 @@ INTERNET_KEY = "HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\
 
 
 def to_windows(path):
-    """The name by which programs know a file of this machine."""
-    return "Z:" + str(path).replace("/", "\\")
+    """The name by which programs know a file of this machine, on Windows its own."""
+    return str(path) if os.name == "nt" else "Z:" + str(path).replace("/", "\\")
 
 
 def from_windows(prefix, windows_path):

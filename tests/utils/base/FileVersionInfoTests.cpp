@@ -362,13 +362,14 @@ TEST(FileVersionInfoTests, Results_PointIntoTheObjectAndAreNotCopied)
 TEST(FileVersionInfoTests, Interface_DeclaresItsOperationsInSlotOrder)
 {
     using KVUtils::AFileVersionInfo;
-    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetStringValue), 2u); // the destructor comes first and takes two
-    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetCompanyName), 3u);
-    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetFileDescription), 4u);
-    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetFileVersion), 5u);
-    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetProductName), 6u);
-    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetProductVersion), 7u);
-    EXPECT_EQ(KVTest::SlotCountOf<AFileVersionInfo>(), 8u);
+    const std::size_t first = KVTest::kDestructorSlots; // behind the destructor
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetStringValue), first);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetCompanyName), first + 1);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetFileDescription), first + 2);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetFileVersion), first + 3);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetProductName), first + 4);
+    EXPECT_EQ(KVTest::SlotOf(&AFileVersionInfo::GetProductVersion), first + 5);
+    EXPECT_EQ(KVTest::SlotCountOf<AFileVersionInfo>(), first + 6);
 }
 
 // Slots 3 to 7 only forward to the look-up by name.

@@ -42,9 +42,9 @@ TEST(Win32ExceptionTests, What_IsTheInheritedOne)
 
 TEST(Win32ExceptionTests, MessageText_IsDeclaredAfterDestructorAndWhat)
 {
-    EXPECT_EQ(KVTest::SlotOf(&CWin32Exception::what), 2u); // the destructor takes two
-    EXPECT_EQ(KVTest::SlotOf(&CWin32Exception::GetMessageText), 3u);
-    EXPECT_EQ(KVTest::SlotCountOf<CAccessViolation>(), 4u);
+    EXPECT_EQ(KVTest::SlotOf(&CWin32Exception::what), KVTest::kDestructorSlots);
+    EXPECT_EQ(KVTest::SlotOf(&CWin32Exception::GetMessageText), KVTest::kDestructorSlots + 1);
+    EXPECT_EQ(KVTest::SlotCountOf<CAccessViolation>(), KVTest::kDestructorSlots + 2);
 }
 
 TEST(Win32ExceptionTests, LiveCount_FollowsConstructionCopyAndDestruction)

@@ -1,6 +1,10 @@
-#include "logging/shared/SharedBlock.h"
+#include "logging/shared/SharedMapping.h"
+
+#include <utility>
 
 #include "logging/system/ModulePath.h"
+#include "logging/system/SlimLock.h"
+#include "utils/base/Decimal.h"
 
 namespace KVLogging
 {
@@ -8,7 +12,7 @@ namespace
 {
 std::wstring ObjectName(const std::wstring& executableName, const wchar_t* kind, const wchar_t* suffix)
 {
-    return StripExtension(executableName) + L"[" + std::to_wstring(::GetCurrentProcessId()) + L"]" + kind + suffix;
+    return StripExtension(executableName) + L"[" + KVUtils::ToDecimal(::GetCurrentProcessId()) + L"]" + kind + suffix;
 }
 
 // What the standard library decides about the memory of a block besides its size: whose library it is, the version of
@@ -72,17 +76,45 @@ bool CSharedMapping::IsBlock(const void* place, std::size_t byteCount, std::uint
            static_cast<const BlockHead*>(place)->mark == MarkOf(place, layout);
 }
 
-bool CSharedMapping::OpenMutex(const std::wstring& executableName, const wchar_t* kind)
+std::shared_ptr<CSharedMapping> CSharedMapping::Open(SharedMappingSlot& slot, const std::wstring& executableName,
+                                                     const wchar_t* kind)
 {
-    if (!m_mutex.IsValid())
+    const CSlimLockHold hold(slot.lock);
+    // Without an owner, the mapping in the slot is about to be destroyed on a different thread.
+    std::shared_ptr<CSharedMapping> mapping = slot.mapping != nullptr ? slot.mapping->weak_from_this().lock() : nullptr;
+    if (mapping == nullptr)
     {
-        m_mutex.Reset(::CreateMutexW(nullptr, FALSE, ObjectName(executableName, kind, L"Lock").c_str()));
+        KVWinApi::CUniqueSystemHandle mutex(
+            ::CreateMutexW(nullptr, FALSE, ObjectName(executableName, kind, L"Lock").c_str()));
+        if (mutex.IsValid())
+        {
+            mapping = std::make_shared<CSharedMapping>(slot, std::move(mutex));
+            slot.mapping = mapping.get();
+        }
     }
-    return m_mutex.IsValid();
+    return mapping;
 }
 
-bool CSharedMapping::OpenMapping(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount)
+CSharedMapping::CSharedMapping(SharedMappingSlot& slot, KVWinApi::CUniqueSystemHandle mutex) noexcept
+    : m_slot(slot), m_mutex(std::move(mutex))
 {
+}
+
+CSharedMapping::~CSharedMapping()
+{
+    const CSlimLockHold hold(m_slot.lock);
+    if (m_slot.mapping == this)
+    {
+        m_slot.mapping = nullptr;
+    }
+}
+
+bool CSharedMapping::OpenView(const std::wstring& executableName, const wchar_t* kind, DWORD byteCount)
+{
+    if (m_view.IsValid())
+    {
+        return true;
+    }
     m_mapping.Reset(::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, byteCount,
                                          ObjectName(executableName, kind, L"MappedFile").c_str()));
     if (m_mapping.IsValid())
@@ -92,15 +124,10 @@ bool CSharedMapping::OpenMapping(const std::wstring& executableName, const wchar
     // Another program may have made the mapping: of a program file, of reserved pages.
     if (!m_view.IsValid() || !IsPlainMemory(m_view.Get(), MEM_MAPPED, byteCount))
     {
-        CloseMapping();
+        m_view.Reset();
+        m_mapping.Reset();
         return false;
     }
     return true;
-}
-
-void CSharedMapping::CloseMapping() noexcept
-{
-    m_view.Reset();
-    m_mapping.Reset();
 }
 } // namespace KVLogging

@@ -1,27 +1,16 @@
-#include "ga_client/QueueFileReading.h"
+#include "ga_client/QueueFileView.h"
 
-#include <algorithm>
-#include <string_view>
+#include <optional>
 #include <utility>
 
 #include "ga_client/QueueFileFormat.h"
+#include "ga_client/QueueFileReading.h"
 #include "winapi/handles/KernelHandles.h"
 
 namespace GAClient
 {
 namespace
 {
-constexpr wchar_t kFileName[] = L"Statlet_RequestQueue.txt";
-
-std::wstring ReadInCodePage(const std::string& bytes)
-{
-    const int size = static_cast<int>(bytes.size()); // the shell gives no path of 2 GiB
-    std::wstring narrowed(bytes.size(), L'\0');      // no code page gives more units than bytes
-    const int length = KVWinApi::g_kernelApi->MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, narrowed.data(), size);
-    narrowed.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return narrowed;
-}
-
 KVWinApi::CUniqueFile OpenForReading(const std::wstring& path)
 {
     // A run that starts meanwhile opens the file for writing.
@@ -36,37 +25,6 @@ bool IsAbsent(DWORD error)
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 } // namespace
-
-std::wstring GetQueueFilePath(const std::wstring& folder)
-{
-    return ReadInCodePage(NarrowToBytes(folder + kFileName));
-}
-
-bool IsFileItself(HANDLE file)
-{
-    BY_HANDLE_FILE_INFORMATION information{};
-    return ::GetFileInformationByHandle(file, &information) != FALSE &&
-           (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
-}
-
-std::optional<std::list<std::wstring>> ReadQueueLines(HANDLE file, std::size_t limit, std::uint64_t byteLimit)
-{
-    constexpr DWORD kChunkSize = 65536;
-    CQueueLineCollector collector(limit);
-    std::string chunk(kChunkSize, '\0');
-    DWORD read = kChunkSize;
-    std::uint64_t total = 0;
-    while (read != 0 && !collector.IsFull() && total < byteLimit)
-    {
-        if (::ReadFile(file, chunk.data(), kChunkSize, &read, nullptr) == FALSE)
-        {
-            return std::nullopt;
-        }
-        collector.Add(std::string_view(chunk).substr(0, read));
-        total += read;
-    }
-    return collector.TakeLines();
-}
 
 QueueFileView ViewQueueFile(const std::wstring& path)
 {
@@ -89,7 +47,8 @@ QueueFileView ViewQueueFile(const std::wstring& path)
         view.state = QueueFileView::State::kLink;
         return view;
     }
-    std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), kDefaultQueueLimit, kLongestRead);
+    std::string buffer;
+    std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), kDefaultQueueLimit, buffer, kLongestRead);
     view.state = lines ? QueueFileView::State::kRead : QueueFileView::State::kUnreadable;
     view.error = lines ? ERROR_SUCCESS : ::GetLastError();
     view.requests = std::move(lines).value_or(std::list<std::wstring>());
