@@ -28,12 +28,6 @@ void CreateFolderChain(const std::wstring& folder)
 }
 } // namespace
 
-std::wstring GetDataFolderBelow(const std::wstring& base, const std::wstring& applicationName,
-                                const std::wstring& applicationVersion)
-{
-    return base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
-}
-
 std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion)
 {
     if (applicationName.empty() || applicationVersion.empty())

@@ -15,15 +15,15 @@
 
 namespace GAClient
 {
-/// How the queue file is found and read, for CRequestQueueFile and for programs that only look at it. Inline: in a
-/// source of its own the code is larger, and the size of the program is bounded.
+/// How the queue file is found and read, for CRequestQueueFile and for programs that only look at it. Static: for the
+/// one call in each source the compiler makes no function, and the size of the program is bounded.
 
 inline constexpr wchar_t kQueueFileName[] = L"Statlet_RequestQueue.txt";
 
 /// The path of the queue file in a data folder, which ends with a backslash. Deliberate: the path is narrowed like the
 /// content and then read in the system's code page, so that all processes find the same file. Paths beyond the code
 /// page are not reached.
-inline std::wstring GetQueueFilePath(const std::wstring& folder)
+static inline std::wstring GetQueueFilePath(const std::wstring& folder)
 {
     const std::string bytes = NarrowToBytes(folder + kQueueFileName);
     const int size = static_cast<int>(bytes.size()); // the shell gives no path of 2 GiB
@@ -35,7 +35,7 @@ inline std::wstring GetQueueFilePath(const std::wstring& folder)
 
 /// Whether an open file is the file itself. False for a link, and if the attributes are unavailable
 /// (`GetFileInformationByHandleEx`).
-inline bool IsFileItself(HANDLE file)
+static inline bool IsFileItself(HANDLE file)
 {
     FILE_BASIC_INFO information{}; // without the volume's serial number, which takes longer than the rest of a save
     return ::GetFileInformationByHandleEx(file, FileBasicInfo, &information, sizeof(information)) != FALSE &&
@@ -44,7 +44,7 @@ inline bool IsFileItself(HANDLE file)
 
 /// The first hits of an open file, at most limit, from its first byteLimit bytes; nothing if reading fails
 /// (`ReadFile`). Leaves a piece of the file in the buffer.
-inline std::optional<std::list<std::wstring>> ReadQueueLines(
+static inline std::optional<std::list<std::wstring>> ReadQueueLines(
     HANDLE file, std::size_t limit, std::string& buffer,
     std::uint64_t byteLimit = std::numeric_limits<std::uint64_t>::max())
 {
