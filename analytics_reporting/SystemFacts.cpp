@@ -54,7 +54,12 @@ std::wstring GetOSVersionText()
 
 std::wstring GetApplicationVersion()
 {
-    const KVUtils::CFileVersionInfo versionInfo(GetPathOfProgram().c_str());
+    return GetVersionOfProgram(GetPathOfProgram());
+}
+
+std::wstring GetVersionOfProgram(const std::wstring& path)
+{
+    const KVUtils::CFileVersionInfo versionInfo(path.c_str());
     const wchar_t* version = versionInfo.GetProductVersion();
     return version == nullptr ? kUnknown : GetTextOrUnknown(version);
 }

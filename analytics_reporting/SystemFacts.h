@@ -13,4 +13,7 @@ std::wstring GetOSVersionText();
 /// The entry "ProductVersion" in the version resource of the running program (`GetModuleFileNameW`,
 /// `GetFileVersionInfoW`), or "Unknown" if it is missing or empty. Reads the program's file at each call.
 std::wstring GetApplicationVersion();
+
+/// The same for the program of that path, whether it runs or not.
+std::wstring GetVersionOfProgram(const std::wstring& path);
 } // namespace KVAnalyticsReporting

@@ -85,6 +85,7 @@ foreach(program IN LISTS KV_DELIVERED_PROGRAMS)
 endforeach()
 install(FILES
     docs/configuration.md
+    docs/doctor.md
     docs/events.md
     docs/logging.md
     docs/measurement-protocol.md

@@ -17,16 +17,6 @@ namespace
 constexpr wchar_t kSection[] = L"Users";
 constexpr wchar_t kKey[] = L"UUID";
 
-// Empty if the file has none.
-std::wstring ReadClientId(const std::wstring& identityFile)
-{
-    constexpr DWORD kBufferSize = 256;
-    wchar_t value[kBufferSize] = {};
-    const DWORD length =
-        KVWinApi::g_winApi->GetPrivateProfileStringW(kSection, kKey, L"", value, kBufferSize, identityFile.c_str());
-    return std::wstring(value, length < kBufferSize ? length : kBufferSize - 1);
-}
-
 // The registry form without its braces, in lower case.
 std::wstring PlainForm(const wchar_t* registryForm)
 {
@@ -56,6 +46,15 @@ std::wstring GenerateClientId()
 }
 } // namespace
 
+std::wstring ReadClientId(const std::wstring& identityFile)
+{
+    constexpr DWORD kBufferSize = 256;
+    wchar_t value[kBufferSize] = {};
+    const DWORD length =
+        KVWinApi::g_winApi->GetPrivateProfileStringW(kSection, kKey, L"", value, kBufferSize, identityFile.c_str());
+    return std::wstring(value, length < kBufferSize ? length : kBufferSize - 1);
+}
+
 bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstring& applicationVersion,
                           std::wstring& clientId)
 {
@@ -64,7 +63,7 @@ bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstrin
         return false;
     }
     const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
-    const std::wstring identityFile = folder + applicationName + L".ini";
+    const std::wstring identityFile = GetIdentityFile(folder, applicationName);
     // Without a folder, the bare name would mean a file in the Windows folder.
     clientId = folder.empty() ? std::wstring() : ReadClientId(identityFile);
     if (!clientId.empty())

@@ -15,4 +15,14 @@ namespace GAClient
 /// cases clientId holds the new id nevertheless; it is empty when the system could not generate one.
 bool LoadOrCreateClientId(const std::wstring& applicationName, const std::wstring& applicationVersion,
                           std::wstring& clientId);
+
+/// The identity file of an application in its data folder, which ends with a backslash.
+inline std::wstring GetIdentityFile(const std::wstring& folder, const std::wstring& applicationName)
+{
+    return folder + applicationName + L".ini";
+}
+
+/// The client id in an identity file, at most 255 characters of it (`GetPrivateProfileStringW`); empty if the file has
+/// none. Only reads. Pass a full path: a bare name would mean a file in the Windows folder.
+std::wstring ReadClientId(const std::wstring& identityFile);
 } // namespace GAClient

@@ -39,7 +39,7 @@ std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstri
     {
         return {};
     }
-    std::wstring folder = base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
+    std::wstring folder = GetDataFolderBelow(base, applicationName, applicationVersion);
     CreateFolderChain(folder);
     return folder;
 }

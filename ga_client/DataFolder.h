@@ -11,4 +11,12 @@ namespace GAClient
 /// Empty if a name is empty or the user's folder is unavailable: then no file is used. A folder that cannot be created
 /// is not reported here; opening files in it fails.
 std::wstring GetDataFolder(const std::wstring& applicationName, const std::wstring& applicationVersion);
+
+/// The same folder below a folder of application data, which has no backslash at its end. Touches nothing. Static: for
+/// the one call in each source the compiler makes no function, and the size of the program is bounded.
+static inline std::wstring GetDataFolderBelow(const std::wstring& base, const std::wstring& applicationName,
+                                              const std::wstring& applicationVersion)
+{
+    return base + L"\\Norvik\\Statlet\\" + applicationName + L"\\" + applicationVersion + L"\\";
+}
 } // namespace GAClient

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <string>
 #include <string_view>
@@ -11,6 +12,13 @@ namespace GAClient
 /// system call. Throws only std::bad_alloc.
 
 constexpr char kQueueLineEnd = '\n';
+
+/// Nothing is appended to a file of this size or more, in bytes, so that it stays bounded even if hits can never be
+/// sent.
+constexpr std::int64_t kFullQueueFileSize = 1048576;
+
+/// The hits that a queue holds at most, unless its program sets a different limit.
+constexpr std::int32_t kDefaultQueueLimit = 500;
 
 /// The low 8 bits of each code unit.
 std::string NarrowToBytes(std::wstring_view text);

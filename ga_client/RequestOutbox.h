@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ga_client/http/HttpPostRequest.h"
+#include "ga_client/QueueFileFormat.h"
 #include "ga_client/QueueLock.h"
 #include "ga_client/RequestQueueFile.h"
 
@@ -79,7 +80,7 @@ private:
     std::atomic<DWORD> m_flushBudgetMs = 0;
     std::atomic<bool> m_flushOnStop = false;
     std::atomic<bool> m_dispatchHeld = true;
-    std::atomic<std::int32_t> m_queueLimit = 500;
+    std::atomic<std::int32_t> m_queueLimit = kDefaultQueueLimit;
     std::atomic<bool> m_isAbandoned = false;
     const bool m_useSsl;
 };

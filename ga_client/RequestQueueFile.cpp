@@ -8,6 +8,7 @@
 
 #include "ga_client/DataFolder.h"
 #include "ga_client/QueueFileFormat.h"
+#include "ga_client/QueueFileReading.h"
 #include "winapi/handles/KernelHandles.h"
 #include "winapi/handles/MutexHandles.h"
 
@@ -15,10 +16,7 @@ namespace GAClient
 {
 namespace
 {
-constexpr wchar_t kFileName[] = L"Statlet_RequestQueue.txt";
 constexpr wchar_t kMutexPrefix[] = L"Statlet_";
-// Nothing is appended to a file of this size or more, so that it stays bounded even if hits can never be sent.
-constexpr std::int64_t kFullSize = 1048576;
 // Attempts at each step of a save: a system that lacks a resource refuses several calls in a row, and what a save gives
 // up is lost.
 constexpr int kAttempts = 4;
@@ -68,23 +66,11 @@ private:
     KVWinApi::CUniqueMutexOwnership m_ownership; // declared after the mutex, hence given up before that is closed
 };
 
-// Deliberate: the path is narrowed like the content and then read in the system's code page, so that all processes find
-// the same file. Paths beyond the code page are not reached.
-std::wstring NarrowedPath(const std::wstring& path)
-{
-    const std::string bytes = NarrowToBytes(path);
-    const int size = static_cast<int>(bytes.size()); // the shell gives no path of 2 GiB
-    std::wstring narrowed(bytes.size(), L'\0');      // no code page gives more units than bytes
-    const int length = KVWinApi::g_kernelApi->MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, narrowed.data(), size);
-    narrowed.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return narrowed;
-}
-
 // Empty if no file is used.
 std::wstring FilePath(const std::wstring& applicationName, const std::wstring& applicationVersion)
 {
     const std::wstring folder = GetDataFolder(applicationName, applicationVersion);
-    return folder.empty() ? std::wstring() : NarrowedPath(folder + kFileName);
+    return folder.empty() ? std::wstring() : GetQueueFilePath(folder);
 }
 
 KVWinApi::CUniqueFile TryToOpen(const std::wstring& path, DWORD disposition)
@@ -110,14 +96,6 @@ KVWinApi::CUniqueFile OpenFile(const std::wstring& path, DWORD disposition)
         file = TryToOpen(path, disposition);
     }
     return file;
-}
-
-// False for a link, and if the attributes are unavailable.
-bool IsFileItself(HANDLE file)
-{
-    FILE_BASIC_INFO information{}; // without the volume's serial number, which takes longer than the rest of a save
-    return ::GetFileInformationByHandleEx(file, FileBasicInfo, &information, sizeof(information)) != FALSE &&
-           (information.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
 // Leaves an end that an earlier attempt has found. False if the size is unavailable.
@@ -164,24 +142,6 @@ bool WriteWhole(HANDLE file, std::string_view bytes)
            KVWinApi::g_kernelApi->WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
                FALSE &&
            written == bytes.size();
-}
-
-// The first lines of the file, at most limit; nothing if reading them fails. Leaves a piece of the file in the buffer.
-std::optional<std::list<std::wstring>> ReadLines(HANDLE file, std::size_t limit, std::string& buffer)
-{
-    constexpr DWORD kReadSize = 65536;
-    CQueueLineCollector collector(limit);
-    buffer.resize(kReadSize);
-    DWORD read = kReadSize;
-    while (read != 0 && !collector.IsFull())
-    {
-        if (::ReadFile(file, buffer.data(), kReadSize, &read, nullptr) == FALSE)
-        {
-            return std::nullopt;
-        }
-        collector.Add(std::string_view(buffer).substr(0, read));
-    }
-    return collector.TakeLines();
 }
 
 std::size_t FreePlaces(const std::list<std::wstring>& queue, std::int32_t queueLimit)
@@ -236,7 +196,7 @@ void CRequestQueueFile::Load(std::list<std::wstring>& queue, std::int32_t queueL
         return;
     }
     Reserve(0);
-    std::optional<std::list<std::wstring>> lines = ReadLines(file.Get(), FreePlaces(queue, queueLimit), m_buffer);
+    std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), FreePlaces(queue, queueLimit), m_buffer);
     if (!lines)
     {
         return;
@@ -308,7 +268,7 @@ bool CRequestQueueFile::Append(const std::list<std::wstring>& requests, std::opt
     {
         return false;
     }
-    if (*end >= kFullSize)
+    if (*end >= kFullQueueFileSize)
     {
         // Deliberate: these hits are lost, so that the file does not grow without bound.
         return false;

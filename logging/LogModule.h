@@ -67,6 +67,10 @@ public:
     /// "[Err: 0x%08X] " and the text of the error code, by the formatter or the system. Empty if memory is short.
     std::wstring FormatErrorText(std::uint32_t errorCode) noexcept;
 
+    /// Ends all logging of the module: no setting is read and no line is written any more. For a program that must not
+    /// leave a trace, as its first step. The named objects of this process, which the constructor has made, go with it.
+    void Silence() noexcept { m_isEnabled = false; }
+
     /// The name of the registry key: as given, or that of the program or library.
     const std::wstring& GetName() const noexcept;
 

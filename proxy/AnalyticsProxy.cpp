@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <shlobj.h>
 #include <tlhelp32.h>
 
 #include <array>
@@ -14,15 +13,14 @@
 #include "analytics_reporting/ProgramLogModule.h"
 #include "device_manager/DeviceKinds.h"
 #include "logging/Trace.h"
+#include "proxy/Consent.h"
+#include "proxy/MshtaPath.h"
 #include "proxy/ProcessSetup.h"
 #include "proxy/ProxyResults.h"
+#include "proxy/RunSettings.h"
 #include "utils/CommandLine.h"
-#include "utils/FileUtils.h"
-#include "utils/OSVersion.h"
-#include "utils/PathUtils.h"
 #include "utils/SxSConfig.h"
 #include "winapi/handles/KernelHandles.h"
-#include "winapi/ShellApi.h"
 #include "winapi/ToolHlpApi.h"
 
 namespace KVAnalyticsProxy
@@ -33,31 +31,20 @@ KV_TRACE_SOURCE(KVAnalyticsReporting::g_logModule, L"AnalyticsProxy.cpp");
 
 using KVAnalyticsReporting::GetAnalyticsEngine;
 
-constexpr wchar_t kAnalyticsSection[] = L"Analytics";
-
 std::wstring GetPropertyId()
 {
-    if (g_propertyIdPrefix.empty() &&
-        !KVUtils::CSxSConfig::_GetIniFile().ReadString(kAnalyticsSection, L"PropertyIDPrefix", g_propertyIdPrefix))
+    if (g_propertyIdPrefix.empty())
     {
-        g_propertyIdPrefix.clear();
+        ReadPropertyIdPrefix(g_propertyIdPrefix);
     }
-    return g_propertyIdPrefix + L"3";
-}
-
-bool ReadUseSsl()
-{
-    bool useSsl = true;
-    // An absent or empty value leaves it true; any text except "true" gives false.
-    KVUtils::CSxSConfig::_GetIniFile().GetBool(kAnalyticsSection, L"UseSSL", useSsl);
-    return useSsl;
+    return MakePropertyId(g_propertyIdPrefix);
 }
 
 bool InitializeEngine(bool optIn)
 {
     const std::wstring propertyId = GetPropertyId();
     g_useSsl = ReadUseSsl();
-    return GetAnalyticsEngine().Initialize(optIn, propertyId, L"LumoLink", g_useSsl);
+    return GetAnalyticsEngine().Initialize(optIn, propertyId, kApplicationName, g_useSsl);
 }
 
 // What the command line asks for.
@@ -230,11 +217,7 @@ void CAnalyticsProxy::ReportHit(KVLogging::CLogFunction& kvTraceScope)
 bool CAnalyticsProxy::IsOptInForAnalytics()
 {
     KV_TRACE(L"KVAnalyticsProxy::CAnalyticsProxy::IsOptInForAnalytics");
-    const std::wstring program = KVUtils::CPathUtils::GetPathOfExecutable() + L"\\NorvikCustPartic.exe";
-    const bool programPresent = KVUtils::FileExists(program);
-    const std::wstring marker = KVUtils::CSxSConfig::GetDataFolder() + L"\\NorvikCustPartic" + L"\\OptedOut";
-    const bool optedOut = KVUtils::FileExists(marker);
-    const bool result = programPresent && !optedOut;
+    const bool result = FindConsent().IsGiven();
     KV_LOGF(kLogInfo, L"CAnalyticsProxy::IsOptInForAnalytics - bAnalyticsOptIn is %s", result ? L"true" : L"false");
     return result;
 }
@@ -270,25 +253,6 @@ bool CAnalyticsProxy::IsCalledByLumo()
                 parentPath.c_str());
     }
     return isHost;
-}
-
-// The device centre is a 32-bit HTML application: on 64-bit Windows its host is in the 32-bit system folder. If that
-// folder is unavailable, the result is a path that no process can have.
-std::wstring CAnalyticsProxy::GetMshtaPath()
-{
-    constexpr wchar_t kHostFile[] = L"\\mshta.exe";
-    std::array<wchar_t, MAX_PATH + 1> folder{};
-    if (KVUtils::GetNativeProcessorArchitecture() == PROCESSOR_ARCHITECTURE_AMD64)
-    {
-        // Not in the facade.
-        const UINT length = ::GetSystemWow64DirectoryW(folder.data(), MAX_PATH);
-        return (length != 0 ? std::wstring(folder.data()) : std::wstring()) + kHostFile;
-    }
-    if (FAILED(KVWinApi::g_shellApi->SHGetFolderPathW(nullptr, CSIDL_SYSTEM, nullptr, 0, folder.data())))
-    {
-        return std::wstring();
-    }
-    return folder.data() + std::wstring(kHostFile);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): that the texts come by value is part of the interface

@@ -42,7 +42,6 @@ public:
 private:
     // Makes the one tracking call that the command line asks for. kvTraceScope: Run's, to which KV_LOGF writes.
     void ReportHit(KVLogging::CLogFunction& kvTraceScope);
-    std::wstring GetMshtaPath();
 };
 
 /// The property ID of the hits without its last character, which Run appends. Initially empty; Run reads it from

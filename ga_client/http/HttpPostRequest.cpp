@@ -12,7 +12,17 @@ constexpr DWORD kSecureFlags =
     INTERNET_FLAG_SECURE | INTERNET_FLAG_IGNORE_CERT_DATE_INVALID | INTERNET_FLAG_IGNORE_CERT_CN_INVALID;
 constexpr DWORD kPlainFlags = INTERNET_FLAG_RELOAD;
 
-// 0, which no server sends, if the status cannot be read.
+bool IsAccepted(DWORD status)
+{
+    return status == HTTP_STATUS_OK || status == HTTP_STATUS_CREATED || status == HTTP_STATUS_ACCEPTED;
+}
+} // namespace
+
+DWORD GetRequestFlags(bool useSsl) noexcept
+{
+    return useSsl ? kSecureFlags : kPlainFlags;
+}
+
 DWORD QueryStatus(HINTERNET request)
 {
     DWORD status = 0;
@@ -21,12 +31,6 @@ DWORD QueryStatus(HINTERNET request)
                                                             &status, &size, nullptr);
     return queried != FALSE ? status : 0;
 }
-
-bool IsAccepted(DWORD status)
-{
-    return status == HTTP_STATUS_OK || status == HTTP_STATUS_CREATED || status == HTTP_STATUS_ACCEPTED;
-}
-} // namespace
 
 bool CHttpPostRequest::Send(const std::wstring& request, bool useSsl)
 {
@@ -88,9 +92,8 @@ void CHttpPostRequest::ApplyTimeout() noexcept
 
 bool CHttpPostRequest::Post() const
 {
-    const KVWinApi::CUniqueInternet request(
-        KVWinApi::g_winApi->HttpOpenRequestW(m_connection.Get(), L"POST", m_path.c_str(), nullptr, nullptr, nullptr,
-                                             m_useSsl ? kSecureFlags : kPlainFlags, 0));
+    const KVWinApi::CUniqueInternet request(KVWinApi::g_winApi->HttpOpenRequestW(
+        m_connection.Get(), L"POST", m_path.c_str(), nullptr, nullptr, nullptr, GetRequestFlags(m_useSsl), 0));
     if (!request.IsValid())
     {
         return false;

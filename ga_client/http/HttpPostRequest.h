@@ -9,6 +9,13 @@
 
 namespace Http
 {
+/// The flags of a request to the collection host (`HttpOpenRequestW`). Deliberate: of certificate errors, a wrong date
+/// or name is tolerated.
+DWORD GetRequestFlags(bool useSsl) noexcept;
+
+/// The HTTP status of the answer to a request (`HttpQueryInfoW`); 0, which no server sends, if it cannot be read.
+DWORD QueryStatus(HINTERNET request);
+
 /// Delivers one request string to the collection host.
 class IHttpPostRequest
 {

@@ -110,13 +110,24 @@ void AppendQueueTimeMark(std::wstring& request)
 
 std::wstring ConvertQueueTimeMark(const std::wstring& request)
 {
-    constexpr int kDecimal = 10;
-    const std::size_t mark = request.find(kMark);
-    if (mark == std::wstring::npos || mark + 1 == request.size())
+    const QueueTimeMark mark = FindQueueTimeMark(request);
+    if (mark.position == std::wstring::npos)
     {
         return request;
     }
-    const std::int64_t markedTime = std::wcstoll(request.c_str() + mark + 1, nullptr, kDecimal);
-    return request.substr(0, mark) + kQueueTimeKey + QueueTimeSince(markedTime);
+    return request.substr(0, mark.position) + kQueueTimeKey + QueueTimeSince(mark.time);
+}
+
+QueueTimeMark FindQueueTimeMark(const std::wstring& request)
+{
+    constexpr int kDecimal = 10;
+    QueueTimeMark mark;
+    const std::size_t position = request.find(kMark);
+    if (position != std::wstring::npos && position + 1 != request.size())
+    {
+        mark.position = position;
+        mark.time = std::wcstoll(request.c_str() + position + 1, nullptr, kDecimal);
+    }
+    return mark;
 }
 } // namespace Protocols::MeasurementParams

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -16,4 +17,12 @@ void AppendQueueTimeMark(std::wstring& request);
 ///
 /// The first "#" counts as the mark, even if it belongs to a value: nothing is escaped in a request.
 std::wstring ConvertQueueTimeMark(const std::wstring& request);
+
+/// The mark of a stored request.
+struct QueueTimeMark
+{
+    std::size_t position = std::wstring::npos; ///< in code units; npos if the request is sent unchanged
+    std::int64_t time = 0;                     ///< the number behind the mark, 0 if it is none
+};
+QueueTimeMark FindQueueTimeMark(const std::wstring& request);
 } // namespace Protocols::MeasurementParams

@@ -7,10 +7,10 @@ namespace
 constexpr REGSAM kAccess = KEY_READ; // 0x20019, the default view of the process
 } // namespace
 
-CRegistryKey CRegistryKey::Open(const std::wstring& path) noexcept
+CRegistryKey CRegistryKey::Open(const std::wstring& path, HKEY hive) noexcept
 {
     HKEY key = nullptr;
-    const LSTATUS status = ::RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, kAccess, &key);
+    const LSTATUS status = ::RegOpenKeyExW(hive, path.c_str(), 0, kAccess, &key);
     return CRegistryKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 

@@ -97,7 +97,7 @@ std::wstring ModuleKeyPath(const std::wstring& processKeyPath, const std::wstrin
 } // namespace
 
 void ReadLogSettings(const std::wstring& moduleName, SettingsBlock& block, LogModuleSettings& settings,
-                     DWORD& pollIntervalMs, MonitorValues& monitorValues)
+                     DWORD& pollIntervalMs, MonitorValues& monitorValues, KeyCreation creation)
 {
     const CRegistryKey baseKey = CRegistryKey::Open(kLoggingKey);
     if (!baseKey.IsOpen())
@@ -111,9 +111,9 @@ void ReadLogSettings(const std::wstring& moduleName, SettingsBlock& block, LogMo
     const std::wstring processKeyPath = std::wstring(kLoggingKey) + L"\\" + block.executableName;
     const std::wstring moduleKeyPath = ModuleKeyPath(processKeyPath, block.executableName, moduleName);
     // Opened before the process key, which the creation of the module's key creates too.
-    const CRegistryKey moduleKey = (settings.Categories & kLogCreateModuleKey) != 0
-                                       ? CRegistryKey::OpenOrCreate(moduleKeyPath)
-                                       : CRegistryKey::Open(moduleKeyPath);
+    const bool mayCreate = creation == KeyCreation::kAsSettingsSay && (settings.Categories & kLogCreateModuleKey) != 0;
+    const CRegistryKey moduleKey =
+        mayCreate ? CRegistryKey::OpenOrCreate(moduleKeyPath) : CRegistryKey::Open(moduleKeyPath);
     const CRegistryKey processKey = CRegistryKey::Open(processKeyPath);
     if (!processKey.IsOpen())
     {

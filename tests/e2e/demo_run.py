@@ -17,7 +17,8 @@ import time
 
 from kvtest import hits
 from kvtest.collection_server import CollectionServer
-from kvtest.product import HOST, Files, Product
+from kvtest.doctor import ExaminedProduct
+from kvtest.product import HOST, Files
 from kvtest.wine_prefix import WinePrefix
 
 CONFIGURATION = """\
@@ -135,6 +136,14 @@ def show_refusals(demo):
     demo.check(len(demo.server.requests) == demo.server.connections, "neither run has connected to the server")
 
 
+def show_doctor(demo, expected_code, *arguments):
+    """What the doctor says now."""
+    print(f"  {demo.product.doctor} {' '.join(arguments)}\n")
+    code, output = demo.product.prefix.run_for_both(demo.product.doctor, *arguments)
+    print(textwrap.indent("\n".join(output.splitlines()), "    "))
+    demo.check(code == expected_code, f"the doctor ends with {code}")
+
+
 def show_queue(demo):
     chapter("Without a connection", "Nobody listens where the hits go. The program tries for twelve seconds, once a "
             "second, and then leaves its hits to the next run.")
@@ -146,6 +155,13 @@ def show_queue(demo):
     demo.check([hits.stored(hit) for hit in queued] == expected, "the four hits are in the queue file:")
     for hit in queued:
         print(f"\n    {hit}")
+    chapter("The doctor", "A console program beside the other says what a run would find, and changes nothing. Each run of "
+            "this demonstration has ended as it had said.")
+    show_doctor(demo, 0)
+    demo.product.opt_out()
+    code = demo.product.examine().exit_code
+    demo.check(code == 11, f"if the user opts out, the doctor ends with {code}")
+    demo.product.opt_out_mark().unlink()
 
     chapter("The connection is back", "The next run delivers what waits along with its own hits.")
     demo.server.listen()
@@ -193,7 +209,7 @@ def main():
     print("Preparing Wine ...", flush=True)
     with WinePrefix(folder) as prefix, CollectionServer() as server:
         (prefix.drive_c / "Product").symlink_to(folder / "product")
-        product = Product(prefix, Files.from_build_tree(tree))
+        product = ExaminedProduct(prefix, Files.from_build_tree(tree))
         product.write_config(CONFIGURATION)
         product.opt_in()
         product.send_to(server.port)

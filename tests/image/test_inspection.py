@@ -45,6 +45,15 @@ class InspectionTests(unittest.TestCase):
         self.write(self.optional + 68, "<H", 3)
         self.assertFound("subsystem 3, not the graphical one")
 
+    def test_console_program_of_any_size(self):
+        self.write(self.optional + 68, "<H", 3)
+        self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
+        self.assertEqual(list(inspect_image.findings(self.image, [], is_console=True)), [])
+
+    def test_graphical_program_in_place_of_the_console_one(self):
+        self.assertEqual(list(inspect_image.findings(self.image, [], is_console=True)),
+                         ["subsystem 2, not the console"])
+
     def test_no_data_execution_prevention(self):
         self.write(self.optional + 70, "<H", self.image.dll_characteristics & ~0x0100)
         self.assertFound("data execution prevention is off")
@@ -132,7 +141,6 @@ class VisualCppTests(InspectionTests):
         """The bound is that of g++'s program. That of Visual C++ holds a different C runtime."""
         self.image.data = self.image.data.ljust(inspect_image.MOST_BYTES + 1, b"\0")
         self.assertFound()
-
 
     def write_debug_entries(self, *entries):
         """Over the first bytes of the code. Each entry is (type, content)."""

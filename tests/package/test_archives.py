@@ -58,9 +58,11 @@ DEVELOPMENT = sorted(
 PROGRAM = [
     "KVAnalyticsProxy.spdx.json",
     "THIRD-PARTY-NOTICES.txt",
+    "bin/KVAnalyticsDoctor.exe",
     "bin/KVAnalyticsProxy.exe",
     "config.sample.ini",
     "docs/configuration.md",
+    "docs/doctor.md",
     "docs/events.md",
     "docs/logging-off.reg",
     "docs/logging-on-brief.reg",
@@ -168,10 +170,11 @@ class ArchiveTests(unittest.TestCase):
             self.assertEqual(paths_in(place.archive("program") / name, texts), [], name)
 
     def test_symbols_are_alone_and_name_no_path_of_this_machine(self):
-        name = "symbols/KVAnalyticsProxy.exe.debug"
-        self.assertEqual(files_of(place.archive("symbols")), [name])
+        names = ["symbols/KVAnalyticsDoctor.exe.debug", "symbols/KVAnalyticsProxy.exe.debug"]
+        self.assertEqual(files_of(place.archive("symbols")), names)
         texts = [str(place.SOURCE), str(place.BUILD), str(place.folder()), "/home/", "/root/"]
-        self.assertEqual(paths_in(place.archive("symbols") / name, texts), [])
+        for name in names:
+            self.assertEqual(paths_in(place.archive("symbols") / name, texts), [], name)
 
     def test_sums_are_those_of_all_archives_and_the_msi(self):
         sums = (place.archives() / "SHA256SUMS").read_text(encoding="ascii")

@@ -5,7 +5,8 @@ import shutil
 import place
 from encrypted_test import EncryptedTest
 from kvtest import hits
-from kvtest.product import Product, make_file
+from kvtest.doctor import ExaminedProduct
+from kvtest.product import make_file
 
 FOLDER = "C:\\Program Files\\Norvik\\Device Centre"
 
@@ -13,7 +14,7 @@ FOLDER = "C:\\Program Files\\Norvik\\Device Centre"
 class InstalledProgramTests(EncryptedTest):
     def setUp(self):
         super().setUp()
-        self.installed = Product(self.prefix, self.product.files, FOLDER)
+        self.installed = ExaminedProduct(self.prefix, self.product.files, FOLDER)
         self.installed.opt_in()
 
     def unpack(self):

@@ -8,7 +8,8 @@ import unittest
 
 import place
 from encrypted_test import EncryptedTest
-from kvtest.product import Product, make_file
+from kvtest.doctor import ExaminedProduct
+from kvtest.product import make_file
 from kvtest.wine import to_windows
 
 FOLDER = "C:\\Program Files\\Norvik\\Device Centre"
@@ -63,7 +64,7 @@ class InstallerTests(EncryptedTest):
         self.assertEqual(self.msiexec("/i", older), 0)
         self.assertEqual(self.prefix.path(f"{FOLDER}\\readme.txt").read_bytes(), b"older")
 
-        product = Product(self.prefix, self.product.files, FOLDER)
+        product = ExaminedProduct(self.prefix, self.product.files, FOLDER)
         product.opt_in()
         product.write_config("[Analytics]\nPropertyIDPrefix=NV-1000-\n")
         own_files = {name: files_of(self.prefix.path(FOLDER))[name] for name in OWN_FILES}

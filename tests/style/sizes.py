@@ -9,7 +9,7 @@ import re
 import sys
 from pathlib import Path
 
-PRODUCT = ("analytics_reporting", "device_manager", "ga_client", "logging", "proxy", "utils", "winapi")
+PRODUCT = ("analytics_reporting", "device_manager", "doctor", "ga_client", "logging", "proxy", "utils", "winapi")
 LONGEST_FILE = 350
 LONGEST_FUNCTION = 30
 WIDEST_PAGE = 120

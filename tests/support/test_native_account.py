@@ -2,6 +2,7 @@
 that of the profile. What only Windows can show is not tested here."""
 
 import pathlib
+import sys
 import tempfile
 import unittest
 
@@ -205,6 +206,23 @@ class AccountTests(NativeTest):
     def test_comparison_of_the_whole_computer_skips_the_test(self):
         with self.assertRaisesRegex(unittest.SkipTest, "compares all files"):
             self.account().snapshot()
+
+
+    def test_exit_code_has_eight_bits_and_the_output_may_have_any_characters(self):
+        program = "import sys; sys.stdout.buffer.write('Norvik \u00e9\u4e2d'.encode()); sys.exit(11)"
+        self.assertEqual(self.account().run_for_both(sys.executable, "-c", program), (11, "Norvik \u00e9\u4e2d"))
+
+    def test_listing_shows_each_change_of_files_of_the_test_and_of_the_product(self):
+        account = self.account()
+        shared = pathlib.Path(account.common_data) / "Norvik" / account.scratch.name
+        for folder in (account.scratch, account.local_app_data / "Norvik", shared):
+            before = account.list_own_files()
+            folder.mkdir(parents=True, exist_ok=True)
+            (folder / "file").write_bytes(b"a")
+            new = account.list_own_files()
+            self.assertEqual(new.keys() - before.keys(), {str(folder / "file")})
+            (folder / "file").write_bytes(b"ab")
+            self.assertNotEqual(account.list_own_files()[str(folder / "file")], new[str(folder / "file")])
 
 
 class HostTests(NativeTest):

@@ -92,7 +92,12 @@ class NativeAccount:
 
     def run_for_status(self, *command):
         """The low eight bits of a program's exit code."""
-        return self._run(command)[0] & 0xFF
+        return self.run_for_both(*command)[0]
+
+    def run_for_both(self, *command):
+        """The low eight bits of a program's exit code, and its output."""
+        status, output = self._run(command)
+        return status & 0xFF, output
 
     def _run(self, command):
         if command[0] in ("reg", "regedit"):
@@ -101,7 +106,7 @@ class NativeAccount:
                        if name.lower() not in ("http_proxy", "https_proxy", "all_proxy", "no_proxy", "tz")}
         done = subprocess.run([str(part) for part in command], env=environment, stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=PROGRAM_SECONDS, check=False,
-                              text=True, errors="replace")
+                              encoding="utf-8", errors="replace")
         return done.returncode, done.stdout
 
     def import_registry(self, *lines, undo=None):
@@ -112,6 +117,15 @@ class NativeAccount:
             if line.startswith("[") and not any(f"{key}\\".startswith(f"{own}\\") for own in OWN_KEYS):
                 raise unittest.SkipTest(f"changes {key}, which belongs to the system or to its emulator")
         self._registry.change(parse(lines))
+
+    def list_own_files(self):
+        """What is known without reading, of the files of the test and of the product."""
+        paths = [path for folder in (self.scratch, self._product_data, self._shared_data) for path in folder.rglob("*")]
+        return {str(path): (path.stat().st_mode, path.is_file() and path.stat().st_size,
+                            path.is_file() and path.stat().st_mtime_ns) for path in paths}
+
+    def differences(self):
+        """Unknown: nothing is noted of what an account is like without changes."""
 
     def snapshot(self):
         """A whole computer cannot be compared before and after."""

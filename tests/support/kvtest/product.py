@@ -17,6 +17,7 @@ from kvtest.build import built_program
 from kvtest.wine import INTERNET_KEY, registry_text, to_windows
 
 PROGRAM_NAME = "KVAnalyticsProxy.exe"
+DOCTOR_NAME = "KVAnalyticsDoctor.exe"
 HOST = "C:\\windows\\syswow64\\mshta.exe"
 STAND_IN_WAITS_MS = 30000
 
@@ -50,19 +51,21 @@ class Files(typing.NamedTuple):
     ending: pathlib.Path
     version: str
     collection_host: str
+    doctor: pathlib.Path
 
     @classmethod
     def from_environment(cls):
         """From the variables that CMake sets for tests."""
         return cls(*(pathlib.Path(os.environ[f"KV_E2E_{name}"]) for name in ("PROGRAM", "HOST", "FACTS", "ENDING")),
-                   os.environ["KV_E2E_VERSION"], os.environ["KV_E2E_COLLECTION_HOST"])
+                   os.environ["KV_E2E_VERSION"], os.environ["KV_E2E_COLLECTION_HOST"],
+                   pathlib.Path(os.environ["KV_E2E_DOCTOR"]))
 
     @classmethod
     def from_build_tree(cls, tree):
         cache = dict(re.findall(r"(?m)^([A-Za-z_]+):[A-Z]+=(.*)$", (tree / "CMakeCache.txt").read_text()))
         targets = ("KVAnalyticsProxy", "kv_mshta", "kv_system_facts", "kv_ending")
         return cls(*(built_program(target, tree) for target in targets), cache["CMAKE_PROJECT_VERSION"],
-                   cache["KV_COLLECTION_HOST"])
+                   cache["KV_COLLECTION_HOST"], built_program("KVAnalyticsDoctor", tree))
 
 
 class Product:
@@ -76,7 +79,7 @@ class Product:
         self.folder = folder or prefix.product_folder
         self.program = f"{self.folder}\\bin\\{PROGRAM_NAME}"
         self.default_data_folder = f"{prefix.common_data}\\Norvik\\" + self.folder.rpartition("\\")[2]
-        _place(files.program, prefix.path(self.program))
+        place(files.program, prefix.path(self.program))
 
     @property
     def client_folder(self):
@@ -129,7 +132,7 @@ class Product:
         return f'"{self.program}" {arguments}' if arguments else f'"{self.program}"'
 
     def place_host(self, host=HOST):
-        _place(self.files.host, self.prefix.host_path(host))
+        place(self.files.host, self.prefix.host_path(host))
 
     def start_command_line(self, command_line, host=HOST, longest_ms=STAND_IN_WAITS_MS):
         """Runs any program as the child of a stand-in that is already at its path."""
@@ -190,10 +193,10 @@ def make_file(path, content=b""):
     path.write_bytes(content)
 
 
-def _place(file, place):
+def place(file, target):
     """Copies the file. An existing one may run or be shared with other prefixes, so it is replaced, not overwritten."""
     content = file.read_bytes()
-    if place.exists() and place.read_bytes() == content:
+    if target.exists() and target.read_bytes() == content:
         return
-    place.unlink(missing_ok=True)
-    make_file(place, content)
+    target.unlink(missing_ok=True)
+    make_file(target, content)

@@ -11,7 +11,8 @@ import unittest
 from kvtest import computers, hits
 from kvtest.certificates import make_authority, make_certificate, openssl
 from kvtest.collection_server import CollectionServer
-from kvtest.product import HOST, Files, Product, Run
+from kvtest.doctor import ExaminedProduct
+from kvtest.product import HOST, Files, Run
 
 WORK = pathlib.Path(os.environ["KV_E2E_WORK"])
 LOGS = WORK / "logs"
@@ -45,7 +46,7 @@ class ProgramTest(unittest.TestCase):
         self.prefix = _prefixes.take()
         self.addCleanup(_prefixes.give_back, self.prefix)
         self.addCleanup(self._keep_logs)
-        self.product = Product(self.prefix, files)
+        self.product = ExaminedProduct(self.prefix, files)
 
     def _keep_logs(self):
         """Copies the trace logs of the test, every line of which the parser of the viewer must know (tests/viewer)."""

@@ -24,7 +24,7 @@ ALL_SKIPPED = 77
 PROGRAMS = {"KV_E2E_PROGRAM": "KVAnalyticsProxy", "KV_E2E_HOST": "kv_mshta", "KV_E2E_FACTS": "kv_system_facts",
             "KV_E2E_ENDING": "kv_ending", "KV_E2E_FAILING": "kv_failing_program", "KV_E2E_LOADER": "kv_library_loader",
             "KV_E2E_MANIFESTED": "kv_manifested_version", "KV_E2E_MARKING": "kv_marking",
-            "KV_E2E_PLAIN": "kv_reported_version"}
+            "KV_E2E_PLAIN": "kv_reported_version", "KV_E2E_DOCTOR": "KVAnalyticsDoctor"}
 
 
 def tests_of(suite):

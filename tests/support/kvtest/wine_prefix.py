@@ -16,6 +16,7 @@ LINGER_SECONDS = 60
 PROGRAM_SECONDS = 45
 # Wine's files of this size or more are shared by all prefixes and never written.
 SHARED_BYTES = 65536
+SYSTEM_FOLDER = "drive_c/windows"
 REGISTRY_FILE = re.compile(r".*\.reg|reg[0-9a-f]+\.tmp")
 
 
@@ -41,6 +42,7 @@ class WinePrefix:
         self._tree = pathlib.Path(tempfile.mkdtemp(prefix="prefix-", dir=work))
         self.folder = self._tree / "wine-prefix"
         self._undo = []
+        self._settings = []
         self._is_spoilt = False
         try:
             _copy(template / "wine-prefix", self.folder)
@@ -100,16 +102,49 @@ class WinePrefix:
 
     def run(self, *command):
         """The output of a program that must end with 0."""
+        self._note(command)
         return self._wine("run", *command)
 
-    def run_for_status(self, *command):
-        """The eight bits of a program's exit code that a Unix shell sees."""
+    def run_for_both(self, *command):
+        """The eight bits of a program's exit code that a Unix shell sees, and its output."""
+        self._note(command)
         for _ in range(5):
             status, output = wine.end(wine.start(self._tree, "run", *command, seconds=PROGRAM_SECONDS),
                                       PROGRAM_SECONDS + wine.SETUP_SECONDS)
             if not wine.has_stumbled(status, output):
-                return status
+                return status, output
         raise RuntimeError(f"wine {' '.join(command)} lost the exit code each time")
+
+    def _note(self, command):
+        """Programs of the system, which are started by their bare names, may change settings."""
+        if "\\" not in str(command[0]):
+            self._settings.append(tuple(map(str, command)))
+
+    def differences(self):
+        """In what the prefix differs from a new one: files, with their content, and imported settings. Equal for prefixes
+        that nothing in a run can tell apart. None if that is unknown."""
+        if self._is_spoilt:
+            return None
+        files = self.list_own_files()
+        known = {name: facts for name, facts in self._files.items() if not _is_below(name, SYSTEM_FOLDER)}
+        changed = sorted(name for name in files.keys() | known.keys() if files.get(name) != known.get(name))
+        if any((self.folder / name).is_symlink() for name in changed):
+            return None
+        return tuple((name, self._content(name)) for name in changed), tuple(self._settings)
+
+    def _content(self, name):
+        path = self.folder / name
+        if path.is_dir():
+            return "folder"
+        return path.read_bytes() if path.exists() else None
+
+    def list_own_files(self):
+        """What is known without reading, of all but the registry files and the system's folder, which has most files."""
+        return self._list_files(pruned=self.folder / SYSTEM_FOLDER)
+
+    def run_for_status(self, *command):
+        """The eight bits of a program's exit code that a Unix shell sees."""
+        return self.run_for_both(*command)[0]
 
     def import_registry(self, *lines, undo=None):
         """Imports lines of a .reg file, without its first one. undo: the lines that revert them."""
@@ -117,9 +152,10 @@ class WinePrefix:
             self.spoil()
         elif undo not in self._undo:
             self._undo.append(undo)
+        self._settings.append(lines)
         file = self._tree / "import.reg"
         file.write_text("Windows Registry Editor Version 5.00\n\n" + "\n".join(lines) + "\n", encoding="utf-16")
-        self.run("regedit", "/S", wine.to_windows(file))
+        self._wine("run", "regedit", "/S", wine.to_windows(file))
 
     def spoil(self):
         """To be called for a change that restore() cannot revert."""
@@ -132,6 +168,7 @@ class WinePrefix:
         if self._undo:
             self.import_registry(*(line for lines in self._undo for line in lines), undo=self._undo[0])
             self._undo.clear()
+        self._settings.clear()
         self._remove_new_files()
         return self._list_files() == self._files
 
@@ -143,11 +180,14 @@ class WinePrefix:
             else:
                 path.unlink(missing_ok=True) # it may have been removed with its folder
 
-    def _list_files(self):
+    def _list_files(self, pruned=None):
         """What is known without reading, of all but the registry files: the server writes each at any time, to a temporary
         file first."""
         facts = {}
         for folder, folders, files in os.walk(self.folder):
+            if pruned is not None and pathlib.Path(folder) == pruned:
+                folders.clear()
+                continue
             for name in folders + [file for file in files if not REGISTRY_FILE.fullmatch(file)]:
                 path = os.path.join(folder, name)
                 status = os.lstat(path)
@@ -187,6 +227,10 @@ class WinePrefix:
             return ("registry", _without_times(path.read_bytes()))
         content = "" if status.st_nlink > 1 else hashlib.sha256(path.read_bytes()).hexdigest()
         return ("file", status.st_size, status.st_mtime_ns, content)
+
+
+def _is_below(name, folder):
+    return name.startswith(f"{folder}/")
 
 
 def _copy(source, target):
