@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "winapi/base/ProcessStatus.h"
 #include "winapi/base/SystemLibraries.h"
 #include "winapi/FacadeInstance.h"
 
@@ -53,7 +54,7 @@ DWORD CKernelApi::GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD n
 
 DWORD CKernelApi::GetModuleFileNameExW(HANDLE hProcess, HMODULE hModule, LPWSTR lpFilename, DWORD nSize)
 {
-    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, GetModuleFileNameExW), hProcess, hModule, lpFilename, nSize);
+    return ::K32GetModuleFileNameExW(hProcess, hModule, lpFilename, nSize);
 }
 
 BOOL CKernelApi::GetVersionExW(LPOSVERSIONINFOW lpVersionInformation)
@@ -244,17 +245,17 @@ HANDLE CKernelApi::CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD 
 
 BOOL CKernelApi::EnumProcesses(DWORD* lpidProcess, DWORD cb, DWORD* cbNeeded)
 {
-    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, EnumProcesses), lpidProcess, cb, cbNeeded);
+    return ::K32EnumProcesses(lpidProcess, cb, cbNeeded);
 }
 
 BOOL CKernelApi::EnumProcessModules(HANDLE hProcess, HMODULE* lphModule, DWORD cb, LPDWORD lpcbNeeded)
 {
-    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, EnumProcessModules), hProcess, lphModule, cb, lpcbNeeded);
+    return ::K32EnumProcessModules(hProcess, lphModule, cb, lpcbNeeded);
 }
 
 DWORD CKernelApi::GetModuleBaseNameW(HANDLE hProcess, HMODULE hModule, LPWSTR lpBaseName, DWORD nSize)
 {
-    return Call(KV_SYSTEM_FUNCTION(g_psapiDll, GetModuleBaseNameW), hProcess, hModule, lpBaseName, nSize);
+    return ::K32GetModuleBaseNameW(hProcess, hModule, lpBaseName, nSize);
 }
 
 HANDLE CKernelApi::OpenProcess(DWORD dwDesiredAccess, BOOL bInheritHandle, DWORD dwProcessId)

@@ -17,7 +17,7 @@ namespace KVWinApi
 /// BeginThreadEx and EndThreadEx are the C runtime's `_beginthreadex` and `_endthreadex`, MoveMemoryBlock is its
 /// `memmove`. GetProcessId, GetProductInfo and GetUserGeoID do not exist on every supported Windows version and are
 /// looked up at run time. If the function is missing, they return 0 and the last error is ERROR_CALL_NOT_IMPLEMENTED
-/// (120).
+/// (120). The four process-status functions are those of KERNEL32, so that psapi.dll is not loaded.
 ///
 /// Declaration order is slot order and part of the interface.
 class IKernelApi

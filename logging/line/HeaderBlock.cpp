@@ -2,16 +2,14 @@
 
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <algorithm>
 #include <array>
 
 #include "logging/line/TextFormat.h"
 #include "logging/system/ModulePath.h"
 #include "utils/base/FileVersionInfo.h"
+#include "winapi/base/ProcessStatus.h"
 #include "winapi/base/SystemHandles.h"
-#include "winapi/base/SystemLibraries.h"
 
 namespace KVLogging
 {
@@ -57,8 +55,8 @@ std::vector<std::wstring> ListProcessModules()
         ::OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, ::GetCurrentProcessId()));
     std::array<HMODULE, kMaxModules> modules{};
     DWORD needed = 0;
-    if (!process.IsValid() || Call(KV_SYSTEM_FUNCTION(KVWinApi::g_psapiDll, EnumProcessModules), process.Get(),
-                                   modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
+    if (!process.IsValid() ||
+        ::K32EnumProcessModules(process.Get(), modules.data(), static_cast<DWORD>(sizeof(modules)), &needed) == FALSE)
     {
         return paths;
     }

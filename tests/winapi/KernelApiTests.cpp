@@ -7,6 +7,7 @@
 
 #include "tests/support/ScopedSubstitute.h"
 #include "tests/winapi/Forwarding.h"
+#include "winapi/base/ProcessStatus.h"
 
 #define KV_INTERFACE KVWinApi::IKernelApi
 
@@ -16,7 +17,7 @@
     SAME(FreeLibrary)                                                                                                  \
     SAME(GetProcAddress)                                                                                               \
     SAME(GetModuleFileNameW)                                                                                           \
-    LATE(L"psapi.dll", GetModuleFileNameExW, 0)                                                                        \
+    OWN(GetModuleFileNameExW)                                                                                          \
     SAME(GetVersionExW)                                                                                                \
     SAME(GetCurrentThreadId)                                                                                           \
     SAME(CreateProcessW)                                                                                               \
@@ -51,9 +52,9 @@
     SAME(GetShortPathNameW)                                                                                            \
     SAME(GetFileSizeEx)                                                                                                \
     SAME(CreateFileW)                                                                                                  \
-    LATE(L"psapi.dll", EnumProcesses, FALSE)                                                                           \
-    LATE(L"psapi.dll", EnumProcessModules, FALSE)                                                                      \
-    LATE(L"psapi.dll", GetModuleBaseNameW, 0)                                                                          \
+    OWN(EnumProcesses)                                                                                                 \
+    OWN(EnumProcessModules)                                                                                            \
+    OWN(GetModuleBaseNameW)                                                                                            \
     SAME(OpenProcess)                                                                                                  \
     SAME(OpenProcessToken)                                                                                             \
     SAME(PeekNamedPipe)                                                                                                \
@@ -121,6 +122,19 @@ KV_OPERATIONS(KV_DECLARE_IMPORT, KV_DECLARE_LATE, KV_IGNORE)
 KV_DECLARE_IMPORT(_beginthreadex)
 #endif
 
+// What psapi.h declares, under the names by which KERNEL32 exports it.
+#define KV_PROCESS_STATUS(OPERATION)                                                                                   \
+    OPERATION(EnumProcesses)                                                                                           \
+    OPERATION(EnumProcessModules)                                                                                      \
+    OPERATION(GetModuleBaseNameW)                                                                                      \
+    OPERATION(GetModuleFileNameExW)
+#define KV_DECLARE_KERNEL_IMPORT(operation) KV_DECLARE_IMPORT(K32##operation)
+#define KV_EXPECT_FORWARDS_TO_KERNEL(operation)                                                                        \
+    KV_EXPECT_SAME_TYPES(operation)                                                                                    \
+    KVTest::ExpectForwards(*api, &KV_INTERFACE::operation, __imp_K32##operation, #operation);
+
+KV_PROCESS_STATUS(KV_DECLARE_KERNEL_IMPORT)
+
 namespace
 {
 TEST(KernelApiTests, Interface_DeclaresItsOperationsInSlotOrder)
@@ -136,6 +150,12 @@ TEST(KernelApiTests, EachOperation_ForwardsArgumentsAndResult)
 {
     KV_INTERFACE* const api = KVWinApi::g_kernelApi;
     KV_OPERATIONS(KV_EXPECT_FORWARDS, KV_EXPECT_FORWARDS_LATE, KV_IGNORE)
+}
+
+TEST(KernelApiTests, EachOperationOfProcessStatus_ForwardsToKernel32)
+{
+    KV_INTERFACE* const api = KVWinApi::g_kernelApi;
+    KV_PROCESS_STATUS(KV_EXPECT_FORWARDS_TO_KERNEL)
 }
 
 TEST(KernelApiTests, EachLateOperation_WithoutItsLibraryOrFunction_FailsByItsOwnConvention)

@@ -6,7 +6,6 @@ constinit CSystemLibrary g_gdi32Dll(L"gdi32.dll");
 constinit CSystemLibrary g_ipHlpApiDll(L"iphlpapi.dll");
 constinit CSystemLibrary g_ole32Dll(L"ole32.dll");
 constinit CSystemLibrary g_oleAut32Dll(L"oleaut32.dll");
-constinit CSystemLibrary g_psapiDll(L"psapi.dll");
 constinit CSystemLibrary g_rpcRt4Dll(L"rpcrt4.dll");
 constinit CSystemLibrary g_secur32Dll(L"secur32.dll");
 constinit CSystemLibrary g_setupApiDll(L"setupapi.dll");

@@ -10,7 +10,6 @@ extern constinit CSystemLibrary g_gdi32Dll;
 extern constinit CSystemLibrary g_ipHlpApiDll;
 extern constinit CSystemLibrary g_ole32Dll;
 extern constinit CSystemLibrary g_oleAut32Dll;
-extern constinit CSystemLibrary g_psapiDll;
 extern constinit CSystemLibrary g_rpcRt4Dll;
 extern constinit CSystemLibrary g_secur32Dll;
 extern constinit CSystemLibrary g_setupApiDll; // has the functions of cfgmgr32.dll too

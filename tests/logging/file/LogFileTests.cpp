@@ -19,9 +19,12 @@
 #include "tests/logging/SystemCallPatches.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DebugOutputCapture.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/LoaderPatch.h"
 #include "tests/support/Narrow.h"
 #include "winapi/base/SystemHandles.h"
+
+KV_DECLARE_IMPORT(K32EnumProcessModules)
 
 namespace
 {
@@ -729,8 +732,8 @@ BOOL WINAPI EnumerateThreeHundredModules(HANDLE, HMODULE* modules, DWORD room, D
 
 TEST(HeaderBlockTests, ListProcessModules_ListsTwoHundredAndFiftySixAtMost)
 {
-    KVTest::LoaderPatch loader;
-    loader.AnswerWith(reinterpret_cast<void*>(&EnumerateThreeHundredModules), "EnumProcessModules");
+    const KVTest::ImportPatch patch(__imp_K32EnumProcessModules,
+                                    reinterpret_cast<void*>(&EnumerateThreeHundredModules));
     EXPECT_THAT(ListProcessModules(),
                 testing::AllOf(testing::SizeIs(256), testing::Each(KVLogging::GetModulePath(nullptr))));
 }

@@ -20,7 +20,6 @@ int CountMissing()
     missing += g_ipHlpApiDll.Find("GetAdaptersInfo") == nullptr ? 1 : 0;
     missing += g_ole32Dll.Find("CoCreateGuid") == nullptr ? 1 : 0;
     missing += g_oleAut32Dll.Find("VariantClear") == nullptr ? 1 : 0;
-    missing += g_psapiDll.Find("EnumProcesses") == nullptr ? 1 : 0;
     missing += g_rpcRt4Dll.Find("UuidCreate") == nullptr ? 1 : 0;
     missing += g_secur32Dll.Find("GetUserNameExW") == nullptr ? 1 : 0;
     missing += g_setupApiDll.Find("SetupCloseInfFile") == nullptr ? 1 : 0;

@@ -262,13 +262,12 @@ protected:
     PlantedLibraryTests()
     {
         Copy(L"kv_library_user.exe", L"kv_library_user.exe");
-        for (const wchar_t* const name :
-             {L"gdi32.dll", L"iphlpapi.dll", L"ole32.dll", L"oleaut32.dll", L"psapi.dll", L"rpcrt4.dll", L"secur32.dll",
-              L"setupapi.dll", L"shell32.dll", L"shlwapi.dll", L"user32.dll", L"version.dll", L"wininet.dll",
-              L"winspool.drv", L"ws2_32.dll",
-              // What those import in their turn, here or there.
-              L"mpr.dll", L"cfgmgr32.dll", L"combase.dll", L"compstui.dll", L"crypt32.dll", L"dnsapi.dll", L"nsi.dll",
-              L"shcore.dll", L"sspicli.dll", L"win32u.dll"})
+        for (const wchar_t* const name : {L"gdi32.dll", L"iphlpapi.dll", L"ole32.dll", L"oleaut32.dll", L"rpcrt4.dll",
+                                          L"secur32.dll", L"setupapi.dll", L"shell32.dll", L"shlwapi.dll",
+                                          L"user32.dll", L"version.dll", L"wininet.dll", L"winspool.drv", L"ws2_32.dll",
+                                          // What those import in their turn, here or there.
+                                          L"mpr.dll", L"cfgmgr32.dll", L"combase.dll", L"compstui.dll", L"crypt32.dll",
+                                          L"dnsapi.dll", L"nsi.dll", L"shcore.dll", L"sspicli.dll", L"win32u.dll"})
         {
             Copy(L"kv_planted.dll", name);
         }
