@@ -33,6 +33,7 @@ ROWS = {
     "a": ("a run that ends at the consent check", "an empty program", "<=", 1.2),
     "a.shell": ("the same without a configured data folder", "an empty program", None, None),
     "b": ("a run that ends at the caller check", "an empty program", "<=", 1.35),
+    "b.calls": ("the same", "an empty program with the check's calls", None, None),
     "c": ("a trace scope, logging off", "the calls of its enable tests", "<=", 1.3),
     "d": ("a trace line to a file", "open, seek, write, close", None, None),
     "d.locks": ("the same", "the same inside the settings mutex", "<=", 1.15),
@@ -124,15 +125,19 @@ def install(name, data_folder, opted_in):
 
 def measure_starts(rows, pairs):
     """Rows a and b. A start takes milliseconds: three times the pairs."""
-    launcher, empty = bench_program("launcher"), to_windows(bench_program("empty"))
-    for row, program, code in (("a", install("declined", True, False), PROXY_S_NOT_OPTED_IN),
-                               ("a.shell", install("unconfigured", False, False), PROXY_S_NOT_OPTED_IN),
-                               ("b", install("consenting", True, True), PROXY_E_NOT_CALLED_BY_LUMO)):
+    launcher = bench_program("launcher")
+    empty, caller = (f'"{to_windows(bench_program(name))}"' for name in ("empty", "caller"))
+    consenting = install("consenting", True, True)
+    for row, program, code, floor in (
+            ("a", install("declined", True, False), PROXY_S_NOT_OPTED_IN, empty),
+            ("a.shell", install("unconfigured", False, False), PROXY_S_NOT_OPTED_IN, empty),
+            ("b", consenting, PROXY_E_NOT_CALLED_BY_LUMO, empty),
+            ("b.calls", consenting, PROXY_E_NOT_CALLED_BY_LUMO, caller)):
         if row[0] in rows:
-            yield from run(launcher, "times", row, hex(code), program, f'"{empty}"', 3 * pairs)
+            yield from run(launcher, "times", row, hex(code), program, floor, 3 * pairs)
             yield from run(launcher, "modules", row, hex(code), program)
     if {"a", "b"} & set(rows):
-        yield from run(launcher, "modules", "empty", "0", f'"{empty}"')
+        yield from run(launcher, "modules", "empty", "0", empty)
 
 
 def measure_memory(pairs):

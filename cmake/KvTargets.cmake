@@ -8,6 +8,7 @@ set(KV_QUICK_SOURCES
     ga_client/activities/ExceptionActivity.cpp
     ga_client/protocols/MeasurementUrlParams.cpp
     logging/LogFunction.cpp
+    logging/LogModuleLines.cpp
     logging/TraceScope.cpp
     utils/base/Decimal.cpp
 )

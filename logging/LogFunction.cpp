@@ -61,7 +61,6 @@ CLogFunction::~CLogFunction()
 
 void CLogFunction::LogString(std::uint32_t flags, int lineNumber, const wchar_t* text, bool endOfLine) noexcept
 {
-    const CLastErrorRestore lastError;
     m_scope.lineNumber = lineNumber;
     if (m_module != nullptr)
     {
@@ -71,7 +70,6 @@ void CLogFunction::LogString(std::uint32_t flags, int lineNumber, const wchar_t*
 
 void CLogFunction::LogVariadic(std::uint32_t flags, int lineNumber, const wchar_t* format, ...) noexcept
 {
-    const CLastErrorRestore lastError;
     m_scope.lineNumber = lineNumber;
     if (m_module != nullptr)
     {

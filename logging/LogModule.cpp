@@ -5,8 +5,8 @@
 #include "logging/LastErrorRestore.h"
 #include "logging/line/ErrorText.h"
 #include "logging/line/TextFormat.h"
-#include "logging/LineLogger.h"
 #include "logging/LogModuleSettings.h"
+#include "logging/ModuleCall.h"
 #include "logging/ModuleState.h"
 #include "logging/system/ModulePath.h"
 #include "logging/system/PerformanceClock.h"
@@ -48,47 +48,6 @@ std::unique_ptr<ModuleState> MakeState(const char* moduleName, const char* build
     return state;
 }
 } // namespace
-
-// One call of an operation: in the critical section of the module, if that exists.
-class CLogModule::CCall
-{
-public:
-    explicit CCall(CLogModule& module) noexcept : m_module(module)
-    {
-        if (!m_module.m_isEnabled)
-        {
-            return;
-        }
-        ++m_module.m_callCount;
-        m_isCounted = true;
-        if (m_module.m_isEnabled) // again: from here on the destructor sees this call
-        {
-            m_module.m_criticalSection.Enter();
-            m_isInside = true;
-        }
-    }
-    ~CCall()
-    {
-        if (m_isInside)
-        {
-            m_module.m_criticalSection.Leave();
-        }
-        if (m_isCounted)
-        {
-            --m_module.m_callCount;
-        }
-    }
-    CCall(const CCall&) = delete;
-    CCall& operator=(const CCall&) = delete;
-
-    /// False if the module does not exist, even if it was destroyed while this thread waited.
-    bool IsAllowed() const noexcept { return m_isInside && m_module.m_isEnabled; }
-
-private:
-    CLogModule& m_module;
-    bool m_isCounted = false;
-    bool m_isInside = false;
-};
 
 CLogModule::CLogModule(const char* moduleName, const char* buildTime) noexcept
 {
@@ -143,52 +102,14 @@ void CLogModule::ResetSettings() noexcept
     }
 }
 
-void CLogModule::LogString(TraceScope* scope, std::uint32_t flags, const wchar_t* text, bool endOfLine) noexcept
-{
-    Log(scope, flags,
-        [&](CLineLogger& logger) { logger.InternalLogSimpleString(text != nullptr ? text : L"", endOfLine); });
-}
-
-void CLogModule::LogFormattedString(TraceScope* scope, std::uint32_t flags, const wchar_t* format,
-                                    va_list arguments) noexcept
-{
-    Log(scope, flags, [&](CLineLogger& logger) { logger.InternalLogFormattedString(format, arguments); });
-}
-
-void CLogModule::LogShortName(TraceScope& scope, std::uint32_t flags, bool endOfLine) noexcept
-{
-    Log(&scope, flags, [&](CLineLogger& logger) { logger.InternalLogSimpleString(nullptr, endOfLine); });
-}
-
-// The way of one line: is the module enabled, do its settings enable the line; then the line is logged.
-template <typename Body> void CLogModule::Log(TraceScope* scope, std::uint32_t flags, const Body& body) noexcept
-{
-    const CLastErrorRestore lastError;
-    const CCall call(*this);
-    if (!call.IsAllowed())
-    {
-        return;
-    }
-    if (const std::optional<LogModuleSettings> settings = FindSettings(scope, flags))
-    {
-        CLineLogger logger(*m_state, *settings, scope, flags, lastError.GetSaved());
-        body(logger);
-    }
-}
-
 // The settings of the line if they enable it, nothing otherwise.
 std::optional<LogModuleSettings> CLogModule::FindSettings(const TraceScope* scope, std::uint32_t flags) noexcept
 {
-    const bool mayRefresh = m_state->lineSink == nullptr;
-    if (m_state->settings.IsKnownDisabled(flags, mayRefresh))
-    {
-        return std::nullopt;
-    }
     try
     {
         MonitorValues monitorValues;
         const std::optional<LogModuleSettings> settings = m_state->settings.LookUp(
-            scope != nullptr ? &scope->sourceFile : nullptr, mayRefresh, [this] { ResetSettings(); }, monitorValues);
+            scope != nullptr ? &scope->sourceFile : nullptr, MayRefresh(), [this] { ResetSettings(); }, monitorValues);
         // After the settings are released: other modules need not wait for the monitor.
         m_state->monitor.Update(monitorValues, m_state->executableName);
         if (settings && (settings->Categories & flags) != 0)
@@ -220,7 +141,7 @@ void CLogModule::AttachLineSink(ILineSink* sink) noexcept
     {
         return;
     }
-    if (sink != nullptr)
+    if (sink != nullptr && !IsKnownDisabled(0))
     {
         FindSettings(nullptr, 0); // reads the registry if that is due: with a sink attached it is not read
     }

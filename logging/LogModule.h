@@ -78,6 +78,8 @@ private:
     class CCall;
 
     template <typename Body> void Log(TraceScope* scope, std::uint32_t flags, const Body& body) noexcept;
+    bool IsKnownDisabled(std::uint32_t flags) const noexcept;
+    bool MayRefresh() const noexcept;
     std::optional<LogModuleSettings> FindSettings(const TraceScope* scope, std::uint32_t flags) noexcept;
     void WaitForCalls() noexcept;
 

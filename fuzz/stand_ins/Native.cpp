@@ -93,6 +93,11 @@ DWORD GetCurrentThreadId()
     return 0x1A2B;
 }
 
+void GetLocalTime(SYSTEMTIME* time)
+{
+    *time = {1408682898, 2014, 8, 22, 4, 48, 18};
+}
+
 BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime)
 {
     const std::uint64_t ticks = static_cast<std::uint64_t>(systemTime->seconds + 11644473600) * 10000000;

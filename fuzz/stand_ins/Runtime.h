@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstddef>
-#include <ctime>
 #include <cwchar>
 
 using errno_t = int;
@@ -22,8 +21,3 @@ int _vscwprintf(const wchar_t* format, std::va_list arguments);
 errno_t _wsplitpath_s(const wchar_t* path, wchar_t* drive, std::size_t driveSize, wchar_t* directory,
                       std::size_t directorySize, wchar_t* name, std::size_t nameSize, wchar_t* extension,
                       std::size_t extensionSize);
-
-inline errno_t localtime_s(std::tm* result, const std::time_t* time)
-{
-    return ::gmtime_r(time, result) != nullptr ? 0 : EINVAL;
-}

@@ -44,7 +44,13 @@ constexpr int HRESULT_CODE(HRESULT result)
 
 struct SYSTEMTIME
 {
-    std::int64_t seconds; // since 1970; all that is needed here
+    std::int64_t seconds; // since 1970; what the facade's stand-in gives
+    WORD wYear;           // these: what GetLocalTime gives
+    WORD wMonth;
+    WORD wDay;
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
 };
 using LPSYSTEMTIME = SYSTEMTIME*;
 struct FILETIME
@@ -56,6 +62,7 @@ struct FILETIME
 DWORD GetLastError();
 void SetLastError(DWORD error);
 DWORD GetCurrentThreadId();
+void GetLocalTime(SYSTEMTIME* time);
 BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
 /// Returns the elements that the target has put into g_commandLineElements, whatever the line.
 LPWSTR* CommandLineToArgvW(LPCWSTR commandLine, int* count);

@@ -26,9 +26,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::wstring tag = L"[" + std::to_wstring(input.Any<std::uint32_t>()) + L"] ";
     const LinePrefix parts{input.Any<std::uint32_t>(), input.Any<std::uint32_t>(), input.Any<int>(), tag,
                            input.Any<std::int64_t>() >> 1};
-    ScratchBuffer buffer{};
-    const std::wstring tags = ComposeTags(parts.flags, buffer);
-    const std::wstring prefix = ComposePrefix(parts, buffer);
+    std::wstring tags;
+    AppendTags(tags, parts.flags);
+    const std::wstring prefix = ComposePrefix(parts);
 
     std::size_t count = 0;
     for (const wchar_t character : tags)

@@ -26,6 +26,13 @@ std::uint32_t SizeLimit(std::uint32_t options) noexcept
 
 struct CLineWriter::LineText
 {
+    std::wstring Join(std::wstring_view lineEnd) const
+    {
+        std::wstring text;
+        text.reserve(prefix.size() + indentation.size() + message.size() + lineEnd.size());
+        return text.append(prefix).append(indentation).append(message).append(lineEnd);
+    }
+
     const std::wstring prefix;
     const std::wstring indentation;
     const std::wstring& message;
@@ -70,8 +77,7 @@ void CLineWriter::WriteLine(std::uint32_t flags, int lineNumber, const std::wstr
 {
     m_turn.Take();
     const LineText line{
-        ComposePrefix({m_settings.Options, flags, lineNumber, m_module.processTag, m_module.previousLine},
-                      m_module.scratch),
+        ComposePrefix({m_settings.Options, flags, lineNumber, m_module.processTag, m_module.previousLine}),
         m_file != nullptr ? m_file->indentation.GetText() : std::wstring(), message};
     if ((flags & kLogToDebugger) != 0 || (m_settings.Options & kOptionDebugger) != 0)
     {
@@ -142,7 +148,7 @@ void CLineWriter::AppendLine(CLogFile& logFile, const LineText& line)
     m_module.queue.WriteTo(logFile);
     // One write, so that a process that ends in the middle leaves no half line. Deliberate: an empty message has no
     // line end, and the next line continues on its line. Callers compose lines in that way.
-    logFile.Write(line.prefix + line.indentation + (line.message.empty() ? line.message : line.message + L"\r\n"));
+    logFile.Write(line.Join(line.message.empty() ? L"" : L"\r\n"));
     std::uint64_t size = logFile.GetSize();
     const std::uint32_t limit = SizeLimit(m_settings.Options);
     if (limit != 0 && size >= limit)
@@ -163,7 +169,7 @@ void CLineWriter::AppendLine(CLogFile& logFile, const LineText& line)
 // fileName: a copy, since the turn is given up below.
 void CLineWriter::QueueLine(const LineText& line, std::wstring fileName, DWORD openError)
 {
-    m_module.queue.Push(line.prefix + line.indentation + line.message + L"\r\n");
+    m_module.queue.Push(line.Join(L"\r\n"));
     if (openError != ERROR_SUCCESS)
     {
         m_turn.GiveUp(); // the formatter is not the log's own code

@@ -2,11 +2,12 @@
 
 #include <windows.h>
 
-#include <ctime>
+#include <algorithm>
+#include <string_view>
 
-#include "logging/line/TextFormat.h"
 #include "logging/LogFlags.h"
 #include "logging/system/PerformanceClock.h"
+#include "utils/base/Decimal.h"
 
 namespace KVLogging
 {
@@ -19,72 +20,118 @@ bool IsOn(std::uint32_t word, std::uint32_t bit) noexcept
     return (word & bit) != 0;
 }
 
-void AppendTime(std::wstring& prefix, ScratchBuffer& buffer, const wchar_t* format, const std::tm& time)
+// With zeros before the number up to that many digits.
+void AppendPadded(std::wstring& text, std::int64_t number, std::size_t digitCount)
 {
-    prefix.append(buffer.data(), std::wcsftime(buffer.data(), buffer.size(), format, &time));
+    const KVUtils::CDecimalText decimal(number);
+    std::wstring_view digits = decimal.View();
+    if (number < 0)
+    {
+        text += L'-';
+        digits.remove_prefix(1);
+    }
+    text.append(digitCount - std::min(digitCount, digits.size()), L'0') += digits;
 }
 
-void AppendDateAndTime(std::wstring& prefix, ScratchBuffer& buffer, std::uint32_t options)
+void AppendDate(std::wstring& prefix, const SYSTEMTIME& time, bool isCompact)
 {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    if (localtime_s(&local, &now) != 0)
-    {
-        return;
-    }
+    const std::wstring_view separator = isCompact ? L"" : L"/";
+    AppendPadded(prefix, time.wYear, 4);
+    AppendPadded(prefix += separator, time.wMonth, 2);
+    AppendPadded(prefix += separator, time.wDay, 2);
+    prefix += isCompact ? L"" : L" ";
+}
+
+void AppendTime(std::wstring& prefix, const SYSTEMTIME& time, bool isCompact)
+{
+    const std::wstring_view separator = isCompact ? L"" : L":";
+    AppendPadded(prefix, time.wHour, 2);
+    AppendPadded(prefix += separator, time.wMinute, 2);
+    AppendPadded(prefix += separator, time.wSecond, 2);
+    prefix += isCompact ? L"" : L" ";
+}
+
+void AppendDateAndTime(std::wstring& prefix, std::uint32_t options)
+{
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
     const bool isCompact = IsOn(options, kOptionCompactTime);
     if (IsOn(options, kOptionDate))
     {
-        AppendTime(prefix, buffer, isCompact ? L"%Y%m%d" : L"%Y/%m/%d ", local);
+        AppendDate(prefix, now, isCompact);
     }
     if (IsOn(options, kOptionTime))
     {
-        AppendTime(prefix, buffer, isCompact ? L"%H%M%S" : L"%H:%M:%S ", local);
+        AppendTime(prefix, now, isCompact);
     }
 }
 
-void AppendCounter(std::wstring& prefix, ScratchBuffer& buffer, std::uint32_t options)
+void AppendCounter(std::wstring& prefix, std::uint32_t options)
 {
     if (IsOn(options, kOptionCompactTime))
     {
         prefix += L':';
     }
-    AppendFormatted(prefix, buffer, L"%10.10I64d ", TicksToMicroseconds(GetPerformanceTicks()) % kCounterModulus);
+    AppendPadded(prefix, TicksToMicroseconds(GetPerformanceTicks()) % kCounterModulus, 10);
+    prefix += L' ';
 }
 
-void AppendSincePrevious(std::wstring& prefix, ScratchBuffer& buffer, std::int64_t previousLine)
+void AppendSincePrevious(std::wstring& prefix, std::int64_t previousLine)
 {
     const std::int64_t microseconds = TicksToMicroseconds(GetPerformanceTicks() - previousLine);
-    AppendFormatted(prefix, buffer, L"(%6.6I64d ms) ", microseconds / 1000);
+    AppendPadded(prefix += L'(', microseconds / 1000, 6);
+    prefix += L" ms) ";
 }
 
-void AppendLineNumber(std::wstring& prefix, ScratchBuffer& buffer, int lineNumber)
+// In upper-case hexadecimal, of four digits at least.
+void AppendThreadId(std::wstring& prefix)
+{
+    const DWORD id = ::GetCurrentThreadId();
+    prefix += L"{tid: 0x";
+    for (int shift = 28; shift >= 0; shift -= 4)
+    {
+        if (shift <= 12 || (id >> shift) != 0)
+        {
+            prefix += L"0123456789ABCDEF"[(id >> shift) & 0xF];
+        }
+    }
+    prefix += L"} ";
+}
+
+void AppendLineNumber(std::wstring& prefix, int lineNumber)
 {
     if (lineNumber == 0)
     {
         prefix += L"      ";
+        return;
     }
-    else
-    {
-        AppendFormatted(prefix, buffer, L"%04d: ", lineNumber);
-    }
+    AppendPadded(prefix, lineNumber, lineNumber < 0 ? 3 : 4); // four characters, with a sign
+    prefix += L": ";
+}
+
+void AppendTag(std::wstring& prefix, wchar_t letter, std::uint32_t number)
+{
+    KVUtils::AppendDecimal((prefix += L'(') += letter, number);
+    prefix += L") ";
 }
 } // namespace
 
-std::wstring ComposePrefix(const LinePrefix& parts, ScratchBuffer& buffer)
+std::wstring ComposePrefix(const LinePrefix& parts)
 {
+    constexpr std::size_t kUsualLength = 128;
     std::wstring prefix;
+    prefix.reserve(kUsualLength);
     if (IsOn(parts.options, kOptionDate | kOptionTime))
     {
-        AppendDateAndTime(prefix, buffer, parts.options);
+        AppendDateAndTime(prefix, parts.options);
     }
     if (IsOn(parts.options, kOptionCounterAndLine))
     {
-        AppendCounter(prefix, buffer, parts.options);
+        AppendCounter(prefix, parts.options);
     }
     if (IsOn(parts.options, kOptionSincePrevious))
     {
-        AppendSincePrevious(prefix, buffer, parts.previousLine);
+        AppendSincePrevious(prefix, parts.previousLine);
     }
     if (IsOn(parts.options, kOptionProcessTag))
     {
@@ -92,40 +139,47 @@ std::wstring ComposePrefix(const LinePrefix& parts, ScratchBuffer& buffer)
     }
     if (IsOn(parts.options, kOptionThreadId))
     {
-        AppendFormatted(prefix, buffer, L"{tid: 0x%04X} ", static_cast<unsigned>(::GetCurrentThreadId()));
+        AppendThreadId(prefix);
     }
     if (IsOn(parts.options, kOptionCounterAndLine))
     {
-        AppendLineNumber(prefix, buffer, parts.lineNumber);
+        AppendLineNumber(prefix, parts.lineNumber);
     }
-    return prefix += ComposeTags(parts.flags, buffer);
+    AppendTags(prefix, parts.flags);
+    return prefix;
 }
 
-std::wstring ComposeTags(std::uint32_t flags, ScratchBuffer& buffer)
+void AppendTags(std::wstring& prefix, std::uint32_t flags)
 {
     struct Tag
     {
         std::uint32_t flag;
-        const wchar_t* text; // formatted with the detail level
+        const wchar_t* text; // null: the letter I with the detail level
     };
     // Not in the order of the bits: failures come first.
     static constexpr Tag kTags[] = {
         {kLogException, L"(EX) "}, {kLogError, L"(##) "},     {kLogWarning, L"(WN) "}, {kLogHeader, L"(++) "},
-        {kLogInfo, L"(I%d) "},     {kLogStatus, L"(ST) "},    {kLogDebug, L"(DB) "},   {kLogEntry, L"(->) "},
+        {kLogInfo, nullptr},       {kLogStatus, L"(ST) "},    {kLogDebug, L"(DB) "},   {kLogEntry, L"(->) "},
         {kLogExit, L"(<-) "},      {kLogErrorCode, L"(**) "}, {kLogLocking, L"(LK) "}, {kLogInterProcess, L"(IP) "},
     };
-    std::wstring tags;
     for (const Tag& tag : kTags)
     {
-        if (IsOn(flags, tag.flag))
+        if (!IsOn(flags, tag.flag))
         {
-            AppendFormatted(tags, buffer, tag.text, flags & kLogDetailLevelMask);
+            continue;
+        }
+        if (tag.text != nullptr)
+        {
+            prefix += tag.text;
+        }
+        else
+        {
+            AppendTag(prefix, L'I', flags & kLogDetailLevelMask);
         }
     }
     if (IsOn(flags, kLogMarkerMask))
     {
-        AppendFormatted(tags, buffer, L"(M%d) ", (flags & kLogMarkerMask) >> kLogMarkerShift);
+        AppendTag(prefix, L'M', (flags & kLogMarkerMask) >> kLogMarkerShift);
     }
-    return tags;
 }
 } // namespace KVLogging

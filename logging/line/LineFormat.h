@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "logging/line/ScratchBuffer.h"
-
 namespace KVLogging
 {
 /// The parts of a line's prefix, except for the clocks.
@@ -19,8 +17,8 @@ struct LinePrefix
 
 /// The text before indentation and message: date and time (local), microsecond counter, milliseconds since the previous
 /// line, process tag, thread id, line number, category tags.
-std::wstring ComposePrefix(const LinePrefix& parts, ScratchBuffer& buffer);
+std::wstring ComposePrefix(const LinePrefix& parts);
 
-/// The tags of the category bits alone, in their fixed order.
-std::wstring ComposeTags(std::uint32_t flags, ScratchBuffer& buffer);
+/// Appends the tags of the category bits alone, in their fixed order.
+void AppendTags(std::wstring& prefix, std::uint32_t flags);
 } // namespace KVLogging

@@ -24,8 +24,6 @@
 #include "tests/support/Narrow.h"
 #include "winapi/base/SystemHandles.h"
 
-KV_DECLARE_IMPORT(K32EnumProcessModules)
-
 namespace
 {
 using namespace KVLogging;
@@ -799,8 +797,14 @@ TEST_F(LogFileTests, BareName_WithoutTheShell_LandsInTheCurrentFolder)
     EXPECT_EQ(ReadLog(L"bare.log"), Lines({L"(I0) one"}));
 }
 
+BOOL WINAPI RefuseToEnumerateModules(HANDLE, HMODULE*, DWORD, DWORD*)
+{
+    return FALSE;
+}
+
 TEST_F(LogFileTests, Header_WithoutWhatItAsks_HasTheRest)
 {
+    const KVTest::ImportPatch patch(__imp_K32EnumProcessModules, reinterpret_cast<void*>(&RefuseToEnumerateModules));
     KVTest::LoaderPatch loader;
     loader.LackFunctions();
     const std::wstring path = UseFile(0x40000010, 0x100000);

@@ -29,8 +29,9 @@ class LineFormatTagTests : public testing::TestWithParam<TagRow>
 
 TEST_P(LineFormatTagTests, Tags_OfTheFlags_AreWrittenInTheirFixedOrder)
 {
-    ScratchBuffer buffer{};
-    EXPECT_EQ(ComposeTags(GetParam().flags, buffer), GetParam().tags);
+    std::wstring text = L"before ";
+    AppendTags(text, GetParam().flags);
+    EXPECT_EQ(text, std::wstring(L"before ") + GetParam().tags);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -53,7 +54,7 @@ protected:
     std::wstring Compose(std::uint32_t options, int lineNumber = 0, std::int64_t previousLine = 0,
                          std::uint32_t flags = 0)
     {
-        return ComposePrefix({options, flags, lineNumber, m_processTag, previousLine}, m_buffer);
+        return ComposePrefix({options, flags, lineNumber, m_processTag, previousLine});
     }
 
     static std::wstring LocalTime(const wchar_t* format)
@@ -73,7 +74,6 @@ protected:
     }
 
     std::wstring m_processTag = L"[4711] ";
-    ScratchBuffer m_buffer{};
 };
 
 TEST_F(LineFormatPrefixTests, NoOptions_NoFlags_IsEmpty)
@@ -112,6 +112,12 @@ TEST_F(LineFormatPrefixTests, CounterAndLine_IsOneBitForBoth)
 {
     EXPECT_TRUE(KVTest::Matches(Compose(0x20000000, 17), R"(\d{10} 0017: )"));
     EXPECT_TRUE(KVTest::Matches(Compose(0x20000000, 12345), R"(\d{10} 12345: )"));
+}
+
+TEST_F(LineFormatPrefixTests, LineNumber_Negative_HasFourCharactersToo)
+{
+    EXPECT_TRUE(KVTest::Matches(Compose(0x20000000, -5), R"(\d{10} -005: )"));
+    EXPECT_TRUE(KVTest::Matches(Compose(0x20000000, -12345), R"(\d{10} -12345: )"));
 }
 
 TEST_F(LineFormatPrefixTests, LineNumberZero_GivesSixBlanks)
@@ -169,12 +175,48 @@ TEST_F(LineFormatPrefixTests, SincePrevious_LessThanAMillisecond_IsZero)
     EXPECT_EQ(text, L"(000000 ms) ");
 }
 
+TEST_F(LineFormatPrefixTests, SincePrevious_OfALaterLine_IsNegative)
+{
+    const KVTest::FrozenPerformanceCounter counter;
+    KVTest::FrozenPerformanceCounter::SetMicroseconds(10'000);
+    const std::int64_t later = GetPerformanceTicks();
+    KVTest::FrozenPerformanceCounter::SetMicroseconds(5'000);
+    EXPECT_EQ(Compose(0x10000000, 0, later), L"(-000005 ms) ");
+}
+
 TEST_F(LineFormatPrefixTests, ProcessTagAndThreadId)
 {
     EXPECT_EQ(Compose(0x4000000), L"[4711] ");
     wchar_t expected[32] = {};
     _snwprintf(expected, 31, L"{tid: 0x%04X} ", static_cast<unsigned>(::GetCurrentThreadId()));
     EXPECT_EQ(Compose(0x8000000), expected);
+}
+
+DWORD WINAPI GetLongThreadId()
+{
+    return 0xABCDE;
+}
+
+TEST_F(LineFormatPrefixTests, ThreadId_OfMoreThanFourDigits_HasThemAll)
+{
+    std::wstring text;
+    {
+        const KVTest::ImportPatch patch(__imp_GetCurrentThreadId, reinterpret_cast<void*>(&GetLongThreadId));
+        text = Compose(0x8000000);
+    }
+    EXPECT_EQ(text, L"{tid: 0xABCDE} ");
+}
+
+void WINAPI GetEarlyTime(SYSTEMTIME* time)
+{
+    *time = {2009, 3, 3, 4, 5, 6, 7, 8};
+}
+
+TEST_F(LineFormatPrefixTests, DateAndTime_EachPartHasItsDigits)
+{
+    const KVTest::ImportPatch patch(__imp_GetLocalTime, reinterpret_cast<void*>(&GetEarlyTime));
+    EXPECT_EQ(Compose(0x3000000), L"2009/03/04 05:06:07 ");
+    EXPECT_EQ(Compose(0x3800000), L"20090304050607");
 }
 
 TEST_F(LineFormatPrefixTests, EverythingOn_ComesInOrder)
