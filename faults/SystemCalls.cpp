@@ -4,7 +4,6 @@
 
 #include <objbase.h>
 #include <process.h>
-#include <psapi.h>
 #include <rpc.h>
 #include <shellapi.h>
 #include <shlobj.h>
@@ -19,6 +18,7 @@
 
 #include "faults/Adapters.h"
 #include "faults/Injection.h"
+#include "winapi/base/ProcessStatus.h"
 
 // Runs before the program's own runtime: nothing here allocates, throws or needs construction.
 namespace KVFaults
@@ -170,6 +170,10 @@ const Entry* FindFallible(const char* wanted) noexcept
         KV_FAILS(GlobalAlloc),
         KV_FAILS(GlobalLock),
         KV_FAILS(GlobalMemoryStatusEx),
+        KV_FAILS(K32EnumProcesses),
+        KV_FAILS(K32EnumProcessModules),
+        KV_FAILS(K32GetModuleBaseNameW),
+        KV_FAILS(K32GetModuleFileNameExW),
         KV_FAILS(LoadLibraryExW),
         KV_FAILS(LoadLibraryW),
         KV_FAILS(LoadResource),
@@ -233,12 +237,10 @@ const Entry* FindFallible(const char* wanted) noexcept
         KV_FAILS_MEMORY(realloc),
 
         KV_FAILS(CommandLineToArgvW),
-        KV_FAILS(EnumProcessModules),
         KV_FAILS(GetDC),
         KV_FAILS(GetDeviceCaps),
         KV_FAILS(GetFileVersionInfoSizeW),
         KV_FAILS(GetFileVersionInfoW),
-        KV_FAILS(GetModuleFileNameExW),
         KV_FAILS(GetProcessId),
         KV_FAILS(GetWindowDC),
         KV_FAILS(HttpOpenRequestW),
