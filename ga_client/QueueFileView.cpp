@@ -1,7 +1,8 @@
 #include "ga_client/QueueFileView.h"
 
+#include <iterator>
+#include <list>
 #include <optional>
-#include <utility>
 
 #include "ga_client/QueueFileFormat.h"
 #include "ga_client/QueueFileReading.h"
@@ -51,7 +52,10 @@ QueueFileView ViewQueueFile(const std::wstring& path)
     std::optional<std::list<std::wstring>> lines = ReadQueueLines(file.Get(), kDefaultQueueLimit, buffer, kLongestRead);
     view.state = lines ? QueueFileView::State::kRead : QueueFileView::State::kUnreadable;
     view.error = lines ? ERROR_SUCCESS : ::GetLastError();
-    view.requests = std::move(lines).value_or(std::list<std::wstring>());
+    if (lines)
+    {
+        view.requests.assign(std::make_move_iterator(lines->begin()), std::make_move_iterator(lines->end()));
+    }
     return view;
 }
 } // namespace GAClient

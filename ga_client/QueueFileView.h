@@ -3,8 +3,8 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <list>
 #include <string>
+#include <vector>
 
 namespace GAClient
 {
@@ -19,9 +19,9 @@ struct QueueFileView
         kUnreadable, ///< a folder, or a file that a different program holds
     };
     State state = State::kAbsent;
-    DWORD error = ERROR_SUCCESS;      ///< of kUnreadable
-    std::int64_t size = 0;            ///< of kRead and kLink, in bytes
-    std::list<std::wstring> requests; ///< those that the next run loads, oldest first
+    DWORD error = ERROR_SUCCESS;        ///< of kUnreadable
+    std::int64_t size = 0;              ///< of kRead and kLink, in bytes
+    std::vector<std::wstring> requests; ///< those that the next run loads, oldest first
 };
 
 /// Looks at a queue file as it is at this moment, for a program that must change nothing: opens it for reading only,

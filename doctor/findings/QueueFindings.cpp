@@ -10,7 +10,7 @@ namespace KVAnalyticsDoctor
 {
 namespace
 {
-std::optional<std::int64_t> FindOldestAge(const std::list<std::wstring>& requests)
+std::optional<std::int64_t> FindOldestAge(const std::vector<std::wstring>& requests)
 {
     const std::int64_t now = Protocols::MeasurementParams::CurrentCalendarTime();
     std::optional<std::int64_t> oldest;

@@ -127,7 +127,7 @@ const wchar_t* NameOf(QueueState state)
     }
 }
 
-void DescribeHits(const std::list<std::wstring>& requests, const Options& options, IReport& report)
+void DescribeHits(const std::vector<std::wstring>& requests, const Options& options, IReport& report)
 {
     report.BeginList(L"decodedHits", L"hits, oldest first");
     for (const std::wstring& request : requests)

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <list>
 #include <string>
+#include <vector>
 
 #include "tests/support/ClientTestSupport.h"
 #include "tests/support/ScopedSubstitute.h"
@@ -52,7 +52,7 @@ TEST_F(QueueFindingsTests, File_IsReadAndLeftAsItIs)
 {
     const QueueFindings findings = FindIn("/a#999000\n/b\n/c#999990\nhalf");
     EXPECT_EQ(findings.view.state, State::kRead);
-    EXPECT_EQ(findings.view.requests, (std::list<std::wstring>{L"/a#999000", L"/b", L"/c#999990", L"half"}));
+    EXPECT_EQ(findings.view.requests, (std::vector<std::wstring>{L"/a#999000", L"/b", L"/c#999990", L"half"}));
     EXPECT_EQ(findings.view.size, 27);
     EXPECT_EQ(findings.oldestAgeSeconds, 1000);
     EXPECT_FALSE(findings.isFull);
