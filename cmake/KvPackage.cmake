@@ -68,6 +68,8 @@ install(FILES
     examples/track_everything.rc
     DESTINATION ${KV_DOCUMENT_FOLDER}/examples COMPONENT development)
 
+include(cmake/KvPages.cmake)
+
 # Everything that is installed, and nothing else.
 get_property(KV_DELIVERED_PROGRAMS GLOBAL PROPERTY KV_DELIVERED_PROGRAMS)
 get_property(deliveredLibraries GLOBAL PROPERTY KV_DELIVERED_LIBRARIES)
@@ -83,17 +85,6 @@ foreach(program IN LISTS KV_DELIVERED_PROGRAMS)
         install(FILES $<TARGET_FILE:${program}>.debug DESTINATION symbols CONFIGURATIONS Release COMPONENT symbols)
     endif()
 endforeach()
-install(FILES
-    docs/configuration.md
-    docs/doctor.md
-    docs/events.md
-    docs/logging.md
-    docs/measurement-protocol.md
-    docs/printer-inventory.md
-    docs/request-queue.md
-    docs/security.md
-    docs/viewer.md
-    DESTINATION docs COMPONENT program)
 # Texts that people open by a double click get the line ends of Windows.
 function(kv_install_text file name folder)
     configure_file(packaging/${file} ${PROJECT_BINARY_DIR}/packaging/${name} @ONLY NEWLINE_STYLE CRLF)
@@ -101,6 +92,7 @@ function(kv_install_text file name folder)
 endfunction()
 kv_install_text(readme.txt.in readme.txt .)
 kv_install_text(config.sample.ini config.sample.ini .)
+kv_install_text(start-by-hand.hta start-by-hand.hta docs)
 foreach(switch on on-brief off)
     kv_install_text(logging-${switch}.reg logging-${switch}.reg docs)
 endforeach()

@@ -20,6 +20,7 @@ wixl wixl
 msiextract msitools
 osslsigncode osslsigncode
 pkg-config pkg-config
+cmark-gfm cmark-gfm
 ${KV_WINE64:-/usr/lib/wine/wine64} wine64
 wineserver wine
 /usr/src/googletest/CMakeLists.txt googletest

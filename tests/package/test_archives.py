@@ -1,8 +1,12 @@
 """The installed package and the archives: everything that is needed, nothing else, and no path of the build machine."""
 
 import hashlib
+import html.parser
+import pathlib
 import re
 import struct
+import sys
+import tempfile
 import unittest
 import zlib
 
@@ -61,24 +65,35 @@ PROGRAM = [
     "bin/KVAnalyticsDoctor.exe",
     "bin/KVAnalyticsProxy.exe",
     "config.sample.ini",
-    "docs/configuration.md",
-    "docs/doctor.md",
-    "docs/events.md",
+    "docs/command-line.html",
+    "docs/configuration.html",
+    "docs/doctor.html",
+    "docs/events.html",
+    "docs/index.html",
     "docs/logging-off.reg",
     "docs/logging-on-brief.reg",
     "docs/logging-on.reg",
-    "docs/logging.md",
-    "docs/measurement-protocol.md",
-    "docs/printer-inventory.md",
-    "docs/request-queue.md",
-    "docs/security.md",
-    "docs/viewer.md",
+    "docs/logging.html",
+    "docs/measurement-protocol.html",
+    "docs/pages.css",
+    "docs/printer-inventory.html",
+    "docs/privacy.html",
+    "docs/request-queue.html",
+    "docs/security.html",
+    "docs/start-by-hand.hta",
+    "docs/troubleshooting.html",
+    "docs/viewer.html",
     "readme.txt",
     "viewer/NOTICE.txt",
     "viewer/collect",
     "viewer/index.html",
 ]
-TEXTS = ["config.sample.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg", "readme.txt"]
+PAGES = [name for name in PROGRAM if name.startswith("docs/") and name.endswith(".html")]
+TEXTS = ["config.sample.ini", "docs/logging-off.reg", "docs/logging-on-brief.reg", "docs/logging-on.reg",
+         "docs/start-by-hand.hta", "readme.txt"]
+# What a reader of the pages has not got, and what only a maintainer knows.
+OF_THE_SOURCES = re.compile(r"\b\w+Tests\b|\btest_\w|\.md\b|CONTRIBUTING|CHANGELOG|\w\.h\b|CMake|\bscripts/|\btests/|"
+                            r"packaging/|\bKV_[A-Z]|raw HTML|[Ee]mulator|\b[Ww]ine\b|\bGitHub\b|\bgit\b|this repository|<!--")
 NOTICES = "THIRD-PARTY-NOTICES.txt"
 PREFIX = "x86_64-w64-mingw32-"
 
@@ -198,13 +213,98 @@ class ArchiveTests(unittest.TestCase):
             self.assertTrue(name.replace("/", "\\") in readme or name.partition("/")[0] + "\\" in readme, name)
 
     def test_links_of_the_documents_lead_somewhere(self):
-        for component in ("program", "development"):
-            for page in place.archive(component).rglob("*.md"):
-                for link, heading in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", page.read_text(encoding="utf-8")):
-                    target = page.parent / link if link else page
-                    self.assertTrue(target.exists(), f"{page}: {link}")
-                    if heading:
-                        self.assertIn(heading, headings(target), f"{page}: {link}")
+        for page in place.archive("development").rglob("*.md"):
+            for link, heading in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", page.read_text(encoding="utf-8")):
+                target = page.parent / link if link else page
+                self.assertTrue(target.exists(), f"{page}: {link}")
+                if heading:
+                    self.assertIn(heading, headings(target), f"{page}: {link}")
+
+
+class Page(html.parser.HTMLParser):
+    """What a page refers to, and what its reader sees."""
+
+    def __init__(self, name):
+        super().__init__()
+        self.links, self.anchors, self.other, self._text = [], [], [], []
+        self.content = (place.archive("program") / name).read_bytes()
+        self.feed(self.content.decode("utf-8"))
+        self.text = "".join(self._text)
+
+    def handle_starttag(self, tag, attrs):
+        for name, value in attrs:
+            if name == "href" and tag == "a":
+                self.links.append(value)
+            elif name in ("href", "src", "style") or name.startswith("on"):
+                self.other.append((tag, name, value))
+            elif name == "id":
+                self.anchors.append(value)
+
+    def handle_data(self, data):
+        self._text.append(data)
+
+    def handle_comment(self, data):
+        self._text.append(f"<!--{data}")
+
+
+class PagesTests(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.pages = {name: Page(name) for name in PAGES}
+
+    def test_every_link_leads_to_a_page_or_chapter_of_the_archive(self):
+        count = 0
+        for name, page in self.pages.items():
+            for link in page.links:
+                target, _, anchor = link.partition("#")
+                self.assertIn(f"docs/{target}" if target else name, self.pages, f"{name}: {link}")
+                if anchor:
+                    self.assertIn(anchor, self.pages[f"docs/{target}" if target else name].anchors, f"{name}: {link}")
+                count += 1
+        self.assertGreater(count, 50)
+
+    def test_every_page_can_be_reached_from_the_first(self):
+        self.assertEqual({f"docs/{link.partition('#')[0]}" for link in self.pages["docs/index.html"].links}, set(PAGES))
+
+    def test_nothing_but_the_style_sheet_is_loaded(self):
+        for name, page in self.pages.items():
+            self.assertEqual(page.other, [("link", "href", "pages.css")], name)
+        style = (place.archive("program") / "docs" / "pages.css").read_text(encoding="ascii")
+        self.assertNotRegex(style, r"url\(|@import")
+        self.assertIn("color-scheme: light dark", style)
+
+    def test_chapters_of_a_page_have_names_of_their_own(self):
+        for name, page in self.pages.items():
+            self.assertEqual(sorted(page.anchors), sorted(set(page.anchors)), name)
+
+    def test_no_page_speaks_of_the_sources(self):
+        for name, page in self.pages.items():
+            self.assertEqual([line for line in page.text.splitlines() if OF_THE_SOURCES.search(line)], [], name)
+        self.assertRegex("see CONTRIBUTING.md", OF_THE_SOURCES)
+
+    def test_pages_have_the_line_ends_of_windows(self):
+        for content in [page.content for page in self.pages.values()] + \
+                [(place.archive("program") / "docs" / "pages.css").read_bytes()]:
+            self.assertRegex(content, rb"\A([^\r\n]*\r\n)+\Z")
+
+    def test_pages_have_their_texts(self):
+        """Each chapter of the Markdown, except those for readers of the sources."""
+        left_out = {"Tests", "How it is made", "For programmers"}
+        for name, page in self.pages.items():
+            stem = name[len("docs/"):-len(".html")]
+            source = place.SOURCE / ("packaging" if stem == "index" else "docs") / f"{stem}.md"
+            titles = [re.sub("`", "", title) for title in re.findall(r"(?m)^#+ (.*)$", source.read_text(encoding="utf-8"))]
+            self.assertEqual([title for title in titles if title not in page.text and title not in left_out], [], name)
+
+    def test_same_texts_make_the_same_bytes(self):
+        work = pathlib.Path(tempfile.mkdtemp(dir=place.folder()))
+        sources = [place.SOURCE / ("packaging" if name == "docs/index.html" else "docs") /
+                   f"{name[len('docs/'):-len('.html')]}.md" for name in PAGES]
+        place.run(sys.executable, "-B", place.SOURCE / "packaging" / "pages.py", work, *sources,
+                  "--title", "Norvik usage analytics proxy", "--version", place.VERSION)
+        for name in [*PAGES, "docs/pages.css"]:
+            self.assertEqual((work / name[len("docs/"):]).read_bytes(), (place.archive("program") / name).read_bytes(), name)
 
 
 class SymbolTests(unittest.TestCase):
