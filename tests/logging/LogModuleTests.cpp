@@ -832,6 +832,7 @@ TEST_F(LogModuleTests, ManyThreads_EveryLineIsWholeAndInItsThreadsOrder)
     CLogModule other("Other", "");
     Module();
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i)
     {
         // Two modules, so that the module's lock alone does not keep the lines of the one file apart.

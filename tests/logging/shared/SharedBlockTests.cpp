@@ -237,6 +237,7 @@ TEST(SharedBlockTests, AttachAndDetach_OnManyThreads_EachSeesABlockAndTheLastDes
     constexpr int kRounds = 40;
     std::atomic<int> attached = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i)
     {
         threads.emplace_back([&] {

@@ -105,6 +105,7 @@ TEST(TimedLockTests, ManyThreads_OnlyOneIsInsideAndNoneIsForgotten)
     int turns = 0;
     std::atomic<int> collisions = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i)
     {
         threads.emplace_back([&] {
