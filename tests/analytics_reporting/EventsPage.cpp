@@ -92,7 +92,7 @@ std::vector<std::wstring> EventsPage::GetHits(const std::wstring& heading, const
 
 std::vector<std::wstring>::const_iterator EventsPage::Find(const std::wstring& heading) const
 {
-    const auto found = std::find(m_lines.begin(), m_lines.end(), heading);
+    auto found = std::find(m_lines.begin(), m_lines.end(), heading);
     if (found == m_lines.end())
     {
         throw std::runtime_error("no such heading");
