@@ -85,6 +85,39 @@ function(kv_add_library name)
     endif()
 endfunction()
 
+# kv_add_delivered_program(NAME GRAPHICAL|CONSOLE SOURCE DESCRIPTION LIBRARY): a program of the archive, with its version
+# resource and its manifest.
+function(kv_add_delivered_program name subsystem source KV_FILE_DESCRIPTION library)
+    set(KV_PROGRAM_FILE_NAME ${name}.exe)
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/VersionResource.rc.in VersionResource.rc @ONLY)
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/Manifest.rc.in Manifest.rc @ONLY)
+    set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/Manifest.rc PROPERTIES
+        OBJECT_DEPENDS ${PROJECT_SOURCE_DIR}/packaging/KVAnalyticsProxy.manifest)
+    add_executable(${name} ${source}
+        ${CMAKE_CURRENT_BINARY_DIR}/Manifest.rc
+        ${CMAKE_CURRENT_BINARY_DIR}/VersionResource.rc)
+    target_link_libraries(${name} PRIVATE ${library} kv_build_options kv_debug_symbols kv_small_code)
+    kv_separate_symbols(${name})
+    kv_list_program(${name})
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "${KV_CLANG_TIDY_COMMAND}")
+    set(subsystemOption CONSOLE)
+    if(subsystem STREQUAL GRAPHICAL)
+        set_target_properties(${name} PROPERTIES WIN32_EXECUTABLE ON)
+        set(subsystemOption WINDOWS)
+    endif()
+    # Windows 7 is the oldest system that it runs on. Aware of terminal servers: it keeps nothing where sessions share it.
+    if(MSVC)
+        target_link_options(${name} PRIVATE
+            /SUBSYSTEM:${subsystemOption},6.01 # the system's version too
+            /TSAWARE
+            /MANIFEST:NO) # the resource has it
+    else()
+        target_link_options(${name} PRIVATE $<$<BOOL:${MINGW}>:-municode> -Wl,--tsaware
+            -Wl,--major-os-version=6,--minor-os-version=1
+            -Wl,--major-subsystem-version=6,--minor-subsystem-version=1)
+    endif()
+endfunction()
+
 # kv_install_pkg_config(TARGET [library...]): the description of the library for pkg-config, with the libraries that it
 # links, for programs that are not built by CMake.
 function(kv_install_pkg_config KV_PC_NAME)
