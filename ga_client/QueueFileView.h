@@ -8,7 +8,7 @@
 
 namespace GAClient
 {
-/// What is in the place of a queue file.
+/// What a look at a queue file has found.
 struct QueueFileView
 {
     enum class State

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "logging/LogFlags.h"
@@ -33,22 +34,14 @@ void AppendPadded(std::wstring& text, std::int64_t number, std::size_t digitCoun
     text.append(digitCount - std::min(digitCount, digits.size()), L'0') += digits;
 }
 
-void AppendDate(std::wstring& prefix, const SYSTEMTIME& time, bool isCompact)
+// Three numbers between separators, then a blank; a compact time has neither. The second and third have two digits.
+void AppendTriple(std::wstring& prefix, std::wstring_view separator, std::size_t digitCount,
+                  const std::array<WORD, 3>& numbers)
 {
-    const std::wstring_view separator = isCompact ? L"" : L"/";
-    AppendPadded(prefix, time.wYear, 4);
-    AppendPadded(prefix += separator, time.wMonth, 2);
-    AppendPadded(prefix += separator, time.wDay, 2);
-    prefix += isCompact ? L"" : L" ";
-}
-
-void AppendTime(std::wstring& prefix, const SYSTEMTIME& time, bool isCompact)
-{
-    const std::wstring_view separator = isCompact ? L"" : L":";
-    AppendPadded(prefix, time.wHour, 2);
-    AppendPadded(prefix += separator, time.wMinute, 2);
-    AppendPadded(prefix += separator, time.wSecond, 2);
-    prefix += isCompact ? L"" : L" ";
+    AppendPadded(prefix, numbers[0], digitCount);
+    AppendPadded(prefix += separator, numbers[1], 2);
+    AppendPadded(prefix += separator, numbers[2], 2);
+    prefix += separator.empty() ? L"" : L" ";
 }
 
 void AppendDateAndTime(std::wstring& prefix, std::uint32_t options)
@@ -58,11 +51,11 @@ void AppendDateAndTime(std::wstring& prefix, std::uint32_t options)
     const bool isCompact = IsOn(options, kOptionCompactTime);
     if (IsOn(options, kOptionDate))
     {
-        AppendDate(prefix, now, isCompact);
+        AppendTriple(prefix, isCompact ? L"" : L"/", 4, {now.wYear, now.wMonth, now.wDay});
     }
     if (IsOn(options, kOptionTime))
     {
-        AppendTime(prefix, now, isCompact);
+        AppendTriple(prefix, isCompact ? L"" : L":", 2, {now.wHour, now.wMinute, now.wSecond});
     }
 }
 
