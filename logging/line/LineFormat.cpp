@@ -31,7 +31,8 @@ void AppendPadded(std::wstring& text, std::int64_t number, std::size_t digitCoun
         text += L'-';
         digits.remove_prefix(1);
     }
-    text.append(digitCount - std::min(digitCount, digits.size()), L'0') += digits;
+    text.append(digitCount - std::min(digitCount, digits.size()), L'0');
+    text += digits;
 }
 
 // Three numbers between separators, then a blank; a compact time has neither. The second and third have two digits.
@@ -39,8 +40,10 @@ void AppendTriple(std::wstring& prefix, std::wstring_view separator, std::size_t
                   const std::array<WORD, 3>& numbers)
 {
     AppendPadded(prefix, numbers[0], digitCount);
-    AppendPadded(prefix += separator, numbers[1], 2);
-    AppendPadded(prefix += separator, numbers[2], 2);
+    prefix += separator;
+    AppendPadded(prefix, numbers[1], 2);
+    prefix += separator;
+    AppendPadded(prefix, numbers[2], 2);
     prefix += separator.empty() ? L"" : L" ";
 }
 
@@ -72,7 +75,8 @@ void AppendCounter(std::wstring& prefix, std::uint32_t options)
 void AppendSincePrevious(std::wstring& prefix, std::int64_t previousLine)
 {
     const std::int64_t microseconds = TicksToMicroseconds(GetPerformanceTicks() - previousLine);
-    AppendPadded(prefix += L'(', microseconds / 1000, 6);
+    prefix += L'(';
+    AppendPadded(prefix, microseconds / 1000, 6);
     prefix += L" ms) ";
 }
 
@@ -104,7 +108,9 @@ void AppendLineNumber(std::wstring& prefix, int lineNumber)
 
 void AppendTag(std::wstring& prefix, wchar_t letter, std::uint32_t number)
 {
-    KVUtils::AppendDecimal((prefix += L'(') += letter, number);
+    prefix += L'(';
+    prefix += letter;
+    KVUtils::AppendDecimal(prefix, number);
     prefix += L") ";
 }
 } // namespace
