@@ -11,11 +11,12 @@
 namespace KVTest
 {
 /// Source of random test cases. The seed is fixed, so that a test that passes once always passes. It is printed, and
-/// the environment variable KV_TEST_SEED replaces it.
+/// the environment variable KV_TEST_SEED replaces it. Tests that share the work have each a part of its own, with other
+/// cases.
 class RandomCases
 {
 public:
-    RandomCases() : RandomCases(ReadSeed()) {}
+    explicit RandomCases(std::uint32_t part = 0) : m_engine(ReadSeed() + part) {}
 
     /// Uniformly distributed from 0 up to, and not including, the bound.
     std::size_t Below(std::size_t bound) { return std::uniform_int_distribution<std::size_t>(0, bound - 1)(m_engine); }
@@ -33,13 +34,13 @@ public:
     }
 
 private:
-    explicit RandomCases(std::uint32_t seed) : m_engine(seed) { std::cout << "seed " << seed << std::endl; }
-
     static std::uint32_t ReadSeed()
     {
         constexpr std::uint32_t kSeed = 20260417;
         const char* const given = std::getenv("KV_TEST_SEED");
-        return given != nullptr ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : kSeed;
+        const auto seed = given != nullptr ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : kSeed;
+        std::cout << "seed " << seed << std::endl;
+        return seed;
     }
 
     std::mt19937 m_engine;
