@@ -222,6 +222,15 @@ TEST_F(LogModuleLoadTests, ModuleDestroyedDuringALine_TheLineIsWrittenBefore)
     EXPECT_EQ(ReadLog(), log);
 }
 
+TEST_F(LogModuleLoadTests, ModuleDestroyedWhileALineIsAboutToEnter_TheLineIsNotLogged)
+{
+    UseFile(0x10);
+    StaticModule module;
+    const KVTest::EnterPatch entering([&] { module.Destroy(); });
+    module.Get().LogString(nullptr, 0x10, L"line", true);
+    EXPECT_EQ(ReadLog(), L"");
+}
+
 TEST_F(LogModuleLoadTests, ModuleDestroyedUnderLoad_LinesBeforeAreWrittenAndNoneAfter)
 {
     constexpr int kRounds = 10;

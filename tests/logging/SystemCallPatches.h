@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/ImportPatch.h"
@@ -13,6 +14,7 @@
 KV_DECLARE_IMPORT(CreateFileMappingW)
 KV_DECLARE_IMPORT(CreateFileW)
 KV_DECLARE_IMPORT(CreateMutexW)
+KV_DECLARE_IMPORT(EnterCriticalSection)
 KV_DECLARE_IMPORT(GetCurrentThreadId)
 KV_DECLARE_IMPORT(GetFileAttributesW)
 KV_DECLARE_IMPORT(GetFileInformationByHandleEx)
@@ -184,6 +186,32 @@ private:
 
     inline static BOOL(WINAPI* s_original)(CONDITION_VARIABLE*, SRWLOCK*, DWORD, ULONG) = nullptr;
     inline static std::atomic<DWORD> s_lastTimeout = 0;
+    ImportPatch m_patch;
+};
+
+/// The hook is called once, by the first thread that is about to enter a critical section.
+class EnterPatch
+{
+public:
+    explicit EnterPatch(std::function<void()> hook)
+        : m_patch(__imp_EnterCriticalSection, reinterpret_cast<void*>(&Enter))
+    {
+        s_hook = std::move(hook);
+        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
+    }
+
+private:
+    static void WINAPI Enter(CRITICAL_SECTION* section)
+    {
+        if (const std::function<void()> hook = std::exchange(s_hook, {}))
+        {
+            hook();
+        }
+        s_original(section);
+    }
+
+    inline static void(WINAPI* s_original)(CRITICAL_SECTION*) = nullptr;
+    inline static std::function<void()> s_hook;
     ImportPatch m_patch;
 };
 
