@@ -2,20 +2,18 @@
 
 #include <cwchar>
 
-namespace
-{
-constexpr DWORD kLookedAtMs = 50; // long enough to read its working set
-} // namespace
-
-// kv_bench_modules DLL...: an otherwise empty program that loads these.
+// kv_bench_modules MILLISECONDS DLL...: an otherwise empty program that loads these, and stays for so long.
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR commandLine, int)
 {
     wchar_t* rest = nullptr;
-    for (const wchar_t* dll = ::wcstok_s(commandLine, L" ", &rest); dll != nullptr;
-         dll = ::wcstok_s(nullptr, L" ", &rest))
+    const DWORD stayMs = std::wcstoul(commandLine, &rest, 10);
+    for (const wchar_t* dll = ::wcstok_s(rest, L" ", &rest); dll != nullptr; dll = ::wcstok_s(nullptr, L" ", &rest))
     {
         ::LoadLibraryW(dll);
     }
-    ::Sleep(kLookedAtMs);
+    if (stayMs != 0)
+    {
+        ::Sleep(stayMs);
+    }
     return 0;
 }

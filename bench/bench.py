@@ -31,6 +31,7 @@ RESULT = SOURCE / "build" / "bench.json"
 # Row: what is measured, against what, and the goal ("at most" a ratio, "at least" for the rate).
 ROWS = {
     "a": ("a run that ends at the consent check", "an empty program", "<=", 1.2),
+    "a.dlls": ("the same", "an empty program, same DLLs", None, None),
     "a.shell": ("the same without a configured data folder", "an empty program", None, None),
     "b": ("a run that ends at the caller check", "an empty program", "<=", 1.35),
     "b.calls": ("the same", "an empty program with the check's calls", None, None),
@@ -52,6 +53,7 @@ ROWS = {
 HITS = 500  # the queue's limit
 MOST_ALLOCATIONS = 2  # the hit itself, and one more
 PROGRAM_SECONDS = 900
+LOOKED_AT_MS = 50  # long enough to read a working set
 
 
 def fail(text):
@@ -123,13 +125,20 @@ def install(name, data_folder, opted_in):
     return f'"{to_windows(product / "bin" / PROGRAM_NAME)}" /linkid bench /connection USB'
 
 
+def with_dlls(loaded, milliseconds):
+    """An empty program that loads the same DLLs, and stays for so long."""
+    return f'"{to_windows(bench_program("modules"))}" {milliseconds} {" ".join(sorted(loaded["modules"]))}'
+
+
 def measure_starts(rows, pairs):
     """Rows a and b. A start takes milliseconds: three times the pairs."""
     launcher = bench_program("launcher")
     empty, caller = (f'"{to_windows(bench_program(name))}"' for name in ("empty", "caller"))
-    consenting = install("consenting", True, True)
+    declined, consenting = install("declined", True, False), install("consenting", True, True)
+    loaded, = run(launcher, "modules", "a", hex(PROXY_S_NOT_OPTED_IN), declined)
     for row, program, code, floor in (
-            ("a", install("declined", True, False), PROXY_S_NOT_OPTED_IN, empty),
+            ("a", declined, PROXY_S_NOT_OPTED_IN, empty),
+            ("a.dlls", declined, PROXY_S_NOT_OPTED_IN, with_dlls(loaded, 0)),
             ("a.shell", install("unconfigured", False, False), PROXY_S_NOT_OPTED_IN, empty),
             ("b", consenting, PROXY_E_NOT_CALLED_BY_LUMO, empty),
             ("b.calls", consenting, PROXY_E_NOT_CALLED_BY_LUMO, caller)):
@@ -146,10 +155,8 @@ def measure_memory(pairs):
     host.parent.mkdir(exist_ok=True)
     shutil.copy(bench_program("launcher"), host)
     program = install("reporting", True, True)
-    loaded = run(HOST, "modules", "h", hex(PROXY_S_DONE), program)
-    dlls = " ".join(sorted(loaded[0]["modules"]))
-    floor = f'"{to_windows(bench_program("modules"))}" {dlls}'
-    return loaded + run(HOST, "memory", "h", hex(PROXY_S_DONE), program, floor, pairs)
+    loaded, = run(HOST, "modules", "h", hex(PROXY_S_DONE), program)
+    return [loaded, *run(HOST, "memory", "h", hex(PROXY_S_DONE), program, with_dlls(loaded, LOOKED_AT_MS), pairs)]
 
 
 def measure_sender(server, pairs):
