@@ -40,7 +40,8 @@ class PackageTests(unittest.TestCase):
         self.assertIn(without_page(files_of(place.archive("program"))), (expected, without_converter(expected)))
 
     def test_symbol_archive_holds_the_symbols(self):
-        self.assertEqual(files_of(place.archive("symbols")), ["symbols/KVAnalyticsProxy.pdb"])
+        names = ["symbols/KVAnalyticsDoctor.pdb", "symbols/KVAnalyticsProxy.pdb"]
+        self.assertEqual(files_of(place.archive("symbols")), names)
 
     def test_development_archive_is_the_installed_package(self):
         self.assertEqual(files_of(place.archive("development")), files_of(place.package()))
