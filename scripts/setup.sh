@@ -2,6 +2,9 @@
 # kv_setup installs what is missing on Debian and Ubuntu, as root or through sudo; elsewhere, or if KV_NO_INSTALL is set,
 # it names the missing packages in one line and ends the caller with 1.
 
+# Tests read what tools print.
+export LC_ALL=C.UTF-8
+
 # Required commands or files (with a path), each with its Debian package.
 kv_requirements="
 x86_64-w64-mingw32-g++-posix g++-mingw-w64-x86-64-posix
