@@ -1,6 +1,6 @@
 # Sourced by ./check, ./demo and the other scripts, in the root of the sources: installs what the build needs.
-# kv_setup installs what is missing on Debian and Ubuntu, as root or through sudo; elsewhere, or if KV_NO_INSTALL is set,
-# it names the missing packages in one line and ends the caller with 1.
+# kv_setup installs what is missing with apt-get, as root or through sudo. The packages are those of Debian 12. Where that is
+# not possible, or if KV_NO_INSTALL is set, it names the missing packages in one line and ends the caller with 1.
 
 # Tests read what tools print.
 export LC_ALL=C.UTF-8
