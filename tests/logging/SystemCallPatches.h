@@ -92,7 +92,8 @@ private:
     ImportPatch m_sleepPatch;
 };
 
-/// Notes the time-out of each wait, and answers chosen waits with WAIT_TIMEOUT at once.
+/// Notes the time-out of each wait of this thread, and answers chosen waits with WAIT_TIMEOUT at once. Other threads,
+/// such as one that holds a mutex for the test, wait as usual.
 class WaitPatch
 {
 public:
@@ -100,20 +101,27 @@ public:
     explicit WaitPatch(std::function<bool(std::size_t, DWORD)> isRefused = {})
         : m_patch(__imp_WaitForSingleObject, reinterpret_cast<void*>(&Wait))
     {
+        s_thread = ::GetCurrentThreadId();
         s_timeouts.clear();
         s_isRefused = std::move(isRefused);
-        s_original = reinterpret_cast<decltype(s_original)>(m_patch.GetOriginal());
     }
     static const std::vector<DWORD>& GetTimeouts() { return s_timeouts; }
 
 private:
     static DWORD WINAPI Wait(HANDLE object, DWORD timeout)
     {
+        if (::GetCurrentThreadId() != s_thread)
+        {
+            return s_original(object, timeout);
+        }
         s_timeouts.push_back(timeout);
         return s_isRefused && s_isRefused(s_timeouts.size(), timeout) ? WAIT_TIMEOUT : s_original(object, timeout);
     }
 
-    inline static DWORD(WINAPI* s_original)(HANDLE, DWORD) = nullptr;
+    // Set before anything is patched: other threads may wait at any time.
+    inline static DWORD(WINAPI* const s_original)(HANDLE, DWORD) =
+        reinterpret_cast<DWORD(WINAPI*)(HANDLE, DWORD)>(__imp_WaitForSingleObject);
+    inline static std::atomic<DWORD> s_thread = 0;
     inline static std::vector<DWORD> s_timeouts;
     inline static std::function<bool(std::size_t, DWORD)> s_isRefused;
     ImportPatch m_patch;
